@@ -1,0 +1,98 @@
+// Values that travel in messages, each with an encoding of its own.
+#pragma once
+
+#include <string>
+#include <utility>
+
+// Base of everything that can be encoded into a message and decoded from one.
+//
+// Words are 32-bit big-endian, a bool is one byte, a string its length word and its bytes.
+class Item {
+public:
+    virtual ~Item() = default;
+
+    // Writes Size() bytes at `out` and returns the pointer past them.
+    virtual unsigned char* Encode(unsigned char* out) = 0;
+
+    // Reads the value at `in` and returns the pointer past it. `in` must point into the message
+    // that is being handled (LinxIpc::CurrentMessage). Where the message ends too early, or a
+    // length in it reaches past its end, the item is left zero or empty, nothing outside the
+    // message is read, and the end of the message is returned.
+    virtual unsigned char* Decode(unsigned char* in) = 0;
+
+    // Encoded size in bytes.
+    virtual unsigned int Size() = 0;
+
+protected:
+    Item() = default;
+    Item(Item const&) = default;
+    Item& operator=(Item const&) = default;
+};
+
+class UIntItem : public Item {
+public:
+    UIntItem() = default;
+    explicit UIntItem(unsigned int value)
+        : value_(value) {}
+
+    unsigned int Value() const { return value_; }
+    void Value(unsigned int value) { value_ = value; }
+
+    unsigned char* Encode(unsigned char* out) override;
+    unsigned char* Decode(unsigned char* in) override;
+    unsigned int Size() override;
+
+private:
+    unsigned int value_ = 0;
+};
+
+class IntItem : public Item {
+public:
+    IntItem() = default;
+    explicit IntItem(int value)
+        : value_(value) {}
+
+    int Value() const { return value_; }
+    void Value(int value) { value_ = value; }
+
+    unsigned char* Encode(unsigned char* out) override;
+    unsigned char* Decode(unsigned char* in) override;
+    unsigned int Size() override;
+
+private:
+    int value_ = 0;
+};
+
+class BoolItem : public Item {
+public:
+    BoolItem() = default;
+    explicit BoolItem(bool value)
+        : value_(value) {}
+
+    bool Value() const { return value_; }
+    void Value(bool value) { value_ = value; }
+
+    unsigned char* Encode(unsigned char* out) override;
+    unsigned char* Decode(unsigned char* in) override;
+    unsigned int Size() override;
+
+private:
+    bool value_ = false;
+};
+
+class StringItem : public Item {
+public:
+    StringItem() = default;
+    explicit StringItem(std::string value)
+        : value_(std::move(value)) {}
+
+    std::string const& Value() const { return value_; }
+    void Value(std::string const& value) { value_ = value; }
+
+    unsigned char* Encode(unsigned char* out) override;
+    unsigned char* Decode(unsigned char* in) override;
+    unsigned int Size() override;
+
+private:
+    std::string value_;
+};

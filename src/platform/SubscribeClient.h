@@ -1,0 +1,31 @@
+// Subscriptions to the notifications of a service.
+#pragma once
+
+#include <string>
+
+class Item;
+class LinxIpc;
+
+class SubscribeClient {
+public:
+    // `ipc` must outlive the client. `timeoutMs` is the longest wait, in milliseconds, for the
+    // service to confirm a subscription.
+    SubscribeClient(LinxIpc& ipc, std::string const& serverName, int timeoutMs);
+    // Takes the handlers of its subscriptions off the endpoint.
+    virtual ~SubscribeClient();
+
+    SubscribeClient(SubscribeClient const&) = delete;
+    SubscribeClient& operator=(SubscribeClient const&) = delete;
+
+    // Subscribes to the notification `subscriptionId`, which comes as messages with the id
+    // `messageId`; `handler` is called for each, inside LinxIpc::Receive, with `user`. `item` goes
+    // with the request and may narrow it; an empty one asks for everything. 0 on success, non-zero
+    // when the service could not be reached, did not confirm in time, or refused.
+    int Subscribe(unsigned int subscriptionId, unsigned int messageId, Item& item,
+                  void (*handler)(LinxIpc*, void*), void* user);
+
+private:
+    LinxIpc& ipc_;
+    std::string serverName_;
+    int timeoutMs_;
+};
