@@ -1,0 +1,22 @@
+// The lines on standard error that the stream-file tools have in common.
+#include "Messages.h"
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+
+namespace streamfile {
+
+void SystemErrorLine(std::initializer_list<std::string_view> texts) {
+    int const error = errno; // before printing changes it
+    for (std::string_view const text : texts)
+        std::cerr << text;
+    std::cerr << error << std::strerror(error) << std::endl;
+}
+
+void ShortTransferLine(long size, long expected, long actual) {
+    std::cerr << " unexpected EOF: fileSize=" << size << " expectedRead=" << expected
+              << "  actualRead=" << actual << std::endl;
+}
+
+} // namespace streamfile

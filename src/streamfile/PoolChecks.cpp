@@ -1,0 +1,73 @@
+// What must hold before a tool works on a stream file.
+#include "PoolChecks.h"
+
+#include <iostream>
+
+#include "FileAccess.h"
+#include "Messages.h"
+#include "StreamFileSize.h"
+
+namespace streamfile {
+namespace {
+
+constexpr int ext4 = 1;
+constexpr int pool = 2;
+
+} // namespace
+
+bool FileSystemIsPool() {
+    switch (StreamFileAccess::fileSystemType) {
+    case pool:
+        return true;
+    case ext4:
+        std::cerr << "Current file system is EXT4, use linux command line" << std::endl;
+        return false;
+    default:
+        std::cerr << "Current file system is UNKNOWN, no useful information in shared memory"
+                  << std::endl;
+        return false;
+    }
+}
+
+bool IsWorkable(int fileNumber) {
+    if (fileNumber < 1) {
+        InvalidFileNumberLine(fileNumber);
+        return false;
+    }
+    return FileSystemIsPool();
+}
+
+bool InitializePool() {
+    if (fileAccess.InitializeFileAccess(false, true))
+        return true;
+    std::cerr << "can not proceed without fileAccess initialized" << std::endl;
+    return false;
+}
+
+bool IsOpen(StreamFileAccess& file) {
+    if (file.IsOpen())
+        return true;
+    SystemErrorLine({"could not open stream file: "});
+    return false;
+}
+
+std::optional<long> PlannedLength(StreamFileAccess& file, bool unbounded) {
+    if (unbounded)
+        return slotSize;
+    long const length = file.DataLength();
+    if (length < 0) {
+        SystemErrorLine({"error getting length of file: "});
+        return std::nullopt;
+    }
+    if (length == 0) {
+        std::cerr << "zero-length file.  File was not copied." << std::endl;
+        return std::nullopt;
+    }
+    return length;
+}
+
+void InvalidFileNumberLine(int fileNumber) {
+    std::cerr << "File number is invalid: " << fileNumber << std::endl;
+}
+
+} // namespace streamfile

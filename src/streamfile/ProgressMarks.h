@@ -1,0 +1,26 @@
+// Signs of life of a long transfer.
+#pragma once
+
+#include <iostream>
+#include <string>
+#include <utility>
+
+namespace streamfile {
+
+// Prints a mark on standard output for every eighth chunk.
+class ProgressMarks {
+public:
+    explicit ProgressMarks(std::string mark = ".")
+        : mark_(std::move(mark)) {}
+
+    void CountChunk() {
+        if (++chunks_ % 8 == 0)
+            std::cout << mark_ << std::flush;
+    }
+
+private:
+    std::string mark_;
+    unsigned int chunks_ = 0;
+};
+
+} // namespace streamfile
