@@ -18,7 +18,12 @@
 #include "LinxServerNameList.h"
 #include "LogClient.h"
 #include "streamfile/CopyStreamFile.h"
+#include "streamfile/EditAndExtractStreamFile.h"
+#include "streamfile/EditArgument.h"
 #include "streamfile/Int32.h"
+#include "streamfile/StreamFileStats.h"
+#include "streamfile/StreamFileTickInfo.h"
+#include "streamfile/TickInfoArgument.h"
 
 StreamFileAccess fileAccess;
 
@@ -41,6 +46,20 @@ enum RequestId : unsigned int {
     requestStorage = 0x363A,
 };
 
+// Values of the options that have no short form.
+enum LongOption : int {
+    optionRatf = 0xff00,
+    optionBackupDb = 0xff01,
+    optionListFiles = 0xff02,
+    optionListIntermediateFiles = 0xff03,
+    optionListProcesses = 0xff04,
+    optionMultiExtract = 0xff05,
+    optionMultiRead = 0xff06,
+    optionSplit = 0xff07,
+    optionStats = 0xff08,
+    optionTickInfo = 0xff09,
+};
+
 constexpr char const* shortOptions = "hpqrilcs:x:e:X:y:Y:f:F:d:S";
 
 constexpr option longOptions[] = {
@@ -61,18 +80,18 @@ constexpr option longOptions[] = {
     {"extractunbounded", required_argument, nullptr, 'X'},
     {"insertboundedbyname", required_argument, nullptr, 'y'},
     {"insertunbounded", required_argument, nullptr, 'Y'},
-    {"ratf", required_argument, nullptr, 0xff00},
-    {"bkupdb", required_argument, nullptr, 0xff01},
-    {"lsm", no_argument, nullptr, 0xff02},
-    {"lsmi", no_argument, nullptr, 0xff03},
-    {"listsharedmem", no_argument, nullptr, 0xff02},
-    {"lproc", no_argument, nullptr, 0xff04},
-    {"listprocesses", no_argument, nullptr, 0xff04},
-    {"multiextract", required_argument, nullptr, 0xff05},
-    {"multiread", required_argument, nullptr, 0xff06},
-    {"split", required_argument, nullptr, 0xff07},
-    {"stats", required_argument, nullptr, 0xff08},
-    {"tickinfo", required_argument, nullptr, 0xff09},
+    {"ratf", required_argument, nullptr, optionRatf},
+    {"bkupdb", required_argument, nullptr, optionBackupDb},
+    {"lsm", no_argument, nullptr, optionListFiles},
+    {"lsmi", no_argument, nullptr, optionListIntermediateFiles},
+    {"listsharedmem", no_argument, nullptr, optionListFiles},
+    {"lproc", no_argument, nullptr, optionListProcesses},
+    {"listprocesses", no_argument, nullptr, optionListProcesses},
+    {"multiextract", required_argument, nullptr, optionMultiExtract},
+    {"multiread", required_argument, nullptr, optionMultiRead},
+    {"split", required_argument, nullptr, optionSplit},
+    {"stats", required_argument, nullptr, optionStats},
+    {"tickinfo", required_argument, nullptr, optionTickInfo},
     {"Storage", no_argument, nullptr, 'S'},
     {nullptr, 0, nullptr, 0},
 };
@@ -105,6 +124,39 @@ unsigned int Extract(char const* argument, bool unbounded) {
     bool const succeeded =
         CopyStreamFile(streamfile::ParseInt32(argument), statedLength, copied, unbounded);
     return CopyResult(succeeded, statedLength, copied);
+}
+
+// Carried out once the argument is understood, whatever came of it.
+unsigned int EditAndExtract(char const* argument, bool unbounded) {
+    auto const edit = streamfile::ParseEditArgument(argument);
+    if (!edit)
+        return failed;
+    long fileSize = 0;
+    long bytesCount = 0;
+    if (!EditAndExtractStreamFile(edit->fileNum, fileSize, bytesCount, unbounded, edit->firsttick,
+                                  edit->lasttick))
+        std::cerr << "EditAndExtractStreamFile() returned an error." << std::endl
+                  << "      filenum = " << edit->fileNum << std::endl
+                  << "    firsttick = " << edit->firsttick << std::endl
+                  << "     lasttick = " << edit->lasttick << std::endl;
+    return carriedOut;
+}
+
+unsigned int Stats(char const* argument, bool unbounded) {
+    long fileSize = 0;
+    long bytesRead = 0;
+    StreamFileStats(streamfile::ParseInt32(argument), fileSize, bytesRead, unbounded);
+    return carriedOut;
+}
+
+unsigned int TickInfo(char const* argument, bool unbounded) {
+    auto const tickInfo = streamfile::ParseTickInfoArgument(argument);
+    if (!tickInfo)
+        return failed;
+    long fileSize = 0;
+    long bytesRead = 0;
+    StreamFileTickInfo(tickInfo->fileNum, fileSize, tickInfo->mode, bytesRead, unbounded);
+    return carriedOut;
 }
 
 // Whether a process of the service exists. Only that a line came is looked at, not what it says:
@@ -206,6 +258,14 @@ unsigned int StreamMgrCli::ProcessOption(int option, char const* argument) {
         return Extract(argument, false);
     case 'X':
         return Extract(argument, true);
+    // While the service does not run, nobody vouches for the stated length: the tick tools then
+    // take the whole slot.
+    case 'e':
+        return EditAndExtract(argument, !streamMgrRunning_);
+    case optionStats:
+        return Stats(argument, !streamMgrRunning_);
+    case optionTickInfo:
+        return TickInfo(argument, !streamMgrRunning_);
     default:
         Usage();
         return failed;
