@@ -17,10 +17,14 @@
 #include "IpcMessage.h"
 #include "LinxServerNameList.h"
 #include "LogClient.h"
+#include "common/Int32.h"
+#include "shm/ListProcesses.h"
+#include "shm/ListSharedMem.h"
 #include "streamfile/CopyStreamFile.h"
 #include "streamfile/EditAndExtractStreamFile.h"
 #include "streamfile/EditArgument.h"
-#include "streamfile/Int32.h"
+#include "streamfile/MultiRead.h"
+#include "streamfile/OverwriteStreamFile.h"
 #include "streamfile/StreamFileStats.h"
 #include "streamfile/StreamFileTickInfo.h"
 #include "streamfile/TickInfoArgument.h"
@@ -122,8 +126,22 @@ unsigned int Extract(char const* argument, bool unbounded) {
     long statedLength = 0;
     long copied = 0;
     bool const succeeded =
-        CopyStreamFile(streamfile::ParseInt32(argument), statedLength, copied, unbounded);
+        CopyStreamFile(device::ParseInt32(argument), statedLength, copied, unbounded);
     return CopyResult(succeeded, statedLength, copied);
+}
+
+unsigned int InsertUnbounded(char const* argument) {
+    long statedLength = 0;
+    long copied = 0;
+    bool const succeeded =
+        OverwriteStreamFile(device::ParseInt32(argument), statedLength, copied, true);
+    return CopyResult(succeeded, statedLength, copied);
+}
+
+// Carried out whatever the threads report: each of them speaks for itself.
+unsigned int Multi(char const* list, bool extract) {
+    MultiRead(list, extract);
+    return carriedOut;
 }
 
 // Carried out once the argument is understood, whatever came of it.
@@ -145,7 +163,7 @@ unsigned int EditAndExtract(char const* argument, bool unbounded) {
 unsigned int Stats(char const* argument, bool unbounded) {
     long fileSize = 0;
     long bytesRead = 0;
-    StreamFileStats(streamfile::ParseInt32(argument), fileSize, bytesRead, unbounded);
+    StreamFileStats(device::ParseInt32(argument), fileSize, bytesRead, unbounded);
     return carriedOut;
 }
 
@@ -253,11 +271,23 @@ unsigned int StreamMgrCli::ProcessOption(int option, char const* argument) {
         return HandleLogLevel(linxIpc_, ServiceName());
     case 's':
         return Status(SetLogLevel(linxIpc_, ServiceName(),
-                                  static_cast<unsigned int>(streamfile::ParseInt32(argument))));
+                                  static_cast<unsigned int>(device::ParseInt32(argument))));
     case 'x':
         return Extract(argument, false);
     case 'X':
         return Extract(argument, true);
+    case 'Y':
+        return InsertUnbounded(argument);
+    case optionMultiExtract:
+        return Multi(argument, true);
+    case optionMultiRead:
+        return Multi(argument, false);
+    case optionListFiles:
+        return Status(ListSharedMem(false));
+    case optionListIntermediateFiles:
+        return Status(ListSharedMem(true));
+    case optionListProcesses:
+        return Status(ListProcesses());
     // While the service does not run, nobody vouches for the stated length: the tick tools then
     // take the whole slot.
     case 'e':

@@ -6,7 +6,7 @@
 #include "CommonCli.h"
 #include "LinxIpc.h"
 #include "SubscribeClient.h"
-#include "streamfile/FileAccess.h"
+#include "common/FileAccess.h"
 
 class StreamMgrCli : public CommonCli {
 public:

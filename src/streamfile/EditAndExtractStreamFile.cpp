@@ -82,7 +82,7 @@ bool EditAndExtractStreamFile(int fileNum, long& fileSize, long& bytesCount, boo
 
     std::string const path =
         HardDiskPath(std::to_string(fileNum) + "." + first->text + "-" + last->text + ".ts");
-    HardDiskFile output(path);
+    HardDiskFile output(path, HardDiskFile::Use::write);
     if (!output.IsOpen())
         return false;
     std::cout << "Copying requested stream file to '" << path << "'" << std::endl

@@ -3,7 +3,7 @@
 
 #include <iostream>
 
-#include "Int32.h"
+#include "../common/Int32.h"
 
 namespace streamfile {
 
@@ -39,8 +39,9 @@ std::optional<EditArgument> ParseEditArgument(std::string const& text) {
     std::string const last = text.substr(dash + 1);
     std::cerr << "lasttickstr = [" << last << "]" << std::endl;
 
-    EditArgument const argument{ParseInt32(number.c_str()), ParseInt32(first.c_str()),
-                                ParseInt32(last.c_str())};
+    EditArgument const argument{device::ParseInt32(number.c_str()),
+                                device::ParseInt32(first.c_str()),
+                                device::ParseInt32(last.c_str())};
     std::cerr << "firsttick = " << argument.firsttick << std::endl
               << "lasttick = " << argument.lasttick << std::endl;
     return argument;

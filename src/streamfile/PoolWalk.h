@@ -1,7 +1,7 @@
 // The walk of the tick tools over one stream file or over all.
 #pragma once
 
-#include "FileAccess.h"
+#include "../common/FileAccess.h"
 #include "PoolChecks.h"
 
 namespace streamfile {

@@ -3,12 +3,12 @@
 
 #include <iostream>
 
-#include "Int32.h"
+#include "../common/Int32.h"
 
 namespace streamfile {
 
 std::optional<TickInfoArgument> ParseTickInfoArgument(std::string const& text) {
-    TickInfoArgument argument{ParseInt32(text.c_str()), 0};
+    TickInfoArgument argument{device::ParseInt32(text.c_str()), 0};
     auto const comma = text.find(',');
     if (comma == std::string::npos)
         return argument;

@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "../common/FileAccess.h"
 #include "ChunkLoop.h"
-#include "FileAccess.h"
 #include "PoolChecks.h"
 #include "TsHelper.h"
 
