@@ -17,7 +17,7 @@
 #include "Root.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
-#include "ipc/StaleSockets.h"
+#include "ipc/SocketDirectory.h"
 #include "pool/ProcessTable.h"
 #include "service/ServiceLog.h"
 #include "service/StorageFigures.h"
