@@ -141,19 +141,11 @@ unsigned int CopyResult(bool succeeded, long statedLength, long copied) {
     return Status(succeeded);
 }
 
-unsigned int Extract(char const* argument, bool unbounded) {
+// An option that copies one file, with its tool.
+unsigned int CopyFile(bool (*tool)(int, long&, long&, bool), char const* argument, bool unbounded) {
     long statedLength = 0;
     long copied = 0;
-    bool const succeeded =
-        CopyStreamFile(device::ParseInt32(argument), statedLength, copied, unbounded);
-    return CopyResult(succeeded, statedLength, copied);
-}
-
-unsigned int InsertUnbounded(char const* argument) {
-    long statedLength = 0;
-    long copied = 0;
-    bool const succeeded =
-        OverwriteStreamFile(device::ParseInt32(argument), statedLength, copied, true);
+    bool const succeeded = tool(device::ParseInt32(argument), statedLength, copied, unbounded);
     return CopyResult(succeeded, statedLength, copied);
 }
 
@@ -303,13 +295,13 @@ unsigned int StreamMgrCli::ProcessOption(int option, char const* argument) {
     case optionSplit:
         return SplitEvent(argument);
     case 'x':
-        return Extract(argument, false);
+        return CopyFile(CopyStreamFile, argument, false);
     case 'X':
-        return Extract(argument, true);
+        return CopyFile(CopyStreamFile, argument, true);
     case 'y':
         return InsertByName(argument);
     case 'Y':
-        return InsertUnbounded(argument);
+        return CopyFile(OverwriteStreamFile, argument, true);
     case optionMultiExtract:
         return Multi(argument, true);
     case optionMultiRead:
