@@ -4,21 +4,39 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
 #include <iostream>
 #include <iterator>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 #include <unistd.h>
 #include <utility>
 
 #include "IpcMessage.h"
 #include "LinxServerNameList.h"
 #include "LogClient.h"
+#include "MyStrptime.h"
+#include "OptionTable.h"
+#include "StreamMgrApi.h"
+#include "common/Int32.h"
+#include "common/LogEntry.h"
+#include "shm/ListProcesses.h"
+#include "shm/ListSharedMem.h"
 #include "streamfile/CopyStreamFile.h"
-#include "streamfile/Int32.h"
+#include "streamfile/EditAndExtractStreamFile.h"
+#include "streamfile/EditArgument.h"
+#include "streamfile/InsertArgument.h"
+#include "streamfile/MultiRead.h"
+#include "streamfile/OverwriteStreamFile.h"
+#include "streamfile/OverwriteStreamFileFromName.h"
+#include "streamfile/StreamFileStats.h"
+#include "streamfile/StreamFileTickInfo.h"
+#include "streamfile/TickInfoArgument.h"
 
 StreamFileAccess fileAccess;
 
@@ -41,40 +59,16 @@ enum RequestId : unsigned int {
     requestStorage = 0x363A,
 };
 
-constexpr char const* shortOptions = "hpqrilcs:x:e:X:y:Y:f:F:d:S";
-
-constexpr option longOptions[] = {
-    {"help", no_argument, nullptr, 'h'},
-    {"usage", no_argument, nullptr, 'h'},
-    {"ping", no_argument, nullptr, 'p'},
-    {"quit", no_argument, nullptr, 'q'},
-    {"reaper", no_argument, nullptr, 'r'},
-    {"info", no_argument, nullptr, 'i'},
-    {"loglevel", no_argument, nullptr, 'l'},
-    {"connect", no_argument, nullptr, 'c'},
-    {"filechain", required_argument, nullptr, 'f'},
-    {"FILECHAIN", required_argument, nullptr, 'F'},
-    {"delete", required_argument, nullptr, 'd'},
-    {"setloglevel", required_argument, nullptr, 's'},
-    {"extract", required_argument, nullptr, 'x'},
-    {"editandextract", required_argument, nullptr, 'e'},
-    {"extractunbounded", required_argument, nullptr, 'X'},
-    {"insertboundedbyname", required_argument, nullptr, 'y'},
-    {"insertunbounded", required_argument, nullptr, 'Y'},
-    {"ratf", required_argument, nullptr, 0xff00},
-    {"bkupdb", required_argument, nullptr, 0xff01},
-    {"lsm", no_argument, nullptr, 0xff02},
-    {"lsmi", no_argument, nullptr, 0xff03},
-    {"listsharedmem", no_argument, nullptr, 0xff02},
-    {"lproc", no_argument, nullptr, 0xff04},
-    {"listprocesses", no_argument, nullptr, 0xff04},
-    {"multiextract", required_argument, nullptr, 0xff05},
-    {"multiread", required_argument, nullptr, 0xff06},
-    {"split", required_argument, nullptr, 0xff07},
-    {"stats", required_argument, nullptr, 0xff08},
-    {"tickinfo", required_argument, nullptr, 0xff09},
-    {"Storage", no_argument, nullptr, 'S'},
-    {nullptr, 0, nullptr, 0},
+// The notifications of the service: what they are subscribed as, and the ids they come with.
+enum SubscriptionId : unsigned int {
+    subscriptionStorage = 10,
+    subscriptionRecordStart = 11,
+    subscriptionRecordStop = 12,
+};
+enum NotificationId : unsigned int {
+    messageStorage = 0x3614,
+    messageRecordStart = 0x3615,
+    messageRecordStop = 0x3616,
 };
 
 // How times are written in --ratf.
@@ -91,6 +85,54 @@ unsigned int Status(unsigned int done) {
     return done + failed;
 }
 
+// Longest wait for the service to carry out an event operation, and to confirm a subscription.
+constexpr int eventTimeoutMs = 60000;
+constexpr int subscribeTimeoutMs = 5000;
+
+constexpr char const* blanks = " \t";
+
+// Without its leading blanks. A text of nothing else is an error that the frame reports.
+std::string TrimFront(std::string const& text) {
+    auto const start = text.find_first_not_of(blanks);
+    if (start == std::string::npos)
+        throw std::out_of_range("basic_string::substr");
+    return text.substr(start);
+}
+
+std::string Trim(std::string const& text) {
+    std::string const trimmed = TrimFront(text);
+    return trimmed.substr(0, trimmed.find_last_not_of(blanks) + 1);
+}
+
+// Local time written as timeFormat. Null when the text is none.
+bool ParseTime(std::string const& text, tm& time) {
+    time = {};
+    time.tm_isdst = -1; // the system decides on daylight saving
+    return MyStrptime::mystrptime(text.c_str(), "%m%d%y-%H%M%S", &time) != nullptr;
+}
+
+// Seconds since the epoch; -1 when there are none, or when they do not fit the recorder's signed
+// 32-bit time_t.
+long ToSeconds(tm& time) {
+    auto const seconds = std::mktime(&time);
+    return static_cast<std::int32_t>(seconds) == seconds ? static_cast<long>(seconds) : -1;
+}
+
+bool IsWellFormedReid(std::string const& reid) {
+    return reid.size() > 18 &&
+           reid.find_first_not_of("0123456789abcdefABCDEF:-") == std::string::npos;
+}
+
+// What --split is asked for.
+struct SplitSize {
+    unsigned int number; // as typed
+    bool isMiB;          // else GiB
+};
+
+SplitSize ParseSplitSize(std::string const& text) {
+    return {static_cast<unsigned int>(device::ParseInt32(text.c_str())), text.back() == 'M'};
+}
+
 // Ends a copy with its counters, beside its other messages: on standard output when it succeeded,
 // else on standard error.
 unsigned int CopyResult(bool succeeded, long statedLength, long copied) {
@@ -103,8 +145,55 @@ unsigned int Extract(char const* argument, bool unbounded) {
     long statedLength = 0;
     long copied = 0;
     bool const succeeded =
-        CopyStreamFile(streamfile::ParseInt32(argument), statedLength, copied, unbounded);
+        CopyStreamFile(device::ParseInt32(argument), statedLength, copied, unbounded);
     return CopyResult(succeeded, statedLength, copied);
+}
+
+unsigned int InsertUnbounded(char const* argument) {
+    long statedLength = 0;
+    long copied = 0;
+    bool const succeeded =
+        OverwriteStreamFile(device::ParseInt32(argument), statedLength, copied, true);
+    return CopyResult(succeeded, statedLength, copied);
+}
+
+// Carried out whatever the threads report: each of them speaks for itself.
+unsigned int Multi(char const* list, bool extract) {
+    MultiRead(list, extract);
+    return carriedOut;
+}
+
+// Carried out once the argument is understood, whatever came of it.
+unsigned int EditAndExtract(char const* argument, bool unbounded) {
+    auto const edit = streamfile::ParseEditArgument(argument);
+    if (!edit)
+        return failed;
+    long fileSize = 0;
+    long bytesCount = 0;
+    if (!EditAndExtractStreamFile(edit->fileNum, fileSize, bytesCount, unbounded, edit->firsttick,
+                                  edit->lasttick))
+        std::cerr << "EditAndExtractStreamFile() returned an error." << std::endl
+                  << "      filenum = " << edit->fileNum << std::endl
+                  << "    firsttick = " << edit->firsttick << std::endl
+                  << "     lasttick = " << edit->lasttick << std::endl;
+    return carriedOut;
+}
+
+unsigned int Stats(char const* argument, bool unbounded) {
+    long fileSize = 0;
+    long bytesRead = 0;
+    StreamFileStats(device::ParseInt32(argument), fileSize, bytesRead, unbounded);
+    return carriedOut;
+}
+
+unsigned int TickInfo(char const* argument, bool unbounded) {
+    auto const tickInfo = streamfile::ParseTickInfoArgument(argument);
+    if (!tickInfo)
+        return failed;
+    long fileSize = 0;
+    long bytesRead = 0;
+    StreamFileTickInfo(tickInfo->fileNum, fileSize, tickInfo->mode, bytesRead, unbounded);
+    return carriedOut;
 }
 
 // Whether a process of the service exists. Only that a line came is looked at, not what it says:
@@ -121,12 +210,9 @@ bool ServiceProcessExists() {
 StreamMgrCli::StreamMgrCli(std::string name)
     : linxIpc_(name)
     , serverName_(ServiceName())
-    , subscribeClient_(nullptr)
     , streamMgrRunning_(false) {}
 
-StreamMgrCli::~StreamMgrCli() {
-    delete subscribeClient_;
-}
+StreamMgrCli::~StreamMgrCli() = default;
 
 unsigned int StreamMgrCli::PreInit() {
     unsigned int result = prepared;
@@ -201,15 +287,217 @@ unsigned int StreamMgrCli::ProcessOption(int option, char const* argument) {
         return HandleLogLevel(linxIpc_, ServiceName());
     case 's':
         return Status(SetLogLevel(linxIpc_, ServiceName(),
-                                  static_cast<unsigned int>(streamfile::ParseInt32(argument))));
+                                  static_cast<unsigned int>(device::ParseInt32(argument))));
+    case 'c':
+        return Connect();
+    case 'd':
+        return DeleteEvent(argument);
+    case 'f':
+        return LogFileChain(argument, true);
+    case 'F':
+        return LogFileChain(argument, false);
+    case optionRatf:
+        return RecordAfterTheFact(argument);
+    case optionBackupDb:
+        return BackupDatabase(argument);
+    case optionSplit:
+        return SplitEvent(argument);
     case 'x':
         return Extract(argument, false);
     case 'X':
         return Extract(argument, true);
+    case 'y':
+        return InsertByName(argument);
+    case 'Y':
+        return InsertUnbounded(argument);
+    case optionMultiExtract:
+        return Multi(argument, true);
+    case optionMultiRead:
+        return Multi(argument, false);
+    case optionListFiles:
+        return Status(ListSharedMem(false));
+    case optionListIntermediateFiles:
+        return Status(ListSharedMem(true));
+    case optionListProcesses:
+        return Status(ListProcesses());
+    // While the service does not run, nobody vouches for the stated length: the tick tools then
+    // take the whole slot.
+    case 'e':
+        return EditAndExtract(argument, !streamMgrRunning_);
+    case optionStats:
+        return Stats(argument, !streamMgrRunning_);
+    case optionTickInfo:
+        return TickInfo(argument, !streamMgrRunning_);
     default:
         Usage();
         return failed;
     }
+}
+
+unsigned int StreamMgrCli::Connect() {
+    subscribeClient_.reset();
+    subscribeClient_ =
+        std::make_unique<SubscribeClient>(linxIpc_, ServiceName(), subscribeTimeoutMs);
+
+    StringItem everything;
+    StreamMgrApi::EventRecordItem everyEvent;
+    bool const subscribed =
+        subscribeClient_->Subscribe(subscriptionStorage, messageStorage, everything,
+                                    StreamSubscriptionHandler, nullptr) == 0 &&
+        subscribeClient_->Subscribe(subscriptionRecordStart, messageRecordStart, everything,
+                                    RecordStartHandler, nullptr) == 0 &&
+        subscribeClient_->Subscribe(subscriptionRecordStop, messageRecordStop, everyEvent,
+                                    RecordStopHandler, nullptr) == 0;
+    if (!subscribed) {
+        LogEntry(logError, "Could not subscribe to StreamMgr");
+        return failed;
+    }
+    // For ever: SIGINT is the only way out.
+    for (;;)
+        linxIpc_.Receive(-1, 0, LinxIpc::emptyString, nullptr);
+}
+
+unsigned int StreamMgrCli::DeleteEvent(std::string const& reid) {
+    if (!StreamMgrApi::DeleteEvent(reid, linxIpc_)) {
+        std::cerr << "Error sending request for delete\n";
+        return failed;
+    }
+    std::cout << "Successfully sent delete request\n";
+    return carriedOut;
+}
+
+unsigned int StreamMgrCli::LogFileChain(char const* argument, bool withWiped) {
+    auto const stream = static_cast<unsigned int>(device::ParseInt32(argument));
+    if (!StreamMgrApi::LogFileChain(stream, linxIpc_, withWiped)) {
+        std::cerr << "Error sending file chain request" << std::endl;
+        return failed;
+    }
+    std::cout << "Successfully sent file chain request" << std::endl;
+    return carriedOut;
+}
+
+// A failed backup is told, and the option counts as carried out all the same.
+unsigned int StreamMgrCli::BackupDatabase(char const* path) {
+    if (StreamMgrApi::BackupDatabase(linxIpc_, path, eventTimeoutMs))
+        std::cout << "backup successful\n";
+    else
+        std::cerr << "backup failed\n";
+    return carriedOut;
+}
+
+// --ratf start,stop[,c|r]. Only a wrong code counts as failed; every other failure is told and
+// counts as carried out.
+unsigned int StreamMgrCli::RecordAfterTheFact(std::string const& argument) {
+    std::string const hint = std::string("start and stop times must be in the form '") +
+                             timeFormat + "," + timeFormat + "'";
+    auto const comma = argument.find(',');
+    if (comma == std::string::npos) {
+        std::cerr << "Did not find comma\n:" << hint << "\n";
+        return carriedOut;
+    }
+
+    std::string const start = argument.substr(0, comma);
+    std::string stop = argument.substr(comma + 1);
+    int state = 3; // keep both streams
+    auto const secondComma = argument.find(',', comma + 1);
+    if (secondComma != std::string::npos) {
+        // With the second comma itself, as the messages show it; times end before it. The code is
+        // the last character, whatever stands in front of it.
+        stop = argument.substr(comma + 1, secondComma - comma);
+        switch (argument.back()) {
+        case 'c':
+            state = 1;
+            break;
+        case 'r':
+            state = 0;
+            break;
+        default:
+            std::cerr << "\nSpecial option not formatted correctly\n\n";
+            Usage();
+            return failed;
+        }
+    }
+
+    tm startTime{};
+    tm stopTime{};
+    bool const startParsed = ParseTime(start, startTime);
+    bool const stopParsed = ParseTime(stop, stopTime);
+    if (!startParsed || !stopParsed) {
+        std::cerr << "Dates failed, using " << start << " and " << stop << "\n" << hint << "\n";
+        return carriedOut;
+    }
+    long const startSeconds = ToSeconds(startTime);
+    long const stopSeconds = ToSeconds(stopTime);
+    if (startSeconds == -1 || stopSeconds == -1) {
+        std::cerr << hint << "\n";
+        return carriedOut;
+    }
+
+    std::string reid;
+    if (!StreamMgrApi::RecordAfterTheFact(linxIpc_, startSeconds, stopSeconds, reid, eventTimeoutMs,
+                                          static_cast<StreamMgrApi::EventStreamState>(state))) {
+        std::cerr << "RATF call FAILED\n";
+    } else if (reid.empty()) {
+        std::cerr << "RATF event creation FAIL (REID empty)\n";
+    } else {
+        std::cout << "RATF event created REID " << reid << "\n";
+        StreamMgrApi::SetTagsComplete(reid, linxIpc_, eventTimeoutMs);
+    }
+    return carriedOut;
+}
+
+// --split reid,splitsize
+unsigned int StreamMgrCli::SplitEvent(std::string const& argument) {
+    constexpr char const* hint = "split parameters must be in the form 'reid,splitsize'";
+    auto const comma = argument.find(',');
+    if (comma == std::string::npos) {
+        std::cerr << "Did not find comma:\n" << hint << "\n";
+        return failed;
+    }
+
+    // A malformed identifier spoils the result, but the request is sent: the service decides.
+    unsigned int result = carriedOut;
+    std::string reid = Trim(argument.substr(0, comma));
+    if (!IsWellFormedReid(reid)) {
+        std::cerr << "Malformed or misplaced REID:\n" << hint << "\n";
+        result = failed;
+    }
+
+    if (argument.size() - comma <= 1)
+        std::cerr
+            << "NOTE: use no spaces between reid and splitsize, or else enclose the arguments "
+               "in quotes";
+    SplitSize const asked = ParseSplitSize(TrimFront(argument.substr(comma + 1)));
+    if (asked.number == 0) {
+        std::cerr << "splitsize must be > 0\n" << hint << "\n";
+        return failed;
+    }
+    std::string const rule(95, '#');
+    std::cerr << "\n"
+              << rule << "\n"
+              << "Submitting Split Event request with REID: '" << reid
+              << "', splitsize = " << asked.number << " " << (asked.isMiB ? "MiB" : "GiB") << "\n"
+              << rule << "\n\n";
+
+    // The service takes a number of GiB, or of KiB from 1024 on.
+    unsigned int size = asked.isMiB ? asked.number << 10 : asked.number;
+    if (StreamMgrApi::SplitEvent(linxIpc_, reid, size))
+        std::cout << "Split request submitted for REID: '" << reid << "', split size = " << size
+                  << "\n";
+    else
+        std::cerr << "SPLIT call FAILED\n";
+    return result;
+}
+
+unsigned int StreamMgrCli::InsertByName(char const* argument) {
+    auto const insert = streamfile::ParseInsertArgument(argument);
+    if (!insert)
+        return failed;
+    long statedLength = 0;
+    long copied = 0;
+    bool const succeeded = OverwriteStreamFileFromName(
+        linxIpc_, insert->fileNumber, insert->sourceName, statedLength, copied, false);
+    return CopyResult(succeeded, statedLength, copied);
 }
 
 unsigned int StreamMgrCli::SendRequest(unsigned int id, std::string text) {
@@ -230,6 +518,64 @@ unsigned int StreamMgrCli::SendRequest(unsigned int id, std::string text) {
     std::cout << "Successfully sent " << text << " request" << std::endl;
     return carriedOut;
 }
+
+namespace {
+
+unsigned char* CurrentPayload(LinxIpc& ipc) {
+    return reinterpret_cast<unsigned char*>(ipc.CurrentMessage().Data());
+}
+
+void LogMegabytes(char const* label, UIntItem const& sizeKiB) {
+    LogEntry(logError, label + std::to_string(sizeKiB.Value() >> 10) + " MB");
+}
+
+} // namespace
+
+void StreamSubscriptionHandler(LinxIpc* ipc, void*) {
+    StreamMgrApi::StreamSpaceStatusItem space;
+    space.Decode(CurrentPayload(*ipc));
+    LogEntry(logError, "subscription update:");
+    LogMegabytes("\ttotal: ", space.total);
+    LogMegabytes("\tbuffer: ", space.buffer);
+    LogMegabytes("\tevent untransferred in buffer: ", space.untransferredInBuffer);
+    LogMegabytes("\tevent untransferred not in buffer: ", space.untransferredNotInBuffer);
+    LogMegabytes("\tfree: ", space.free);
+}
+
+void RecordStartHandler(LinxIpc* ipc, void*) {
+    StringItem reid;
+    reid.Decode(CurrentPayload(*ipc));
+    LogEntry(logError, "RecordStartHandler: Record start, reid " + reid.Value());
+}
+
+void RecordStopHandler(LinxIpc* ipc, void*) {
+    StreamMgrApi::EventRecordItem event;
+    event.Decode(CurrentPayload(*ipc));
+    LogEntry(logError, "RecordStopHandler: Record stop, reid " + event.reid.Value());
+}
+
+namespace StreamMgrApi {
+
+unsigned char* StreamSpaceStatusItem::Encode(unsigned char* out) {
+    for (UIntItem* const item :
+         {&total, &buffer, &untransferredInBuffer, &untransferredNotInBuffer, &free})
+        out = item->Encode(out);
+    return out;
+}
+
+unsigned char* StreamSpaceStatusItem::Decode(unsigned char* in) {
+    for (UIntItem* const item :
+         {&total, &buffer, &untransferredInBuffer, &untransferredNotInBuffer, &free})
+        in = item->Decode(in);
+    return in;
+}
+
+unsigned int StreamSpaceStatusItem::Size() {
+    return total.Size() + buffer.Size() + untransferredInBuffer.Size() +
+           untransferredNotInBuffer.Size() + free.Size();
+}
+
+} // namespace StreamMgrApi
 
 void TerminationHandler(int) {
     fileAccess.Unload();

@@ -5,7 +5,7 @@
 class StreamMgrFileMgmnt {
 public:
     // Who writes a stream file.
-    enum Control_t {
+    enum Control_t : int {
         ControlUnknown = 0, // nobody
         ControlPrimaryThread = 1,
         ControlStream1 = 2,

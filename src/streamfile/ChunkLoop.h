@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <optional>
 
-#include "Int32.h"
+#include "../common/Int32.h"
+#include "../common/StreamFileSize.h"
 #include "Messages.h"
 #include "ProgressMarks.h"
 #include "StreamFileAccess.h"
-#include "StreamFileSize.h"
 
 namespace streamfile {
 
@@ -28,7 +28,7 @@ struct ChunkSource {
         }
         auto const count = static_cast<unsigned int>(got);
         if (count != request)
-            ShortTransferLine(fileSize, request, got);
+            ShortTransferLine("Read", fileSize, request, got);
         return count;
     }
 };
@@ -49,7 +49,7 @@ bool MoveChunks(ChunkSource const& source, long planned, Sink& sink, ProgressMar
         if (!got || !sink.Take(*got))
             return false;
         marks.CountChunk();
-        AddInt32(moved, *got);
+        device::AddInt32(moved, *got);
         remaining -= *got;
         last = *got != request || remaining <= 0;
     } while (!last);

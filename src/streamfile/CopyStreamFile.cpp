@@ -23,7 +23,7 @@ bool CopyStreamFile(int fileNumber, long& statedLength, long& copied, bool unbou
     statedLength = *planned;
 
     std::string const path = HardDiskPath(std::to_string(fileNumber) + ".ts");
-    HardDiskFile output(path);
+    HardDiskFile output(path, HardDiskFile::Use::write);
     if (!output.IsOpen())
         return false;
     std::cout << "Copying requested stream file to '" << path << "'" << std::endl;

@@ -1,13 +1,24 @@
 // Plain files on the hard-disk mount.
 #include "HardDiskFile.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
+#include <limits>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "Messages.h"
 
 namespace streamfile {
+namespace {
+
+int Open(std::string const& path, HardDiskFile::Use use) {
+    return use == HardDiskFile::Use::read ? open(path.c_str(), O_RDONLY)
+                                          : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+}
+
+} // namespace
 
 std::string HardDiskPath(std::string const& fileName) {
     char const* const mount = std::getenv("STREAMMGR_HD");
@@ -15,8 +26,9 @@ std::string HardDiskPath(std::string const& fileName) {
     return std::string(isSet ? mount : "/mnt/hd") + "/" + fileName;
 }
 
-HardDiskFile::HardDiskFile(std::string const& path)
-    : descriptor_(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644)) {
+HardDiskFile::HardDiskFile(std::string const& path, Use use)
+    : descriptor_(Open(path, use)) {
+    // The wording is that of an output file for a source too.
     if (!IsOpen())
         SystemErrorLine({"Could not open outfile '", path, "': "});
 }
@@ -24,6 +36,22 @@ HardDiskFile::HardDiskFile(std::string const& path)
 HardDiskFile::~HardDiskFile() {
     if (IsOpen())
         close(descriptor_);
+}
+
+std::optional<long> HardDiskFile::Size() const {
+    struct stat status {};
+    if (fstat(descriptor_, &status) != 0 ||
+        status.st_size > std::numeric_limits<std::int32_t>::max())
+        return std::nullopt;
+    return static_cast<long>(status.st_size);
+}
+
+std::optional<unsigned int> HardDiskFile::Read(unsigned char* bytes, unsigned int count) {
+    ssize_t const got = read(descriptor_, bytes, count);
+    if (got != -1)
+        return static_cast<unsigned int>(got);
+    SystemErrorLine({"Unexpected read status: "});
+    return std::nullopt;
 }
 
 bool HardDiskFile::Write(unsigned char const* bytes, unsigned int count) {

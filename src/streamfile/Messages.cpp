@@ -14,9 +14,9 @@ void SystemErrorLine(std::initializer_list<std::string_view> texts) {
     std::cerr << error << std::strerror(error) << std::endl;
 }
 
-void ShortTransferLine(long size, long expected, long actual) {
-    std::cerr << " unexpected EOF: fileSize=" << size << " expectedRead=" << expected
-              << "  actualRead=" << actual << std::endl;
+void ShortTransferLine(std::string_view what, long size, long expected, long actual) {
+    std::cerr << " unexpected EOF: fileSize=" << size << " expected" << what << "=" << expected
+              << "  actual" << what << "=" << actual << std::endl;
 }
 
 } // namespace streamfile

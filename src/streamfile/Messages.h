@@ -10,7 +10,8 @@ namespace streamfile {
 // number and the text: the scripts that read these lines rely on it.
 void SystemErrorLine(std::initializer_list<std::string_view> texts);
 
-// A transfer that came short: `size` is the whole length that was to be moved.
-void ShortTransferLine(long size, long expected, long actual);
+// A transfer that came short. `what` is "Read" or "Write", `size` the whole length that was to be
+// moved.
+void ShortTransferLine(std::string_view what, long size, long expected, long actual);
 
 } // namespace streamfile

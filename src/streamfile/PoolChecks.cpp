@@ -3,23 +3,17 @@
 
 #include <iostream>
 
-#include "FileAccess.h"
+#include "../common/FileAccess.h"
+#include "../common/StreamFileSize.h"
 #include "Messages.h"
-#include "StreamFileSize.h"
 
 namespace streamfile {
-namespace {
-
-constexpr int ext4 = 1;
-constexpr int pool = 2;
-
-} // namespace
 
 bool FileSystemIsPool() {
     switch (StreamFileAccess::fileSystemType) {
-    case pool:
+    case fileSystemPool:
         return true;
-    case ext4:
+    case fileSystemExt4:
         std::cerr << "Current file system is EXT4, use linux command line" << std::endl;
         return false;
     default:

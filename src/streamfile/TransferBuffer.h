@@ -4,7 +4,7 @@
 #include <array>
 #include <memory>
 
-#include "StreamFileSize.h"
+#include "../common/StreamFileSize.h"
 
 namespace streamfile {
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <limits>
 
-namespace streamfile {
+namespace device {
 
 // strtol in base 10 with the recorder's 32-bit long: what is no number is 0, a trailing rest is
 // ignored, and a number beyond the limits saturates at them.
@@ -23,4 +23,4 @@ inline void AddInt32(long& counter, long amount) {
                                         static_cast<std::uint32_t>(amount));
 }
 
-} // namespace streamfile
+} // namespace device

@@ -1,0 +1,22 @@
+// Entries of the tool in the system log.
+#pragma once
+
+#include <string_view>
+
+#include "LogClient.h"
+#include "SysLogMsg.h"
+
+enum LogLevel : unsigned int {
+    logError = 1, // errors and notifications
+    logNote = 2,
+};
+
+// Writes an entry when its level is switched on, which is asked anew for each. It bears the name
+// StreamMgrCli whichever file writes it, and the line of the caller.
+inline void LogEntry(LogLevel level, std::string_view text, int line = __builtin_LINE()) {
+    if ((LogClient::Instance()->Level() & level) == 0)
+        return;
+    SysLogMsg entry;
+    entry.Log(static_cast<int>(level), LogClient::Instance()->ProcessName())
+        << "StreamMgrCli:" << line << " " << text;
+}

@@ -1,0 +1,34 @@
+// The thread body of --multiextract and --multiread.
+#include "CopyThread.h"
+
+#include <cstdint>
+#include <iostream>
+
+#include "CopyStreamFile.h"
+#include "ReadStreamFile.h"
+
+namespace {
+
+// Nothing stands between the file number and what follows; it never has.
+void PrintResult(std::ostream& out, int fileNumber, long statedLength, char const* verb,
+                 long moved) {
+    out << "File: " << fileNumber << "Stated file length: " << statedLength << "  " << verb << ": "
+        << moved << std::endl;
+}
+
+} // namespace
+
+void* CopyThread(void* argument) {
+    auto const number = static_cast<int>(reinterpret_cast<std::intptr_t>(argument));
+    long statedLength = 0;
+    long moved = 0;
+    if (number < 0) {
+        bool const succeeded = CopyStreamFile(-number, statedLength, moved, false);
+        PrintResult(succeeded ? std::cout : std::cerr, -number, statedLength, "copied", moved);
+    } else {
+        // The other way round than for a copy; those who collect the two streams rely on it.
+        bool const succeeded = ReadStreamFile(number, statedLength, moved, false);
+        PrintResult(succeeded ? std::cerr : std::cout, number, statedLength, "read", moved);
+    }
+    return nullptr;
+}
