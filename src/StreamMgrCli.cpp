@@ -188,15 +188,6 @@ unsigned int TickInfo(char const* argument, bool unbounded) {
     return carriedOut;
 }
 
-// Whether a process of the service exists. Only that a line came is looked at, not what it says:
-// several services count as one.
-bool ServiceProcessExists() {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const pipe(popen("pidof StreamMgr", "r"),
-                                                               &pclose);
-    std::array<char, 1024> line{};
-    return pipe && std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) != nullptr;
-}
-
 } // namespace
 
 StreamMgrCli::StreamMgrCli(std::string name)
@@ -212,7 +203,13 @@ unsigned int StreamMgrCli::PreInit() {
         std::cerr << "Error initializing the connection" << std::endl;
         result = failed;
     }
-    streamMgrRunning_ = ServiceProcessExists();
+
+    // Only that a line came is looked at, not what it says: several services count as one.
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const pipe(popen("pidof StreamMgr", "r"),
+                                                               &pclose);
+    std::array<char, 1024> line{};
+    streamMgrRunning_ =
+        pipe && std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) != nullptr;
     if (!streamMgrRunning_)
         std::cout << "StreamMgr is currently NOT running" << std::endl;
     return result;
