@@ -17,8 +17,8 @@
 #include "Root.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
-#include "ipc/StaleSockets.h"
-#include "pool/ProcessTable.h"
+#include "ipc/SocketDirectory.h"
+#include "pool/PoolSession.h"
 #include "service/ServiceLog.h"
 #include "service/StorageFigures.h"
 

@@ -3,8 +3,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 
+#include "Item.h"
 #include "StreamFileAccess.h"
 #include "ipc/Endpoint.h"
 #include "service/CommandLine.h"
