@@ -49,6 +49,9 @@ public:
 
     void Signal(int number) const;
 
+    // Types on the terminal, or writes into the pipe, that is the program's input.
+    void Type(std::string const& text);
+
     // Waits until standard output contains the text; false when it ends first.
     bool Says(std::string const& text);
 
@@ -71,7 +74,8 @@ private:
     workstation::FileDescriptor in_;
     workstation::FileDescriptor out_;
     workstation::FileDescriptor err_;
-    std::string unfed_;
+    std::string unfed_; // of the input
+    bool inputEnds_ = false;
     Outcome outcome_{};
 };
 
