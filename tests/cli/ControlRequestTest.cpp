@@ -54,12 +54,11 @@ TEST_P(EachControlRequest, IsToldWhenItWasDelivered) {
     EXPECT_EQ(cli.ProcessOption(GetParam().option, nullptr), 3U);
     std::string const told = "Successfully sent " + GetParam().text + " request\n";
     EXPECT_EQ(platform.Recorded().FlushedOut(), told + "<flush>");
-    EXPECT_EQ(platform.Recorded().Trace(), before + RequestCalls(GetParam(), 3) + "out " +
-                                               Show(told) + "\n~IpcMessage()\n");
+    EXPECT_EQ(platform.Recorded().Trace(),
+              before + RequestCalls(GetParam(), 3) + "out " + Show(told) + "\n~IpcMessage()\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(Option, EachControlRequest, ::testing::ValuesIn(requests),
-                         NameOfCase());
+INSTANTIATE_TEST_SUITE_P(Option, EachControlRequest, ::testing::ValuesIn(requests), NameOfCase());
 
 // The failing answer of a step comes last: any but 0 is a failure.
 using FailureCase = std::tuple<Request, Step, long>;
@@ -83,8 +82,7 @@ TEST_P(FailedControlRequest, EndsWithTheMessageOfItsStep) {
 
 INSTANTIATE_TEST_SUITE_P(OptionAndStep, FailedControlRequest,
                          ::testing::Combine(::testing::ValuesIn(requests),
-                                            ::testing::ValuesIn(steps),
-                                            ::testing::Values(1L, -1L)),
+                                            ::testing::ValuesIn(steps), ::testing::Values(1L, -1L)),
                          FailureName);
 
 TEST_F(ControlRequestTest, TwoPingsAreTwoRequests) {

@@ -67,8 +67,7 @@ TEST_F(ExtractOptionTest, NumberOfNoStreamFileIsRefusedWithTheResultLineOnStanda
     for (NumberCase const& row : cases) {
         for (int const option : {'x', 'X'}) {
             EXPECT_EQ(cli.ProcessOption(option, row.argument), 2U) << row.argument;
-            err += "File number is invalid: " + row.number +
-                   "\nStated file length: 0  copied: 0\n";
+            err += "File number is invalid: " + row.number + "\nStated file length: 0  copied: 0\n";
         }
     }
     ExpectOutput("", err);

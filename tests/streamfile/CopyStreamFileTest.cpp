@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <tuple>
 
 #include <sys/stat.h>
 
+#include "ChunkOfTen.h"
 #include "StreamFileAccess.h"
 #include "StreamFileTest.h"
 
@@ -63,17 +63,17 @@ TEST_P(CopyOfLength, MovesEveryByteChunkByChunk) {
 constexpr long aChunk = FakePool::chunkSize;
 
 INSTANTIATE_TEST_SUITE_P(Length, CopyOfLength,
-                         ::testing::Values(LengthCase{{"OneByte"}, 1},                         //
-                                           LengthCase{{"OnePacket"}, 188},                     //
-                                           LengthCase{{"OneByteShortOfAChunk"}, aChunk - 1},   //
-                                           LengthCase{{"OneChunk"}, aChunk},                   //
-                                           LengthCase{{"OneByteOverAChunk"}, aChunk + 1},      //
-                                           LengthCase{{"SevenChunks"}, 7 * aChunk},            //
-                                           LengthCase{{"ByteShortOfEight"}, 8 * aChunk - 1},   //
-                                           LengthCase{{"EightChunks"}, 8 * aChunk},            //
-                                           LengthCase{{"ByteOverEight"}, 8 * aChunk + 1},      //
-                                           LengthCase{{"FifteenChunks"}, 15 * aChunk},         //
-                                           LengthCase{{"SixteenChunks"}, 16 * aChunk},         //
+                         ::testing::Values(LengthCase{{"OneByte"}, 1},                       //
+                                           LengthCase{{"OnePacket"}, 188},                   //
+                                           LengthCase{{"OneByteShortOfAChunk"}, aChunk - 1}, //
+                                           LengthCase{{"OneChunk"}, aChunk},                 //
+                                           LengthCase{{"OneByteOverAChunk"}, aChunk + 1},    //
+                                           LengthCase{{"SevenChunks"}, 7 * aChunk},          //
+                                           LengthCase{{"ByteShortOfEight"}, 8 * aChunk - 1}, //
+                                           LengthCase{{"EightChunks"}, 8 * aChunk},          //
+                                           LengthCase{{"ByteOverEight"}, 8 * aChunk + 1},    //
+                                           LengthCase{{"FifteenChunks"}, 15 * aChunk},       //
+                                           LengthCase{{"SixteenChunks"}, 16 * aChunk},       //
                                            LengthCase{{"SeventeenChunks"}, 16 * aChunk + 188}),
                          NameOfCase());
 
@@ -152,9 +152,9 @@ TEST_F(CopyStreamFileTest, CountOfCopiedBytesWrapsAt32Bits) {
         long after;
     };
     platform.AddStreamFiles({number}, 200);
-    for (Case const& row : {Case{2147483647L - 200, 2147483647L},
-                            Case{2147483647L - 199, -2147483648L}, Case{2147483647L, -2147483449L},
-                            Case{-2147483648L, -2147483448L}, Case{-200, 0}}) {
+    for (Case const& row :
+         {Case{2147483647L - 200, 2147483647L}, Case{2147483647L - 199, -2147483648L},
+          Case{2147483647L, -2147483449L}, Case{-2147483648L, -2147483448L}, Case{-200, 0}}) {
         copied = row.before;
         EXPECT_TRUE(Copy());
         ExpectCounters(200, row.after);
@@ -188,18 +188,16 @@ constexpr char const* unknownLine =
 
 INSTANTIATE_TEST_SUITE_P(
     Reason, RefusedCopy,
-    ::testing::Values(RefusalCase{{"NumberZero"}, 2, 0, "File number is invalid: 0\n"},
-                      RefusalCase{{"NegativeNumber"}, 2, -3, "File number is invalid: -3\n"},
-                      RefusalCase{{"SmallestNumber"},
-                                  2,
-                                  -2147483647 - 1,
-                                  "File number is invalid: -2147483648\n"},
-                      RefusalCase{{"NumberComesBeforeExt4"}, 1, 0, "File number is invalid: 0\n"},
-                      RefusalCase{{"NumberComesBeforeUnknown"}, 9, 0, "File number is invalid: 0\n"},
-                      RefusalCase{{"Ext4"}, 1, 5, ext4Line},
-                      RefusalCase{{"TypeZero"}, 0, 5, unknownLine},
-                      RefusalCase{{"TypeThree"}, 3, 5, unknownLine},
-                      RefusalCase{{"NegativeType"}, -1, 5, unknownLine}),
+    ::testing::Values(
+        RefusalCase{{"NumberZero"}, 2, 0, "File number is invalid: 0\n"},
+        RefusalCase{{"NegativeNumber"}, 2, -3, "File number is invalid: -3\n"},
+        RefusalCase{
+            {"SmallestNumber"}, 2, -2147483647 - 1, "File number is invalid: -2147483648\n"},
+        RefusalCase{{"NumberComesBeforeExt4"}, 1, 0, "File number is invalid: 0\n"},
+        RefusalCase{{"NumberComesBeforeUnknown"}, 9, 0, "File number is invalid: 0\n"},
+        RefusalCase{{"Ext4"}, 1, 5, ext4Line}, RefusalCase{{"TypeZero"}, 0, 5, unknownLine},
+        RefusalCase{{"TypeThree"}, 3, 5, unknownLine},
+        RefusalCase{{"NegativeType"}, -1, 5, unknownLine}),
     NameOfCase());
 
 // ---------------------------------------------------------------------- failures on the way
@@ -306,27 +304,18 @@ TEST_F(CopyStreamFileTest, MountIsLookedUpAtEachCopy) {
     ExpectOnHardDisk("other/5.ts", StreamFileContent(number, 0, 200));
 }
 
-// Ten chunks, of which the last is small, and something happens at one of them.
-struct PositionCase : NamedCase {
-    int position;
-};
-
-PositionCase const positions[] = {{{"First"}, 1}, {{"Fifth"}, 5}, {{"Eighth"}, 8}, {{"Last"}, 10}};
-
 class TenChunks : public CopyStreamFileTest {
 protected:
-    static constexpr long length = 9 * chunk + 100;
-
     explicit TenChunks(int position)
-        : position_(position) {
-        platform.AddStreamFiles({number}, length);
+        : at(position) {
+        platform.AddStreamFiles({number}, at.length);
     }
 
-    std::string CallsBefore() const { return CallsToChunks() + CopyCalls(number, before, output); }
+    std::string CallsBefore() const {
+        return CallsToChunks() + CopyCalls(number, at.before, output);
+    }
 
-    int const position_;
-    long const before = (position_ - 1) * chunk;           // bytes copied by then
-    long const request = std::min(chunk, length - before); // of the chunk in question
+    ChunkOfTen const at;
 };
 
 class CopyOfTenChunks : public TenChunks, public ::testing::WithParamInterface<PositionCase> {
@@ -336,73 +325,61 @@ protected:
 };
 
 TEST_P(CopyOfTenChunks, ReadErrorEndsItAndLeavesWhatWasWritten) {
-    platform.Script("Read", position_, Fail(EIO));
+    platform.Script("Read", at.position, Fail(EIO));
     EXPECT_FALSE(Copy());
-    ExpectCounters(length, before);
-    ExpectOutput(CopyingLine() + Marks(position_ - 1),
+    ExpectCounters(at.length, at.before);
+    ExpectOutput(CopyingLine() + Marks(at.position - 1),
                  "Unexpected read status: " + ErrnoText(EIO) + "\n");
-    EXPECT_EQ(platform.Calls(), CallsBefore() + ReadCall(number, request) + CallsAfterChunks());
-    ExpectOnHardDisk(output, StreamFileContent(number, 0, before));
+    EXPECT_EQ(platform.Calls(), CallsBefore() + ReadCall(number, at.request) + CallsAfterChunks());
+    ExpectOnHardDisk(output, StreamFileContent(number, 0, at.before));
 }
 
 TEST_P(CopyOfTenChunks, WriteErrorEndsItAndLeavesWhatWasWritten) {
-    platform.Script("write", position_, Fail(ENOSPC));
+    platform.Script("write", at.position, Fail(ENOSPC));
     EXPECT_FALSE(Copy());
-    ExpectCounters(length, before);
-    ExpectOutput(CopyingLine() + Marks(position_ - 1),
+    ExpectCounters(at.length, at.before);
+    ExpectOutput(CopyingLine() + Marks(at.position - 1),
                  "Unexpected write status: " + ErrnoText(ENOSPC) + "\n");
-    EXPECT_EQ(platform.Calls(), CallsBefore() + ReadCall(number, request) +
-                                    WriteCall(output, request) + CallsAfterChunks());
-    ExpectOnHardDisk(output, StreamFileContent(number, 0, before));
+    EXPECT_EQ(platform.Calls(), CallsBefore() + ReadCall(number, at.request) +
+                                    WriteCall(output, at.request) + CallsAfterChunks());
+    ExpectOnHardDisk(output, StreamFileContent(number, 0, at.before));
 }
 
 TEST_P(CopyOfTenChunks, ShortWriteIsNotNoticed) {
-    platform.Script("write", position_, {40});
+    platform.Script("write", at.position, {40});
     EXPECT_TRUE(Copy());
-    ExpectCounters(length, length);
+    ExpectCounters(at.length, at.length);
     ExpectOutput(CopyingLine() + ".\n", "");
-    ExpectOnHardDisk(output, StreamFileContent(number, 0, before + 40) +
-                                 StreamFileContent(number, before + request,
-                                                   length - before - request));
+    ExpectOnHardDisk(output, StreamFileContent(number, 0, at.before + 40) +
+                                 StreamFileContent(number, at.before + at.request,
+                                                   at.length - at.before - at.request));
 }
 
 INSTANTIATE_TEST_SUITE_P(At, CopyOfTenChunks, ::testing::ValuesIn(positions), NameOfCase());
 
-// How much comes when a read is short, counted from nothing or from what was asked for.
-struct ShortCase : NamedCase {
-    long got;
-};
-
-using ShortReadCase = std::tuple<PositionCase, ShortCase>;
-
 class CopyWithAShortRead : public TenChunks, public ::testing::WithParamInterface<ShortReadCase> {
 protected:
     CopyWithAShortRead()
-        : TenChunks(std::get<PositionCase>(GetParam()).position) {
-        long const given = std::get<ShortCase>(GetParam()).got;
-        got = given < 0 ? request + given : given;
-    }
+        : TenChunks(std::get<PositionCase>(GetParam()).position) {}
 
-    long got;
+    long const got = std::get<ShortCase>(GetParam()).Of(at.request);
 };
 
 TEST_P(CopyWithAShortRead, EndsThereAndSucceeds) {
-    platform.Script("Read", position_, {got});
+    platform.Script("Read", at.position, {got});
     EXPECT_TRUE(Copy());
-    ExpectCounters(length, before + got);
-    ExpectOutput(CopyingLine() + Marks(position_) + "\n",
-                 " unexpected EOF: fileSize=" + Show(length) + " expectedRead=" + Show(request) +
-                     "  actualRead=" + Show(got) + "\n");
-    EXPECT_EQ(platform.Calls(), CallsBefore() + ReadCall(number, request) +
+    ExpectCounters(at.length, at.before + got);
+    ExpectOutput(CopyingLine() + Marks(at.position) + "\n",
+                 " unexpected EOF: fileSize=" + Show(at.length) +
+                     " expectedRead=" + Show(at.request) + "  actualRead=" + Show(got) + "\n");
+    EXPECT_EQ(platform.Calls(), CallsBefore() + ReadCall(number, at.request) +
                                     WriteCall(output, got) + CallsAfterChunks());
-    ExpectOnHardDisk(output, StreamFileContent(number, 0, before + got));
+    ExpectOnHardDisk(output, StreamFileContent(number, 0, at.before + got));
 }
 
 INSTANTIATE_TEST_SUITE_P(At, CopyWithAShortRead,
                          ::testing::Combine(::testing::ValuesIn(positions),
-                                            ::testing::Values(ShortCase{{"Nothing"}, 0},
-                                                              ShortCase{{"OneByte"}, 1},
-                                                              ShortCase{{"OneByteLess"}, -1})),
+                                            ::testing::ValuesIn(shortReads)),
                          NameOfPair());
 
 // ---------------------------------------------------------------------- full disk
@@ -413,8 +390,8 @@ TEST_F(CopyStreamFileTest, FullDiskEndsTheCopy) {
     EXPECT_FALSE(Copy());
     ExpectCounters(3 * chunk, 0);
     ExpectOutput(CopyingLine(), "Unexpected write status: 28No space left on device\n");
-    EXPECT_EQ(platform.Calls(), CallsToChunks() + CopyCalls(number, chunk, output) +
-                                    CallsAfterChunks());
+    EXPECT_EQ(platform.Calls(),
+              CallsToChunks() + CopyCalls(number, chunk, output) + CallsAfterChunks());
 }
 
 } // namespace

@@ -34,7 +34,9 @@ protected:
     static std::string WriteCall(std::string const& fileName, long count) {
         return "write(" + fileName + ", " + Show(count) + ")\n";
     }
-    static std::string CloseCall(std::string const& fileName) { return "close(" + fileName + ")\n"; }
+    static std::string CloseCall(std::string const& fileName) {
+        return "close(" + fileName + ")\n";
+    }
 
     // The calls that read `size` bytes, and what comes after each read.
     template <typename AfterRead>
