@@ -4,28 +4,25 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
-#include <iterator>
+#include <system_error>
 
-#include "Item.h"
 #include "LinxServerNameList.h"
 #include "LogClient.h"
 #include "Root.h"
-#include "api/ServiceMessages.h"
-#include "ipc/Payload.h"
 #include "ipc/SocketDirectory.h"
 #include "pool/PoolSession.h"
+#include "pool/RootLock.h"
+#include "service/ControlRequests.h"
 #include "service/ServiceLog.h"
 #include "service/StorageFigures.h"
 
 namespace workstation {
 namespace {
-
-constexpr unsigned int allLogLevels = 3;
 
 int FailToStart(std::string const& reason) {
     std::cerr << "StreamMgr: " << reason << std::endl;
@@ -36,22 +33,23 @@ int FailToStart(std::string const& reason) {
 
 int RunService(ServiceOptions const&) {
     SignalWatch signals;
-    std::string error;
-    auto root = RootOwnership::Take(RootDirectory(), error);
+    Failure why;
+    FileDescriptor const root = LockRoot(why);
     if (!root)
-        return FailToStart(error);
+        return FailToStart(why.text);
     StreamFileAccess pool;
     if (!pool.InitializeFileAccess(false, true))
         return FailToStart("cannot serve without a pool");
     RemoveStaleSockets();
     std::string const& name = LinxServerNameList::Instance()->Name(e_StreamMgr);
+    std::string error;
     auto endpoint = Endpoint::Open(name, error);
     if (!endpoint)
         return FailToStart(error);
 
     LogClient::Instance()->ProcessName(name);
-    Service service(std::move(*root), signals, std::move(*endpoint), pool);
     LogNotification("started with a pool of " + std::to_string(pool.GetFilePoolSize()) + " files");
+    Service service(signals, std::move(*endpoint), pool);
     std::cout << "StreamMgr: ready" << std::endl;
     service.Run();
     pool.Unload();
@@ -59,12 +57,14 @@ int RunService(ServiceOptions const&) {
     return EXIT_SUCCESS;
 }
 
-Service::Service(RootOwnership root, SignalWatch& signals, Endpoint endpoint,
-                 StreamFileAccess& pool)
-    : root_(std::move(root))
-    , signals_(signals)
+Service::Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool)
+    : signals_(signals)
     , endpoint_(std::move(endpoint))
-    , pool_(pool) {}
+    , pool_(pool) {
+    AddControlRequests(router_, {endpoint_, [this] { isRunning_ = false; }, [this] { Reap(); },
+                                 [this] { return Describe(); },
+                                 [this] { return DescribeStorage(CountStorage(pool_)); }});
+}
 
 void Service::Run() {
     while (isRunning_) {
@@ -73,91 +73,36 @@ void Service::Run() {
         if (poll(watched.data(), watched.size(), -1) == -1 && errno != EINTR)
             throw std::system_error(errno, std::generic_category(), "poll");
         HandleSignal();
-        HandleLetters();
+        HandleRequests();
     }
 }
 
 void Service::HandleSignal() {
     if (auto const signal = signals_.Take()) {
-        LogNotification(std::string("told to quit by ") + strsignal(*signal));
+        LogNotification(std::string("told to quit by signal: ") + strsignal(*signal));
         isRunning_ = false;
     }
 }
 
-void Service::HandleLetters() {
+void Service::HandleRequests() {
     while (isRunning_) {
-        auto letter = endpoint_.Receive();
-        if (!letter)
+        auto request = endpoint_.Receive();
+        if (!request)
             return;
-        Handle(*letter);
+        router_.Handle(*request);
     }
 }
 
-Service::Request const Service::requests[] = {
-    {pingRequest, "ping", &Service::Ping},
-    {quitRequest, "quit", &Service::Quit},
-    {reapRequest, "reap", &Service::Reap},
-    {infoRequest, "info", &Service::Info},
-    {storageDumpRequest, "storage dump", &Service::DumpStorage},
-    {getLogLevelRequest, "log level", &Service::GetLogLevel},
-    {setLogLevelRequest, "set log level", &Service::SetLogLevel},
-};
-
-void Service::Handle(Letter& letter) {
-    auto const request = std::find_if(std::begin(requests), std::end(requests),
-                                      [&](auto const& entry) { return entry.id == letter.id; });
-    if (request == std::end(requests)) {
-        LogNotification("unknown request " + std::to_string(letter.id) + " from " + letter.sender);
-        return;
-    }
-    LogNotification(std::string(request->name) + " requested by " + letter.sender);
-    (this->*request->handle)(letter);
-}
-
-void Service::Ping(Letter&) {}
-
-void Service::Quit(Letter&) {
-    isRunning_ = false;
-}
-
-void Service::Reap(Letter&) {
+void Service::Reap() {
     LogNotification("reaped " + std::to_string(ReapDeadProcesses()) + " dead processes");
 }
 
-void Service::Info(Letter&) {
+std::string Service::Describe() const {
     using namespace std::chrono;
     auto const uptime = duration_cast<seconds>(steady_clock::now() - started_);
-    LogNotification("process " + std::to_string(getpid()) + ", up " +
-                    std::to_string(uptime.count()) + " s, log level " +
-                    std::to_string(LogClient::Instance()->Level()) + ", pool '" + PoolPath() +
-                    "' of " + std::to_string(pool_.GetFilePoolSize()) + " files");
-}
-
-void Service::DumpStorage(Letter&) {
-    LogNotification("storage: " + DescribeStorage(CountStorage(pool_)));
-}
-
-void Service::GetLogLevel(Letter& letter) {
-    UIntItem level(LogClient::Instance()->Level());
-    Reply(letter, getLogLevelReply, {&level});
-}
-
-void Service::SetLogLevel(Letter& letter) {
-    UIntItem level;
-    BoolItem done(DecodeItems(letter.payload, {&level}) && level.Value() <= allLogLevels);
-    if (done.Value()) {
-        LogNotification("log level set to " + std::to_string(level.Value()));
-        LogClient::Instance()->Level(level.Value());
-    }
-    Reply(letter, setLogLevelReply, {&done});
-}
-
-// A client that does not take its answer goes without: the service waits for nobody.
-void Service::Reply(Letter const& letter, std::uint32_t id, std::initializer_list<Item*> items) {
-    std::vector<char> const payload = EncodeItems(items);
-    int const error = endpoint_.Send(letter.sender, id, payload, letter.correlation, 0);
-    if (error != 0)
-        LogNote("no answer to " + letter.sender + ": " + std::strerror(error));
+    return "process " + std::to_string(getpid()) + ", up " + std::to_string(uptime.count()) +
+           " s, log level " + std::to_string(LogClient::Instance()->Level()) + ", pool '" +
+           PoolPath() + "' of " + std::to_string(pool_.GetFilePoolSize()) + " files";
 }
 
 } // namespace workstation

@@ -2,15 +2,12 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
-#include <initializer_list>
 #include <string>
 
-#include "Item.h"
 #include "StreamFileAccess.h"
 #include "ipc/Endpoint.h"
 #include "service/CommandLine.h"
-#include "service/RootOwnership.h"
+#include "service/RequestRouter.h"
 #include "service/SignalWatch.h"
 
 namespace workstation {
@@ -21,37 +18,25 @@ int RunService(ServiceOptions const& options);
 
 class Service {
 public:
-    Service(RootOwnership root, SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool);
+    Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool);
+
+    Service(Service const&) = delete;
+    Service& operator=(Service const&) = delete;
 
     // Serves until told to quit.
     void Run();
 
 private:
-    struct Request {
-        std::uint32_t id;
-        char const* name; // as it stands in the log
-        void (Service::*handle)(Letter& letter);
-    };
-    static Request const requests[];
-
     void HandleSignal();
-    void HandleLetters();
-    void Handle(Letter& letter);
+    void HandleRequests();
 
-    void Ping(Letter& letter);
-    void Quit(Letter& letter);
-    void Reap(Letter& letter);
-    void Info(Letter& letter);
-    void DumpStorage(Letter& letter);
-    void GetLogLevel(Letter& letter);
-    void SetLogLevel(Letter& letter);
+    void Reap();
+    std::string Describe() const;
 
-    void Reply(Letter const& letter, std::uint32_t id, std::initializer_list<Item*> items);
-
-    RootOwnership root_;
     SignalWatch& signals_;
     Endpoint endpoint_;
     StreamFileAccess& pool_;
+    RequestRouter router_;
     std::chrono::steady_clock::time_point const started_ = std::chrono::steady_clock::now();
     bool isRunning_ = true;
 };
