@@ -172,7 +172,8 @@ TEST_F(LogLevelRequestTest, EndOfInputIsNoChoice) {
 }
 
 TEST_F(LogLevelRequestTest, NonsenseIsNoChoice) {
-    for (std::string const& typed : {"4", "nonsense", ""}) {
+    for (char const* const nonsense : {"4", "nonsense", ""}) {
+        std::string const typed = nonsense;
         ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 1); });
         EXPECT_EQ(Handle(typed + "\n1\n"), 2U);
         EXPECT_EQ(out_, menu);
