@@ -81,10 +81,11 @@ protected:
     void ExpectOnHardDisk(std::string const& fileName, std::string const& expected) const {
         auto const content = OnHardDisk(fileName);
         ASSERT_TRUE(content) << fileName << " does not exist";
-        EXPECT_EQ(content->size(), expected.size()) << fileName;
-        auto const [found, wanted] =
-            std::mismatch(content->begin(), content->end(), expected.begin(), expected.end());
-        EXPECT_TRUE(found == content->end() && wanted == expected.end())
-            << fileName << " differs at byte " << (found - content->begin());
+        if (*content == expected)
+            return;
+        auto const difference =
+            std::mismatch(content->begin(), content->end(), expected.begin(), expected.end()).first;
+        ADD_FAILURE() << fileName << " differs from byte " << (difference - content->begin())
+                      << " on: " << content->size() << " bytes, expected " << expected.size();
     }
 };
