@@ -17,9 +17,8 @@ struct RecordStarted {
 struct RecordStopped {
     Event recording;
 };
-struct StorageChanged {};
 
-using Notice = std::variant<RecordStarted, RecordStopped, StorageChanged>;
+using Notice = std::variant<RecordStarted, RecordStopped>;
 
 // A queue that any thread may fill, and that can be waited for.
 class Notices {

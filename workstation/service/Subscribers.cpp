@@ -46,6 +46,11 @@ void Subscribers::DeliverWaiting() {
     DeliverWhere([](Key const&) { return true; });
 }
 
+bool Subscribers::Has(Subscription subscription) const {
+    return std::ranges::any_of(
+        subscribers_, [&](auto const& entry) { return entry.first.second == subscription; });
+}
+
 bool Subscribers::HasWaiting() const {
     return std::ranges::any_of(subscribers_,
                                [](auto const& entry) { return !entry.second.waiting.empty(); });

@@ -44,6 +44,7 @@ public:
     void DeliverWaiting();
     bool HasWaiting() const;
 
+    bool Has(Subscription subscription) const;
     std::size_t Count() const { return subscribers_.size(); }
 
 private:
@@ -55,7 +56,8 @@ private:
 
     static void Keep(Key const& key, Subscriber& subscriber, std::vector<char> const& payload);
     bool Deliver(Key const& key, Subscriber& subscriber) const;
-    template <typename IsMeant> void DeliverWhere(IsMeant isMeant);
+    template <typename IsMeant>
+    void DeliverWhere(IsMeant isMeant);
 
     Endpoint const& endpoint_;
     std::map<Key, Subscriber> subscribers_;
