@@ -274,7 +274,7 @@ void Child::Reap() {
     outcome_.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-Outcome Run(Command const& command) {
+Outcome RunToEnd(Command const& command) {
     return Child(command).Finish();
 }
 

@@ -18,10 +18,10 @@ constexpr std::chrono::seconds patience{100};
 
 struct Command {
     std::vector<std::string> words;
-    std::map<std::string, std::string> environment; // on top of the test's own
-    std::string input;                              // then end of file
-    std::string outputPath;                         // takes standard output when not empty
-    bool onTerminal = false;                        // output and errors are then one, in `out`
+    std::map<std::string, std::string> environment = {}; // on top of the test's own
+    std::string input = {};                              // then end of file
+    std::string outputPath = {};                         // takes standard output when not empty
+    bool onTerminal = false;                             // output and errors are then one, in `out`
 };
 
 // How a program ended and everything that it said.
@@ -80,6 +80,6 @@ private:
 };
 
 // Starts a program and waits for its end.
-Outcome Run(Command const& command);
+Outcome RunToEnd(Command const& command);
 
 } // namespace e2e

@@ -117,18 +117,18 @@ TEST(Extract, RealStreamIsReadByAPlayerWithoutAnError) {
     ASSERT_TRUE(ReadFile(recorder.Extracted(1)) == stream);
 
     Command const player{{"ffprobe", "-v", "error", "-show_entries", "stream=codec_name", "-of",
-                          "csv=print_section=0", recorder.Extracted(1)},
-                         {},
-                         "",
-                         "",
-                         false};
-    EXPECT_EQ(Run(player), (Outcome{0, "h264\naac\n\nh264\naac\n", ""}));
+                          "csv=print_section=0", recorder.Extracted(1)}};
+    EXPECT_EQ(RunToEnd(player), (Outcome{0, "h264\naac\n\nh264\naac\n", ""}));
 }
 
 struct Number {
     char const* text;
     char const* complaint;
 };
+
+void PrintTo(Number const& number, std::ostream* stream) {
+    *stream << '"' << number.text << '"';
+}
 
 class ExtractOfNumber : public testing::TestWithParam<Number> {};
 

@@ -98,7 +98,7 @@ TEST_F(HardDisk, ThatFillsUpEndsTheCopyAndKeepsWhatWasWritten) {
 TEST_F(HardDisk, IsWrittenAlsoWhenStandardOutputTakesNothing) {
     Command command = recorder.ToolCommand({"-x", "1"});
     command.outputPath = "/dev/full";
-    EXPECT_EQ(Run(command), (Outcome{0, "", ""}));
+    EXPECT_EQ(RunToEnd(command), (Outcome{0, "", ""}));
     EXPECT_TRUE(ReadFile(recorder.Extracted(1)) == Noise(length));
 }
 
@@ -108,7 +108,7 @@ TEST_F(HardDisk, IsTheUsualMountWhenNothingElseIsSaid) {
     }
     Command command = recorder.ToolCommand({"-x", "1"});
     command.environment["STREAMMGR_HD"] = "";
-    EXPECT_EQ(Run(command),
+    EXPECT_EQ(RunToEnd(command),
               (Outcome{99, notRunning,
                        "Could not open outfile '/mnt/hd/1.ts': 2No such file or directory\n" +
                            ResultLine(0)}));

@@ -41,7 +41,7 @@ TEST_P(Interrupt, AlwaysEndsTheCopyWith255AndLeavesThePoolUnharmed) {
         ASSERT_TRUE(fs::is_empty(recorder.Root() / "ipc")) << "round " << round;
     }
 
-    Outcome const check = Run(recorder.PoolToolCommand({"check"}));
+    Outcome const check = RunToEnd(recorder.PoolToolCommand({"check"}));
     EXPECT_EQ(check.status, 0) << check;
     EXPECT_EQ(recorder.Tool({"-x", "1"}).status, 0);
     EXPECT_TRUE(ReadFile(recorder.Extracted(1)) == content);

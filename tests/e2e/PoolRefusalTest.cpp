@@ -41,7 +41,7 @@ TEST(PoolThat, IsADeviceIsUnknown) {
 
 TEST(PoolThat, IsADirectoryIsLeftToTheCommandLine) {
     Recorder const recorder;
-    auto const created = Run(recorder.PoolToolCommand({"create", "--files", "2", "--ext4"}));
+    auto const created = RunToEnd(recorder.PoolToolCommand({"create", "--files", "2", "--ext4"}));
     ASSERT_EQ(created.status, 0) << created;
     ASSERT_TRUE(fs::is_directory(recorder.Pool()));
     for (char const* option : {"-x", "-X"}) {
@@ -132,6 +132,10 @@ struct Damage {
     std::size_t lastByte; // which is changed in its lowest bit
     char const* fault;    // when the checksum is right
 };
+
+void PrintTo(Damage const& damage, std::ostream* stream) {
+    *stream << damage.field;
+}
 
 class DamagedHeader : public DamagedPool, public testing::WithParamInterface<Damage> {
 protected:

@@ -45,10 +45,10 @@ void Append(Words& words, Words const& more) {
 
 // Stands in for pidof(8) in the tool's search path and knows only this recorder's service.
 void WritePidof(fs::path const& directory) {
-    WriteFile(directory / "bin/pidof", "#!/bin/sh\n"
+    std::string const pidFile = (directory / "service.pid").string();
+    WriteFile(directory / "bin/pidof", "#!/bin/sh\nexec 2>/dev/null\n"
                                        "[ \"$*\" = StreamMgr ] && read -r pid <'" +
-                                           (directory / "service.pid").string() +
-                                           "' && kill -0 \"$pid\" && echo \"$pid\"\n");
+                                           pidFile + "' && kill -0 \"$pid\" && echo \"$pid\"\n");
     fs::permissions(directory / "bin/pidof", fs::perms::owner_all);
 }
 
@@ -82,7 +82,7 @@ std::string Recorder::Log() const {
 }
 
 Command Recorder::ServiceCommand(Words const& arguments) const {
-    Command command{{SERVICE_PATH}, {}, "", "", false};
+    Command command{{SERVICE_PATH}};
     command.environment = {{"STREAMMGR_ROOT", Root()},
                            {"STREAMMGR_HD", HardDisk()},
                            {"STREAMMGR_LOG", directory_ / "log"},
@@ -106,14 +106,14 @@ Command Recorder::ToolCommand(Words const& arguments) const {
 }
 
 void Recorder::CreatePool(int files) {
-    auto const outcome = Run(PoolToolCommand({"create", "--files", std::to_string(files)}));
+    auto const outcome = RunToEnd(PoolToolCommand({"create", "--files", std::to_string(files)}));
     ASSERT_EQ(outcome.status, 0) << outcome;
 }
 
 void Recorder::Load(int number, std::string const& content) const {
     auto const source = directory_ / "loaded";
     WriteFile(source, content);
-    auto const outcome = Run(PoolToolCommand({"load", std::to_string(number), source}));
+    auto const outcome = RunToEnd(PoolToolCommand({"load", std::to_string(number), source}));
     fs::remove(source);
     ASSERT_EQ(outcome.status, 0) << outcome;
 }

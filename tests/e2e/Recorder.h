@@ -41,7 +41,7 @@ public:
     Command ToolCommand(Words const& arguments) const;
     Command PoolToolCommand(Words const& arguments) const;
     Command ServiceCommand(Words const& arguments = {}) const;
-    Outcome Tool(Words const& arguments) const { return Run(ToolCommand(arguments)); }
+    Outcome Tool(Words const& arguments) const { return RunToEnd(ToolCommand(arguments)); }
 
     // Creates a pool of that many files.
     void CreatePool(int files);

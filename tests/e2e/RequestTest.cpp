@@ -16,6 +16,10 @@ struct Request {
     char const* text;
 };
 
+void PrintTo(Request const& request, std::ostream* stream) {
+    *stream << request.option;
+}
+
 std::string Sent(std::string const& text) {
     return "Successfully sent " + text + " request\n";
 }
@@ -141,7 +145,7 @@ protected:
     Outcome Choose(std::string const& input) const {
         Command command = recorder.ToolCommand({"-l"});
         command.input = input;
-        return Run(command);
+        return RunToEnd(command);
     }
 
     Recorder recorder;

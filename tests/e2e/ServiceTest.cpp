@@ -43,7 +43,7 @@ TEST(Service, RefusesARootThatAnotherServes) {
     Recorder recorder;
     recorder.CreatePool(1);
     recorder.StartService();
-    EXPECT_EQ(Run(recorder.ServiceCommand()),
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
               (Outcome{1, "",
                        "StreamMgr: the recorder's directory '" + recorder.Root().string() +
                            "' is in use by another process\n"}));
@@ -54,7 +54,7 @@ TEST(Service, RefusesARootThatAnotherServes) {
 TEST(Service, RefusesToStartWithoutARoot) {
     Recorder const recorder;
     fs::remove(recorder.Root());
-    EXPECT_EQ(Run(recorder.ServiceCommand()),
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
               (Outcome{1, "",
                        "StreamMgr: cannot open the recorder's directory '" +
                            recorder.Root().string() + "': No such file or directory\n"}));
@@ -62,7 +62,7 @@ TEST(Service, RefusesToStartWithoutARoot) {
 
 TEST(Service, RefusesToStartWithoutAPool) {
     Recorder const recorder;
-    EXPECT_EQ(Run(recorder.ServiceCommand()),
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
               (Outcome{1, "",
                        "pool '" + recorder.Pool().string() +
                            "': cannot open: No such file or directory\n"
@@ -71,7 +71,7 @@ TEST(Service, RefusesToStartWithoutAPool) {
 
 TEST(Service, RefusesAnUnknownOption) {
     Recorder const recorder;
-    EXPECT_EQ(Run(recorder.ServiceCommand({"--nonsense"})).status, 2);
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand({"--nonsense"})).status, 2);
 }
 
 TEST(Service, LogsWhoAskedForWhat) {

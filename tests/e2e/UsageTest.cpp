@@ -72,6 +72,10 @@ struct Misuse {
     char const* complaint;
 };
 
+void PrintTo(Misuse const& misuse, std::ostream* stream) {
+    *stream << misuse.complaint;
+}
+
 class MisusedCommandLine : public testing::TestWithParam<Misuse> {};
 
 TEST_P(MisusedCommandLine, PrintsTheUsageTextAndFails) {
@@ -108,7 +112,7 @@ TEST(Usage, StandardOutputThatTakesNothingIsNoFailure) {
     Recorder const recorder;
     Command command = recorder.ToolCommand({"-h"});
     command.outputPath = "/dev/full";
-    EXPECT_EQ(Run(command), (Outcome{0, "", ""}));
+    EXPECT_EQ(RunToEnd(command), (Outcome{0, "", ""}));
 }
 
 } // namespace
