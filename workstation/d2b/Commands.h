@@ -15,6 +15,7 @@ void AddCheckCommand(CLI::App& tool);
 void AddCreateCommand(CLI::App& tool);
 void AddLoadCommand(CLI::App& tool);
 void AddSetCommand(CLI::App& tool);
+void AddTickCommand(CLI::App& tool);
 
 // How a command ends that could not do its work: its text is shown, the exit status is 1.
 class CommandFailure : public std::runtime_error {

@@ -26,6 +26,7 @@ int RunD2b(int argc, char const* const* argv) {
     AddCreateCommand(tool);
     AddLoadCommand(tool);
     AddSetCommand(tool);
+    AddTickCommand(tool);
     AddCheckCommand(tool);
     try {
         tool.parse(argc, argv);
