@@ -23,10 +23,8 @@ bool HasPlausibleHeader(unsigned char const* packet) {
 
 } // namespace
 
-PacketWalk::PacketWalk(std::span<unsigned char const> stream, std::size_t from)
-    : stream_(stream)
-    , next_(std::min(from, stream.size())) {
-    Align(next_);
+std::size_t PacketWalk::First(std::size_t from) const {
+    return Align(std::min(from, stream_.size()));
 }
 
 // Whether the data may be taken to end at a position that packets in step have led to.
@@ -74,41 +72,38 @@ std::size_t PacketWalk::FindSyncByte(std::size_t from, std::size_t end) const {
                                                        stream_.data());
 }
 
-// Goes on after a packet that has no packet behind it.
-bool PacketWalk::Realign() {
-    std::size_t const lost = next_;
+// The packet to go on with where the one that should begin at `lost` does not.
+std::size_t PacketWalk::Realign(std::size_t lost) const {
     if (lost >= stream_.size()) {
-        return false;
+        return End();
     }
     if (PacketsInStep(lost + tsPacketSize) == trustedPackets) {
-        next_ = lost + tsPacketSize; // one damaged packet, the alignment stands
-        return true;
+        return lost + tsPacketSize; // one damaged packet, the alignment stands
     }
     // Where bytes are missing from the packet before, the next one begins within its length.
     return Align(DataEndAt(lost) ? lost : lost - tsPacketSize + 1);
 }
 
-// Sets the walk on the first alignment to be trusted from a position on. Where bytes of the payload
-// are in step as well, several begin within the length of a packet: one that lasts is preferred.
-bool PacketWalk::Align(std::size_t from) {
-    std::optional<std::size_t> first;
-    std::size_t end = stream_.size();
+// The first packet, from a position on, whose alignment is to be trusted. Where bytes of the
+// payload are in step as well, several begin within the length of a packet: one that lasts is
+// preferred.
+std::size_t PacketWalk::Align(std::size_t from) const {
+    std::size_t first = End();
+    std::size_t end = End();
     for (auto position = FindSyncByte(from, end); position < end;
          position = FindSyncByte(position + 1, end)) {
         if (!Trusted(position)) {
             continue;
         }
         if (Lasts(position)) {
-            next_ = position;
-            return true;
+            return position;
         }
-        if (!first) {
+        if (first == End()) {
             first = position;
             end = std::min(end, position + tsPacketSize);
         }
     }
-    next_ = first.value_or(stream_.size());
-    return first.has_value();
+    return first;
 }
 
 } // namespace workstation

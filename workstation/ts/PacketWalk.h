@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <span>
 
 #include "ts/TsPacket.h"
@@ -18,20 +17,32 @@ namespace workstation {
 // other damage.
 class PacketWalk {
 public:
-    // Begins to look at byte offset `from`. The bytes of the stream must outlive the walk.
-    PacketWalk(std::span<unsigned char const> stream, std::size_t from);
+    // The bytes of the stream must outlive the walk.
+    explicit PacketWalk(std::span<unsigned char const> stream)
+        : stream_(stream) {}
 
-    // The offset of the next packet that lies whole in the stream; none when there is no other.
-    std::optional<std::size_t> Next() {
-        if (!PacketAt(next_) && !Realign()) {
-            return std::nullopt;
-        }
-        std::size_t const packet = next_;
-        next_ += tsPacketSize;
-        return packet;
+    // The offset of the first packet that begins at byte offset `from` or later and lies whole in
+    // the stream; End() when there is none.
+    std::size_t First(std::size_t from) const;
+
+    // The offset of the packet that comes after one which the walk has given; End() after the last.
+    std::size_t After(std::size_t packet) const {
+        std::size_t const next = packet + tsPacketSize;
+        Prefetch(next + prefetchDistance);
+        return PacketAt(next) ? next : Realign(next);
     }
 
+    std::size_t End() const { return stream_.size(); }
+
 private:
+    // A walk over a large stream waits for memory at every packet unless it asks ahead.
+    static constexpr std::size_t prefetchDistance = 32 * tsPacketSize;
+
+    void Prefetch(std::size_t position) const {
+        if (position < stream_.size()) {
+            __builtin_prefetch(&stream_[position]);
+        }
+    }
     bool PacketAt(std::size_t position) const {
         return position + tsPacketSize <= stream_.size() && stream_[position] == tsSyncByte;
     }
@@ -40,11 +51,10 @@ private:
     bool Trusted(std::size_t position) const;
     bool Lasts(std::size_t position) const;
     std::size_t FindSyncByte(std::size_t from, std::size_t end) const;
-    bool Realign();
-    bool Align(std::size_t from);
+    std::size_t Realign(std::size_t lost) const;
+    std::size_t Align(std::size_t from) const;
 
     std::span<unsigned char const> stream_;
-    std::size_t next_; // at most one packet past the end of the stream
 };
 
 } // namespace workstation

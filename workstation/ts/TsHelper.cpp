@@ -15,17 +15,17 @@ std::vector<std::pair<unsigned int, StreamMetadata>> TsHelper::SystemTick(Stream
                                                                           unsigned int from) {
     std::span<unsigned char const> const stream = stream_;
     std::vector<std::pair<unsigned int, StreamMetadata>> ticks;
-    PacketWalk walk(stream, from);
+    PacketWalk const walk(stream);
     std::size_t endOfLastTick = 0;
-    while (auto const offset = walk.Next()) {
-        auto const packet = stream.subspan(*offset).first<tsPacketSize>();
+    for (auto offset = walk.First(from); offset != walk.End(); offset = walk.After(offset)) {
+        auto const packet = stream.subspan(offset).first<tsPacketSize>();
         // After damage packets can overlap; the words of a tick never are a tick themselves.
-        if (!HasSystemTickHeader(packet) || *offset < endOfLastTick) {
+        if (!HasSystemTickHeader(packet) || offset < endOfLastTick) {
             continue;
         }
         if (auto const metadata = DecodeSystemTick(packet, static_cast<unsigned char>(id))) {
-            ticks.emplace_back(static_cast<unsigned int>(*offset), *metadata);
-            endOfLastTick = *offset + tsPacketSize;
+            ticks.emplace_back(static_cast<unsigned int>(offset), *metadata);
+            endOfLastTick = offset + tsPacketSize;
         }
     }
     return ticks;
