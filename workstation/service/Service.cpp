@@ -18,7 +18,7 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "ipc/SocketDirectory.h"
-#include "pool/ProcessTable.h"
+#include "pool/PoolSession.h"
 #include "service/ServiceLog.h"
 #include "service/StorageFigures.h"
 

@@ -1,0 +1,15 @@
+// The error numbers that the fakes leave behind.
+#pragma once
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+// What errno holds after everything that succeeded: it says nothing then, and a message that shows
+// it was made too late.
+inline constexpr int meaninglessErrno = EDOM;
+
+// An error as the tool's messages show it: the number and the text, with nothing between them.
+inline std::string ErrnoText(int error) {
+    return std::to_string(error) + std::strerror(error);
+}

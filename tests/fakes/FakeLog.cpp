@@ -1,0 +1,48 @@
+// The log: entries go into the record.
+#include "LogClient.h"
+#include "SysLogMsg.h"
+
+#include "FakePlatform.h"
+#include "Show.h"
+
+LogClient* LogClient::Instance() {
+    static LogClient client;
+    return &client;
+}
+
+LogClient::LogClient()
+    : level_(1) {}
+
+unsigned int LogClient::Level() const {
+    FakePlatform::Get().Note("log.Level()");
+    return level_;
+}
+
+void LogClient::Level(unsigned int level) {
+    level_ = level;
+}
+
+std::string const& LogClient::ProcessName() const {
+    return processName_;
+}
+
+void LogClient::ProcessName(std::string const& name) {
+    FakePlatform::Get().Note("log.ProcessName(" + Show(name) + ")");
+    processName_ = name;
+}
+
+LogMsg::LogMsg() = default;
+
+LogMsg::~LogMsg() = default;
+
+std::ostream& LogMsg::Log(int level, std::string const& processName) {
+    level_ = level;
+    processName_ = processName;
+    return text_;
+}
+
+SysLogMsg::SysLogMsg() = default;
+
+SysLogMsg::~SysLogMsg() {
+    FakePlatform::Get().Note("SysLogMsg(" + ShowAll(level_, processName_, text_.str()) + ")");
+}
