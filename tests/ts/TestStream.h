@@ -1,7 +1,9 @@
 // Transport streams put together piece by piece, for the tests that look for ticks in them.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -33,6 +35,23 @@ inline Bytes MediaPacket() {
     packet[1] = 0x01; // PID 0x100
     packet[2] = 0x00;
     packet[3] = 0x10;
+    return packet;
+}
+
+// `pcr` in units of 1/27000000 s.
+inline Bytes PcrPacket(std::uint64_t pcr, bool discontinuity = false, unsigned int pid = 0x100) {
+    Bytes packet = MediaPacket();
+    std::uint64_t const base = pcr / 300;
+    std::uint64_t const extension = pcr % 300;
+    std::uint64_t const coded = base << 15 | 0x7E00 | extension;
+    packet[1] = static_cast<unsigned char>(pid >> 8);
+    packet[2] = static_cast<unsigned char>(pid);
+    packet[3] = 0x30;                        // adaptation field and payload
+    packet[4] = 7;                           // its length
+    packet[5] = discontinuity ? 0x90 : 0x10; // its flags
+    for (std::size_t i = 0; i < 6; ++i) {
+        packet[6 + i] = static_cast<unsigned char>(coded >> (40 - 8 * i));
+    }
     return packet;
 }
 
