@@ -23,6 +23,9 @@ namespace {
 using std::chrono::steady_clock;
 using workstation::FileDescriptor;
 
+// No program says as much, unless it says the same thing for ever.
+constexpr std::size_t mostOutput = 16U << 20U;
+
 [[noreturn]] void Throw(std::string const& what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
 }
@@ -217,7 +220,7 @@ Outcome Child::Finish() {
     auto const deadline = steady_clock::now() + patience;
     inputEnds_ = true;
     Feed();
-    while (HasOutput() && Exchange(deadline)) {
+    while (HasOutput() && outcome_.out.size() < mostOutput && Exchange(deadline)) {
     }
     if (HasOutput() || !HasEnded(deadline)) {
         ADD_FAILURE() << "the program does not end; it is killed. " << outcome_;

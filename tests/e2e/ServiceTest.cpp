@@ -45,8 +45,8 @@ TEST(Service, RefusesARootThatAnotherServes) {
     recorder.StartService();
     EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
               (Outcome{1, "",
-                       "StreamMgr: the recorder's directory '" + recorder.Root().string() +
-                           "' is in use by another process\n"}));
+                       "StreamMgr: '" + recorder.Root().string() +
+                           "' is in use by a running stream manager\n"}));
     EXPECT_EQ(recorder.Tool({"-p"}), (Outcome{0, "Successfully sent ping request\n", ""}));
     EXPECT_EQ(recorder.StopService(SIGTERM), quietEnd);
 }
