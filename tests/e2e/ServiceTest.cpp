@@ -56,8 +56,8 @@ TEST(Service, RefusesToStartWithoutARoot) {
     fs::remove(recorder.Root());
     EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
               (Outcome{1, "",
-                       "StreamMgr: cannot open the recorder's directory '" +
-                           recorder.Root().string() + "': No such file or directory\n"}));
+                       "StreamMgr: cannot open '" + recorder.Root().string() +
+                           "': No such file or directory\n"}));
 }
 
 TEST(Service, RefusesToStartWithoutAPool) {

@@ -12,7 +12,7 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "pool/PoolLayout.h"
-#include "pool/PoolSession.h"
+#include "service/KnownFile.h"
 #include "service/Reply.h"
 #include "service/ServiceLog.h"
 #include "service/recording/RecordOption.h"
@@ -179,8 +179,7 @@ void EventRequests::UpdateFileSize(Letter& request) const {
                       !context_.pool.GetFileInfo(number.Value(), file))
                       return false;
                   bool const known = context_.store.UpdateFileSize(number.Value(), file.fileSize);
-                  PoolSession::Instance().Pool()->Set(number.Value(), EntryWord::dbMatch,
-                                                      known ? 1 : 0);
+                  MarkKnown(number.Value(), known);
                   LogNotification("stream file " + std::to_string(number.Value()) + " has " +
                                   std::to_string(file.fileSize) + " bytes");
                   return true;

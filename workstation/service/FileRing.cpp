@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "pool/PoolSession.h"
+#include "service/KnownFile.h"
 #include "service/ServiceLog.h"
 
 namespace workstation {
@@ -69,7 +69,7 @@ bool FileRing::WipeOldest() {
     if (!file.IsOpen() || !store_.Wipe(oldest->id))
         return false;
     file.Truncate(0);
-    PoolSession::Instance().Pool()->Set(oldest->fileNumber, EntryWord::dbMatch, 0);
+    MarkKnown(oldest->fileNumber, false);
     LogNote("wiped stream file " + std::to_string(oldest->fileNumber) + " of stream " +
             std::to_string(oldest->stream));
     return true;

@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "StreamFileAccess.h"
 #include "TsHelper.h"
 #include "pool/PoolSession.h"
 #include "pool/WriterLock.h"
+#include "service/KnownFile.h"
 #include "service/ServiceLog.h"
 #include "service/recording/RecordOption.h"
 
@@ -86,7 +88,7 @@ void Recovery::CompareLengths() {
             continue;
         if (length != file.size)
             store_.UpdateFileSize(file.fileNumber, length);
-        image_.Set(file.fileNumber, EntryWord::dbMatch, 1);
+        MarkKnown(file.fileNumber, true);
     }
 }
 
@@ -111,7 +113,7 @@ void Recovery::FinishWipes() {
 void Recovery::Empty(int number) {
     StreamFileAccess file(number, false, StreamMgrFileMgmnt::ControlPrimaryThread);
     if (file.IsOpen() && file.Truncate(0) == 0)
-        image_.Set(number, EntryWord::dbMatch, 0);
+        MarkKnown(number, false);
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 #include <string>
 #include <system_error>
 
-#include "pool/PoolSession.h"
+#include "service/KnownFile.h"
 
 namespace workstation {
 namespace {
@@ -42,7 +42,7 @@ void RingFile::Finish(SlotContents const& contents, std::int64_t now) {
         return;
     TickStamp const last = TicksOf(contents, now).last;
     store_.FinishFile(*link_, static_cast<unsigned int>(contents.size), last.time, last.tick);
-    PoolSession::Instance().Pool()->Set(number_, EntryWord::dbMatch, 1);
+    MarkKnown(number_, true);
 }
 
 } // namespace workstation

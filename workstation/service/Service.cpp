@@ -200,8 +200,12 @@ void Service::Subscribe(Letter& request) {
     if (accepted.Value())
         subscribers_.Add(request.sender, subscription, messageId.Value());
     Reply(endpoint_, request, subscribeReply, {&accepted});
-    if (subscription == Subscription::storage)
-        subscribers_.Notify(request.sender, subscription, EncodeStorage(Storage()));
+    if (subscription == Subscription::storage) {
+        StorageFigures const storage = Storage();
+        subscribers_.Notify(request.sender, subscription, EncodeStorage(storage));
+        if (!toldStorage_)
+            toldStorage_ = storage;
+    }
 }
 
 void Service::Reap() {

@@ -18,7 +18,8 @@ namespace workstation {
 namespace {
 
 [[noreturn]] void Refuse(std::string const& target, std::string const& reason) {
-    throw DatabaseError("backup '" + target + "': " + reason);
+    // What stands behind a zero in the path would take the reason with it.
+    throw DatabaseError(std::string("backup '") + target.c_str() + "': " + reason);
 }
 
 [[noreturn]] void RefuseWithErrno(std::string const& target) {

@@ -97,8 +97,8 @@ void CheckContent(Database const& database) {
 void Create(Database& database) {
     Transaction transaction(database);
     database.Execute(createTables);
-    Run(database, "PRAGMA application_id = " + std::to_string(eventApplicationId));
-    Run(database, "PRAGMA user_version = " + std::to_string(eventSchemaVersion));
+    Execute(database, "PRAGMA application_id = " + std::to_string(eventApplicationId));
+    Execute(database, "PRAGMA user_version = " + std::to_string(eventSchemaVersion));
     transaction.Commit();
 }
 

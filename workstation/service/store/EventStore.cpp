@@ -135,10 +135,10 @@ std::optional<std::int64_t> EventStore::BeginFile(unsigned int stream, int fileN
     if (former && !WipeUnlessHeld(*former)) {
         return std::nullopt;
     }
-    Run(database_,
-        "INSERT INTO file (file_number, stream, start_time, stop_time, first_tick, last_tick)"
-        " VALUES (?1, ?2, ?3, ?3, ?4, ?4)",
-        fileNumber, stream, startTime, firstTick);
+    Execute(database_,
+            "INSERT INTO file (file_number, stream, start_time, stop_time, first_tick, last_tick)"
+            " VALUES (?1, ?2, ?3, ?3, ?4, ?4)",
+            fileNumber, stream, startTime, firstTick);
     std::int64_t const id = database_.LastRowId();
     transaction.Commit();
     return id;
@@ -147,7 +147,8 @@ std::optional<std::int64_t> EventStore::BeginFile(unsigned int stream, int fileN
 bool EventStore::FinishFile(std::int64_t id, unsigned int size, std::int64_t stopTime,
                             unsigned int lastTick) {
     std::lock_guard const lock(mutex_);
-    Run(database_,
+    Execute(
+        database_,
         "UPDATE file SET size = ?2, stop_time = max(start_time, ?3), last_tick = ?4, finished = 1"
         " WHERE id = ?1 AND wiped = 0",
         id, size, stopTime, lastTick);
@@ -156,8 +157,8 @@ bool EventStore::FinishFile(std::int64_t id, unsigned int size, std::int64_t sto
 
 bool EventStore::UpdateFileSize(int fileNumber, unsigned int size) {
     std::lock_guard const lock(mutex_);
-    Run(database_, "UPDATE file SET size = ?2 WHERE file_number = ?1 AND wiped = 0", fileNumber,
-        size);
+    Execute(database_, "UPDATE file SET size = ?2 WHERE file_number = ?1 AND wiped = 0", fileNumber,
+            size);
     return database_.Changes() > 0;
 }
 
@@ -177,10 +178,10 @@ bool EventStore::WipeUnlessHeld(std::int64_t id) {
     if (!stream) {
         return false;
     }
-    Run(database_,
-        "DELETE FROM file WHERE stream = ?1 AND wiped = 1 AND id <= (SELECT id FROM file"
-        " WHERE stream = ?1 AND wiped = 1 ORDER BY id DESC LIMIT 1 OFFSET ?2)",
-        *stream, wipedLinksKept);
+    Execute(database_,
+            "DELETE FROM file WHERE stream = ?1 AND wiped = 1 AND id <= (SELECT id FROM file"
+            " WHERE stream = ?1 AND wiped = 1 ORDER BY id DESC LIMIT 1 OFFSET ?2)",
+            *stream, wipedLinksKept);
     return true;
 }
 
@@ -243,11 +244,11 @@ unsigned int EventStore::ReserveTicks(unsigned int stream, unsigned int count) {
 
 void EventStore::ReturnTicks(unsigned int stream, unsigned int nextUnused) {
     std::lock_guard const lock(mutex_);
-    Run(database_,
-        "UPDATE tick_counter SET first = next - ((next - ?2) & 0xFFFFFFFF),"
-        " next = next - ((next - ?2) & 0xFFFFFFFF)"
-        " WHERE stream = ?1 AND (next - ?2) & 0xFFFFFFFF <= next - first",
-        stream, nextUnused);
+    Execute(database_,
+            "UPDATE tick_counter SET first = next - ((next - ?2) & 0xFFFFFFFF),"
+            " next = next - ((next - ?2) & 0xFFFFFFFF)"
+            " WHERE stream = ?1 AND (next - ?2) & 0xFFFFFFFF <= next - first",
+            stream, nextUnused);
 }
 
 // --- events ---
@@ -287,14 +288,14 @@ std::optional<Event> EventStore::RecordAfterTheFact(std::int64_t start, std::int
 }
 
 void EventStore::Insert(Event const& event, std::vector<RecordedFile> const& files) {
-    Run(database_,
-        "INSERT INTO event (reid, start_time, stop_time, streams, tags_complete, parent)"
-        " VALUES (?, ?, ?, ?, ?, ?)",
-        event.reid, event.startTime, event.stopTime, event.streams, event.tagsComplete,
-        event.parent);
+    Execute(database_,
+            "INSERT INTO event (reid, start_time, stop_time, streams, tags_complete, parent)"
+            " VALUES (?, ?, ?, ?, ?, ?)",
+            event.reid, event.startTime, event.stopTime, event.streams, event.tagsComplete,
+            event.parent);
     std::int64_t const id = database_.LastRowId();
     for (RecordedFile const& file : files) {
-        Run(database_, "INSERT INTO event_file (event, file) VALUES (?, ?)", id, file.id);
+        Execute(database_, "INSERT INTO event_file (event, file) VALUES (?, ?)", id, file.id);
     }
 }
 
@@ -326,13 +327,13 @@ std::vector<RecordedFile> EventStore::HeldBy(std::string const& reid) const {
 
 bool EventStore::DeleteEvent(std::string const& reid) {
     std::lock_guard const lock(mutex_);
-    Run(database_, "DELETE FROM event WHERE reid = ?", reid);
+    Execute(database_, "DELETE FROM event WHERE reid = ?", reid);
     return database_.Changes() > 0;
 }
 
 bool EventStore::SetTagsComplete(std::string const& reid) {
     std::lock_guard const lock(mutex_);
-    Run(database_, "UPDATE event SET tags_complete = 1 WHERE reid = ?", reid);
+    Execute(database_, "UPDATE event SET tags_complete = 1 WHERE reid = ?", reid);
     return database_.Changes() > 0;
 }
 
@@ -359,7 +360,7 @@ std::optional<std::vector<Event>> EventStore::SplitEvent(std::string const& reid
         Insert(part, files);
         parts.push_back(part);
     }
-    Run(database_, "DELETE FROM event WHERE reid = ?", reid);
+    Execute(database_, "DELETE FROM event WHERE reid = ?", reid);
     transaction.Commit();
     return parts;
 }

@@ -55,7 +55,7 @@ private:
 
 // Runs a statement to its end.
 template <class... Values>
-void Run(Database const& database, std::string_view sql, Values const&... values) {
+void Execute(Database const& database, std::string_view sql, Values const&... values) {
     Statement statement(database, sql, values...);
     while (statement.Step()) {
     }
