@@ -6,32 +6,30 @@
 
 namespace {
 
-struct Request {
-    char const* name;
+struct Request : NamedCase {
     int option;
     unsigned int id;
     std::string text;
 };
 
 Request const requests[] = {
-    {"Ping", 'p', 13827, "ping"},
-    {"Quit", 'q', 1280, "quit"},
-    {"Reaper", 'r', 13838, "reap"},
-    {"Info", 'i', 13839, "info"},
-    {"Storage", 'S', 13882, "Dump Stream File Storage Percentages"},
+    {{"Ping"}, 'p', 13827, "ping"},
+    {{"Quit"}, 'q', 1280, "quit"},
+    {{"Reaper"}, 'r', 13838, "reap"},
+    {{"Info"}, 'i', 13839, "info"},
+    {{"Storage"}, 'S', 13882, "Dump Stream File Storage Percentages"},
 };
 
-// The steps of a request that can fail.
-struct Step {
+// The steps of a request that can fail, named after their calls.
+struct Step : NamedCase {
     int number;
-    char const* call;
     std::string failure;
 };
 
 Step const steps[] = {
-    {1, "Allocate", "Error allocating request for "},
-    {2, "Fill", "Error populating request string with "},
-    {3, "Request", "Error sending request "},
+    {{"Allocate"}, 1, "Error allocating request for "},
+    {{"Fill"}, 2, "Error populating request string with "},
+    {{"Request"}, 3, "Error sending request "},
 };
 
 // The calls of a request that comes as far as a step.
@@ -56,19 +54,18 @@ TEST_P(EachControlRequest, IsToldWhenItWasDelivered) {
     EXPECT_EQ(cli.ProcessOption(GetParam().option, nullptr), 3U);
     std::string const told = "Successfully sent " + GetParam().text + " request\n";
     EXPECT_EQ(platform.Recorded().FlushedOut(), told + "<flush>");
-    EXPECT_EQ(platform.Recorded().Trace(), before + RequestCalls(GetParam(), 3) + "out " +
-                                               Show(told) + "\n~IpcMessage()\n");
+    EXPECT_EQ(platform.Recorded().Trace(),
+              before + RequestCalls(GetParam(), 3) + "out " + Show(told) + "\n~IpcMessage()\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(Option, EachControlRequest, ::testing::ValuesIn(requests),
-                         CaseName<Request>);
+INSTANTIATE_TEST_SUITE_P(Option, EachControlRequest, ::testing::ValuesIn(requests), NameOfCase());
 
 // The failing answer of a step comes last: any but 0 is a failure.
 using FailureCase = std::tuple<Request, Step, long>;
 
 std::string FailureName(::testing::TestParamInfo<FailureCase> const& info) {
     auto const& [request, step, answer] = info.param;
-    return std::string(request.name) + step.call + (answer < 0 ? "Negative" : "Positive");
+    return request.name + step.name + (answer < 0 ? "Negative" : "Positive");
 }
 
 class FailedControlRequest : public CliTest, public ::testing::WithParamInterface<FailureCase> {};
@@ -76,7 +73,7 @@ class FailedControlRequest : public CliTest, public ::testing::WithParamInterfac
 TEST_P(FailedControlRequest, EndsWithTheMessageOfItsStep) {
     auto const& [request, step, answer] = GetParam();
     std::string const before = platform.Recorded().Trace();
-    platform.Script(step.call, 1, {answer});
+    platform.Script(step.name, 1, {answer});
     EXPECT_EQ(cli.ProcessOption(request.option, nullptr), 2U);
     EXPECT_EQ(platform.Recorded().Trace(), before + RequestCalls(request, step.number) + "err " +
                                                Show(step.failure + request.text + "\n") +
@@ -85,8 +82,7 @@ TEST_P(FailedControlRequest, EndsWithTheMessageOfItsStep) {
 
 INSTANTIATE_TEST_SUITE_P(OptionAndStep, FailedControlRequest,
                          ::testing::Combine(::testing::ValuesIn(requests),
-                                            ::testing::ValuesIn(steps),
-                                            ::testing::Values(1L, -1L)),
+                                            ::testing::ValuesIn(steps), ::testing::Values(1L, -1L)),
                          FailureName);
 
 TEST_F(ControlRequestTest, TwoPingsAreTwoRequests) {
@@ -109,7 +105,7 @@ TEST_F(ControlRequestTest, RequestIsTriedAlsoWithoutServiceAndWithoutConnection)
 
 TEST_F(ControlRequestTest, TextAndIdOfTheCallerAreSentAsTheyAre) {
     std::string const before = platform.Calls();
-    Request const request{"", 0, 0xffffffff, "a longer\ntext"};
+    Request const request{{"Any"}, 0, 0xffffffff, "a longer\ntext"};
     EXPECT_EQ(cli.SendRequest(request.id, request.text), 3U);
     ExpectOutput("Successfully sent a longer\ntext request\n", "");
     EXPECT_EQ(platform.Calls(), before + RequestCalls(request, 3) + "~IpcMessage()\n");

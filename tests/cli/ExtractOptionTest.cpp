@@ -44,51 +44,61 @@ TEST_F(ExtractOptionTest, UnboundedCopyTakesTheWholeSlot) {
                                       "\nStated file length: 98566144  copied: 0\n");
 }
 
+// The text of an argument, and the number that is understood.
 struct NumberCase {
     char const* argument;
-    char const* number;
+    std::string number;
 };
 
-// Numbers that are no stream file's; the tool shows which number it understood.
-class InvalidNumber : public CliTest, public ::testing::WithParamInterface<NumberCase> {};
-
-TEST_P(InvalidNumber, IsRefusedWithTheResultLineOnStandardError) {
-    for (int const option : {'x', 'X'})
-        EXPECT_EQ(cli.ProcessOption(option, GetParam().argument), 2U);
-    std::string const line = std::string("File number is invalid: ") + GetParam().number +
-                             "\nStated file length: 0  copied: 0\n";
-    ExpectOutput("", line + line);
-}
-
-INSTANTIATE_TEST_SUITE_P(Text, InvalidNumber,
-                         ::testing::Values(NumberCase{"0", "0"}, NumberCase{"-3", "-3"},
-                                           NumberCase{"abc", "0"}, NumberCase{"", "0"},
-                                           NumberCase{"0x5", "0"}, NumberCase{"x5", "0"},
-                                           NumberCase{"-2147483648", "-2147483648"},
-                                           NumberCase{"-2147483649", "-2147483648"},
-                                           NumberCase{"-4294967291", "-2147483648"}));
-
-// Texts that are a number, as far as they go.
-class ValidNumber : public CliTest, public ::testing::WithParamInterface<NumberCase> {};
-
-TEST_P(ValidNumber, IsTakenAsFarAsItGoes) {
+TEST_F(ExtractOptionTest, NumberOfNoStreamFileIsRefusedWithTheResultLineOnStandardError) {
+    NumberCase const cases[] = {
+        {"0", "0"},
+        {"-3", "-3"},
+        {"abc", "0"},
+        {"", "0"},
+        {"0x5", "0"},
+        {"x5", "0"},
+        {"-2147483648", "-2147483648"},
+        {"-2147483649", "-2147483648"},
+        {"-4294967291", "-2147483648"},
+    };
     std::string const before = platform.Calls();
-    EXPECT_EQ(cli.ProcessOption('x', GetParam().argument), 2U);
-    EXPECT_EQ(platform.Calls(), before +
-                                    "pool.InitializeFileAccess(false, true)\n"
-                                    "OpenStreamFile(" +
-                                    GetParam().number + ", 0)\n");
-    ExpectOutput("", "could not open stream file: 2No such file or directory\n"
-                     "Stated file length: 0  copied: 0\n");
+    std::string err;
+    for (NumberCase const& row : cases) {
+        for (int const option : {'x', 'X'}) {
+            EXPECT_EQ(cli.ProcessOption(option, row.argument), 2U) << row.argument;
+            err += "File number is invalid: " + row.number + "\nStated file length: 0  copied: 0\n";
+        }
+    }
+    ExpectOutput("", err);
+    EXPECT_EQ(platform.Calls(), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Text, ValidNumber,
-                         ::testing::Values(NumberCase{"12abc", "12"}, NumberCase{" 7", "7"},
-                                           NumberCase{"+7", "7"}, NumberCase{"010", "10"},
-                                           NumberCase{"7.9", "7"}, NumberCase{"7,8", "7"},
-                                           NumberCase{"2147483647", "2147483647"},
-                                           NumberCase{"2147483648", "2147483647"},
-                                           NumberCase{"4294967297", "2147483647"},
-                                           NumberCase{"9223372036854775808", "2147483647"}));
+TEST_F(ExtractOptionTest, NumberIsTakenAsFarAsItGoes) {
+    NumberCase const cases[] = {
+        {"12abc", "12"},
+        {" 7", "7"},
+        {"+7", "7"},
+        {"010", "10"},
+        {"7.9", "7"},
+        {"7,8", "7"},
+        {"2147483647", "2147483647"},
+        {"2147483648", "2147483647"},
+        {"4294967297", "2147483647"},
+        {"9223372036854775808", "2147483647"},
+    };
+    std::string calls = platform.Calls();
+    std::string err;
+    for (NumberCase const& row : cases) {
+        EXPECT_EQ(cli.ProcessOption('x', row.argument), 2U) << row.argument;
+        calls += "pool.InitializeFileAccess(false, true)\n"
+                 "OpenStreamFile(" +
+                 row.number + ", 0)\n";
+        err += "could not open stream file: 2No such file or directory\n"
+               "Stated file length: 0  copied: 0\n";
+    }
+    EXPECT_EQ(platform.Calls(), calls);
+    ExpectOutput("", err);
+}
 
 } // namespace

@@ -1,6 +1,5 @@
 // The options that change the log level of the service.
 #include "CliTest.h"
-#include "fakes/Show.h"
 
 namespace {
 
@@ -30,33 +29,36 @@ TEST_F(LogLevelTest, ResultOfSettingBecomesAStatus) {
     ExpectOutput("", "");
 }
 
-struct LevelCase {
-    char const* argument;
-    unsigned int level;
-};
-
-class LogLevelArgument : public CliTest, public ::testing::WithParamInterface<LevelCase> {};
-
-TEST_P(LogLevelArgument, IsConvertedWithoutAnyCheck) {
-    std::string const before = platform.Calls();
-    EXPECT_EQ(cli.ProcessOption('s', GetParam().argument), 3U);
-    EXPECT_EQ(platform.Calls(), before +
-                                    "ServerName(20)\n"
-                                    "SetLogLevel(StreamMgrCli_4711, \"TheService\", " +
-                                    Show(GetParam().level) + ")\n");
+TEST_F(LogLevelTest, LevelIsConvertedWithoutAnyCheck) {
+    struct Case {
+        char const* argument;
+        char const* level;
+    };
+    constexpr Case cases[] = {
+        {"0", "0"},
+        {"3", "3"},
+        {"abc", "0"},
+        {"", "0"},
+        {" 12x", "12"},
+        {"0x10", "0"},
+        {"+7", "7"},
+        {"-1", "4294967295"},
+        {"2147483647", "2147483647"},
+        {"2147483648", "2147483647"},
+        {"4294967297", "2147483647"},
+        {"99999999999999999999", "2147483647"},
+        {"-2147483648", "2147483648"},
+        {"-99999999999999999999", "2147483648"},
+    };
+    std::string calls = platform.Calls();
+    for (Case const& row : cases) {
+        EXPECT_EQ(cli.ProcessOption('s', row.argument), 3U) << row.argument;
+        calls += "ServerName(20)\n"
+                 "SetLogLevel(StreamMgrCli_4711, \"TheService\", " +
+                 std::string(row.level) + ")\n";
+    }
+    EXPECT_EQ(platform.Calls(), calls);
     ExpectOutput("", "");
 }
-
-INSTANTIATE_TEST_SUITE_P(Text, LogLevelArgument,
-                         ::testing::Values(LevelCase{"0", 0}, LevelCase{"3", 3},
-                                           LevelCase{"abc", 0}, LevelCase{"", 0},
-                                           LevelCase{" 12x", 12}, LevelCase{"0x10", 0},
-                                           LevelCase{"+7", 7}, LevelCase{"-1", 4294967295U},
-                                           LevelCase{"2147483647", 2147483647U},
-                                           LevelCase{"2147483648", 2147483647U},
-                                           LevelCase{"4294967297", 2147483647U},
-                                           LevelCase{"99999999999999999999", 2147483647U},
-                                           LevelCase{"-2147483648", 2147483648U},
-                                           LevelCase{"-99999999999999999999", 2147483648U}));
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <termios.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -19,8 +20,11 @@
 namespace e2e {
 namespace {
 
-using workstation::FileDescriptor;
 using std::chrono::steady_clock;
+using workstation::FileDescriptor;
+
+// No program says as much, unless it says the same thing for ever.
+constexpr std::size_t mostOutput = 16U << 20U;
 
 [[noreturn]] void Throw(std::string const& what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
@@ -195,6 +199,13 @@ void Child::Signal(int number) const {
     kill(pid_, number);
 }
 
+void Child::Type(std::string const& text) {
+    auto const deadline = steady_clock::now() + patience;
+    unfed_ += text;
+    while (in_ && !unfed_.empty() && Exchange(deadline)) {
+    }
+}
+
 bool Child::Says(std::string const& text) {
     auto const deadline = steady_clock::now() + patience;
     while (outcome_.out.find(text) == std::string::npos) {
@@ -207,8 +218,9 @@ bool Child::Says(std::string const& text) {
 
 Outcome Child::Finish() {
     auto const deadline = steady_clock::now() + patience;
+    inputEnds_ = true;
     Feed();
-    while (HasOutput() && Exchange(deadline)) {
+    while (HasOutput() && outcome_.out.size() < mostOutput && Exchange(deadline)) {
     }
     if (HasOutput() || !HasEnded(deadline)) {
         ADD_FAILURE() << "the program does not end; it is killed. " << outcome_;
@@ -226,7 +238,9 @@ bool Child::Exchange(Deadline deadline) {
     if (poll(streams.data(), streams.size(), PollTimeoutMs(deadline)) == 0) {
         return false;
     }
-    if (streams[0].revents != 0) {
+    if ((streams[0].revents & (POLLERR | POLLHUP)) != 0) { // nobody reads any more
+        in_.Reset();
+    } else if (streams[0].revents != 0) {
         Feed();
     }
     if (streams[1].revents != 0) {
@@ -238,18 +252,13 @@ bool Child::Exchange(Deadline deadline) {
     return true;
 }
 
-// Writes what fits; after the last byte the input ends.
+// Writes what fits. The input ends after its last byte, once nothing more can be typed.
 void Child::Feed() {
-    if (!in_) {
-        return;
+    if (in_ && !unfed_.empty()) {
+        ssize_t const count = write(in_.Get(), unfed_.data(), unfed_.size());
+        unfed_.erase(0, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
-    ssize_t const count = write(in_.Get(), unfed_.data(), unfed_.size());
-    if (count >= 0) {
-        unfed_.erase(0, static_cast<std::size_t>(count));
-    }
-    bool const readerIsGone = count < 0 && errno != EAGAIN && errno != EINTR;
-    if (unfed_.empty() || readerIsGone) {
-        unfed_.clear();
+    if (inputEnds_ && unfed_.empty()) {
         in_.Reset();
     }
 }
@@ -268,7 +277,7 @@ void Child::Reap() {
     outcome_.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-Outcome Run(Command const& command) {
+Outcome RunToEnd(Command const& command) {
     return Child(command).Finish();
 }
 

@@ -18,10 +18,10 @@ constexpr std::chrono::seconds patience{100};
 
 struct Command {
     std::vector<std::string> words;
-    std::map<std::string, std::string> environment; // on top of the test's own
-    std::string input;                              // then end of file
-    std::string outputPath;                         // takes standard output when not empty
-    bool onTerminal = false;                        // output and errors are then one, in `out`
+    std::map<std::string, std::string> environment = {}; // on top of the test's own
+    std::string input = {};                              // then end of file
+    std::string outputPath = {};                         // takes standard output when not empty
+    bool onTerminal = false;                             // output and errors are then one, in `out`
 };
 
 // How a program ended and everything that it said.
@@ -49,6 +49,9 @@ public:
 
     void Signal(int number) const;
 
+    // Types on the terminal, or writes into the pipe, that is the program's input.
+    void Type(std::string const& text);
+
     // Waits until standard output contains the text; false when it ends first.
     bool Says(std::string const& text);
 
@@ -71,11 +74,12 @@ private:
     workstation::FileDescriptor in_;
     workstation::FileDescriptor out_;
     workstation::FileDescriptor err_;
-    std::string unfed_;
+    std::string unfed_; // of the input
+    bool inputEnds_ = false;
     Outcome outcome_{};
 };
 
 // Starts a program and waits for its end.
-Outcome Run(Command const& command);
+Outcome RunToEnd(Command const& command);
 
 } // namespace e2e

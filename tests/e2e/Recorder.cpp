@@ -45,10 +45,10 @@ void Append(Words& words, Words const& more) {
 
 // Stands in for pidof(8) in the tool's search path and knows only this recorder's service.
 void WritePidof(fs::path const& directory) {
-    WriteFile(directory / "bin/pidof",
-              "#!/bin/sh\n"
-              "[ \"$*\" = StreamMgr ] && read -r pid <'" + (directory / "service.pid").string() +
-                  "' && kill -0 \"$pid\" && echo \"$pid\"\n");
+    std::string const pidFile = (directory / "service.pid").string();
+    WriteFile(directory / "bin/pidof", "#!/bin/sh\nexec 2>/dev/null\n"
+                                       "[ \"$*\" = StreamMgr ] && read -r pid <'" +
+                                           pidFile + "' && kill -0 \"$pid\" && echo \"$pid\"\n");
     fs::permissions(directory / "bin/pidof", fs::perms::owner_all);
 }
 
@@ -82,7 +82,7 @@ std::string Recorder::Log() const {
 }
 
 Command Recorder::ServiceCommand(Words const& arguments) const {
-    Command command{{SERVICE_PATH}, {}, "", "", false};
+    Command command{{SERVICE_PATH}};
     command.environment = {{"STREAMMGR_ROOT", Root()},
                            {"STREAMMGR_HD", HardDisk()},
                            {"STREAMMGR_LOG", directory_ / "log"},
@@ -106,14 +106,14 @@ Command Recorder::ToolCommand(Words const& arguments) const {
 }
 
 void Recorder::CreatePool(int files) {
-    auto const outcome = Run(PoolToolCommand({"create", "--files", std::to_string(files)}));
+    auto const outcome = RunToEnd(PoolToolCommand({"create", "--files", std::to_string(files)}));
     ASSERT_EQ(outcome.status, 0) << outcome;
 }
 
 void Recorder::Load(int number, std::string const& content) const {
     auto const source = directory_ / "loaded";
     WriteFile(source, content);
-    auto const outcome = Run(PoolToolCommand({"load", std::to_string(number), source}));
+    auto const outcome = RunToEnd(PoolToolCommand({"load", std::to_string(number), source}));
     fs::remove(source);
     ASSERT_EQ(outcome.status, 0) << outcome;
 }
@@ -185,6 +185,24 @@ void WriteFile(fs::path const& path, std::string const& content) {
     file << content;
     if (!file.flush()) {
         throw std::runtime_error("cannot write " + path.string());
+    }
+}
+
+std::string ReadPiece(fs::path const& path, std::streamoff offset, std::size_t size) {
+    std::string piece(size, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.seekg(offset);
+    if (!file.read(piece.data(), static_cast<std::streamsize>(size))) {
+        throw std::runtime_error("cannot read from " + path.string());
+    }
+    return piece;
+}
+
+void WritePiece(fs::path const& path, std::streamoff offset, std::string const& piece) {
+    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(offset);
+    if (!(file << piece).flush()) {
+        throw std::runtime_error("cannot write into " + path.string());
     }
 }
 

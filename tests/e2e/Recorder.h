@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <ios>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,7 +41,7 @@ public:
     Command ToolCommand(Words const& arguments) const;
     Command PoolToolCommand(Words const& arguments) const;
     Command ServiceCommand(Words const& arguments = {}) const;
-    Outcome Tool(Words const& arguments) const { return Run(ToolCommand(arguments)); }
+    Outcome Tool(Words const& arguments) const { return RunToEnd(ToolCommand(arguments)); }
 
     // Creates a pool of that many files.
     void CreatePool(int files);
@@ -71,5 +72,9 @@ std::string ClipRepeated(std::size_t size);
 
 std::string ReadFile(std::filesystem::path const& path);
 void WriteFile(std::filesystem::path const& path, std::string const& content);
+
+// The same for a piece of a file that is there.
+std::string ReadPiece(std::filesystem::path const& path, std::streamoff offset, std::size_t size);
+void WritePiece(std::filesystem::path const& path, std::streamoff offset, std::string const& piece);
 
 } // namespace e2e

@@ -22,8 +22,7 @@ using ::Show;
 
 // The message as it stands in the record: its id and its payload.
 std::string Show(IpcMessage& message) {
-    return Show(message.Id()) + " " +
-           Show(std::string_view(message.Data(), message.Size()));
+    return Show(message.Id()) + " " + Show(std::string_view(message.Data(), message.Size()));
 }
 
 std::string Show(IpcMessage const* message) {
@@ -59,11 +58,10 @@ int LinxIpc::Request(std::string const& server, IpcMessage& message, unsigned in
     FakePlatform& platform = FakePlatform::Get();
     if (message.Size() == 0)
         platform.Breach("a request without a payload");
-    return static_cast<int>(
-        platform.Ask("ipc.", "Request",
-                     Show(server) + ", " + Show(message) + ", " + ShowAll(replyId, timeoutMs) +
-                         ", " + Show(reply),
-                     0));
+    return static_cast<int>(platform.Ask("ipc.", "Request",
+                                         Show(server) + ", " + Show(message) + ", " +
+                                             ShowAll(replyId, timeoutMs) + ", " + Show(reply),
+                                         0));
 }
 
 // Brings the next of the scripted messages; SIGINT when there is none left, as nothing else ends
@@ -71,8 +69,8 @@ int LinxIpc::Request(std::string const& server, IpcMessage& message, unsigned in
 int LinxIpc::Receive(int timeoutMs, unsigned int messageId, std::string const& from,
                      IpcMessage* message) {
     FakePlatform& platform = FakePlatform::Get();
-    auto const answer = platform.Enter(
-        "ipc.", "Receive", ShowAll(timeoutMs, messageId, from) + ", " + Show(message));
+    auto const answer = platform.Enter("ipc.", "Receive",
+                                       ShowAll(timeoutMs, messageId, from) + ", " + Show(message));
     if (answer)
         return static_cast<int>(answer->value);
     if (platform.incoming.empty()) {

@@ -164,10 +164,10 @@ public:
     // The message that is being handled; items decode from it and from nothing else.
     std::string message;
 
-    std::set<std::FILE*> pipes;          // of popen, not closed yet
+    std::set<std::FILE*> pipes; // of popen, not closed yet
     pthread_t lastThread = 0;
-    std::map<pthread_t, int> notJoined;  // threads, with the number that each was started with
-    std::recursive_mutex mutex;          // guards all of this against the tool's threads
+    std::map<pthread_t, int> notJoined; // threads, with the number that each was started with
+    std::recursive_mutex mutex;         // guards all of this against the tool's threads
 
 private:
     static std::string MakeDirectory();

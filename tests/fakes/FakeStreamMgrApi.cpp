@@ -55,8 +55,8 @@ bool LogFileChain(unsigned int stream, LinxIpc& ipc, bool withWiped) {
 
 bool RecordAfterTheFact(LinxIpc& ipc, long start, long stop, std::string& reid, int timeoutMs,
                         EventStreamState state) {
-    bool const made = Ask("RecordAfterTheFact", ipc, start, stop, reid, timeoutMs,
-                          static_cast<int>(state));
+    bool const made =
+        Ask("RecordAfterTheFact", ipc, start, stop, reid, timeoutMs, static_cast<int>(state));
     if (made)
         reid = FakePlatform::Get().newReid;
     return made;

@@ -1,7 +1,9 @@
 // What the tests of the tool at the seam have in common.
 #pragma once
 
+#include <ostream>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -18,7 +20,27 @@ protected:
     FakePlatform platform;
 };
 
-// The arguments of a test case that bears a name.
-template <typename Case> std::string CaseName(::testing::TestParamInfo<Case> const& info) {
-    return info.param.name;
+// A row of a table of test cases; the name (letters and digits) becomes part of the test's.
+struct NamedCase {
+    std::string name;
+};
+
+inline std::ostream& operator<<(std::ostream& out, NamedCase const& row) {
+    return out << row.name;
 }
+
+// For INSTANTIATE_TEST_SUITE_P over rows that derive from NamedCase.
+struct NameOfCase {
+    template <typename Row>
+    std::string operator()(::testing::TestParamInfo<Row> const& info) const {
+        return info.param.name;
+    }
+};
+
+// The same over pairs of such rows.
+struct NameOfPair {
+    template <typename Pair>
+    std::string operator()(::testing::TestParamInfo<Pair> const& info) const {
+        return std::get<0>(info.param).name + std::get<1>(info.param).name;
+    }
+};

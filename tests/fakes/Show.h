@@ -8,7 +8,8 @@
 #include <string_view>
 #include <type_traits>
 
-template <std::integral T> std::string Show(T value) {
+template <std::integral T>
+std::string Show(T value) {
     if constexpr (std::is_same_v<T, bool>)
         return value ? "true" : "false";
     else

@@ -32,8 +32,8 @@ void (*__real_signal(int number, void (*handler)(int)))(int);
 void __real_exit(int status) __attribute__((noreturn));
 pid_t __real_getpid();
 int __real_kill(pid_t process, int number);
-int __real_pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
-                          void* (*body)(void*), void* argument);
+int __real_pthread_create(pthread_t* thread, pthread_attr_t const* attributes, void* (*body)(void*),
+                          void* argument);
 int __real_pthread_join(pthread_t thread, void** result);
 }
 
@@ -52,7 +52,8 @@ struct ToolDescriptor {
 };
 
 // A success says nothing about errno.
-template <typename Result> Result Done(Result result) {
+template <typename Result>
+Result Done(Result result) {
     if (result != -1)
         errno = meaninglessErrno;
     return result;
@@ -240,14 +241,15 @@ int __wrap_kill(pid_t process, int number) {
     return -1;
 }
 
-int __wrap_pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
-                          void* (*body)(void*), void* argument) {
+int __wrap_pthread_create(pthread_t* thread, pthread_attr_t const* attributes, void* (*body)(void*),
+                          void* argument) {
     FakePlatform* const platform = FakePlatform::Current();
     if (platform == nullptr)
         return __real_pthread_create(thread, attributes, body, argument);
     int const number = StartNumber(argument);
-    auto const answer = platform->Enter(
-        "", "pthread_create", (attributes == nullptr ? "default, " : "attributes, ") + Show(number));
+    auto const answer =
+        platform->Enter("", "pthread_create",
+                        (attributes == nullptr ? "default, " : "attributes, ") + Show(number));
     if (answer)
         return static_cast<int>(answer->value);
     int result = 0;

@@ -142,7 +142,7 @@ TEST(PacketWalk, OneLostSyncByteDoesNotLoseTheAlignmentToThePayload) {
 TEST(PacketWalk, OfTwoAlignmentsTheOneThatLastsLongerWins) {
     TestStream stream;
     stream.Add(Garbage(100)).Media(6);
-    for (std::size_t const misleading : {20, 208, 396, 584}) {
+    for (std::size_t const misleading : {20U, 208U, 396U, 584U}) {
         stream.Data()[misleading] = tsSyncByte;
     }
     EXPECT_THAT(Packets(stream.Data()), ElementsAre(100, 288, 476, 664, 852, 1040));

@@ -87,7 +87,7 @@ TEST(PcrClock, AnnouncedDiscontinuityCountsNoTime) {
 //  counted    0    40     40     80    80   120
 TEST(PcrClock, JumpForwardsOrBackwardsCountsNoTime) {
     PcrClock clock;
-    for (std::uint64_t const pcr : {100, 140, 5000, 5040, 200, 240}) {
+    for (std::uint64_t const pcr : {100U, 140U, 5000U, 5040U, 200U, 240U}) {
         See(clock, PcrPacket(pcr * ms));
     }
     EXPECT_EQ(clock.Elapsed(), 120 * ms);

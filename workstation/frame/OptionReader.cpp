@@ -23,18 +23,21 @@ OptionReader::OptionReader(char** argv, int argc, std::string const& shortOption
 }
 
 std::optional<CommandLineOption> OptionReader::Next() {
-    int const value = getopt_long(argc_, argv_, shortOptions_.c_str(), longOptions_, nullptr);
-    if (value == operand) {
-        return Operand(optarg);
+    if (rest_ == nullptr) {
+        int const value = getopt_long(argc_, argv_, shortOptions_.c_str(), longOptions_, nullptr);
+        if (value == operand) {
+            return Operand(optarg);
+        }
+        if (value == unknownOption) {
+            return CommandLineOption{unknownOption, nullptr};
+        }
+        if (value != -1) {
+            return CommandLineOption{value, optarg};
+        }
+        rest_ = argv_ + optind; // getopt_long would only say the same again
     }
-    if (value == unknownOption) {
-        return CommandLineOption{unknownOption, nullptr};
-    }
-    if (value != -1) {
-        return CommandLineOption{value, optarg};
-    }
-    if (optind < argc_) { // after "--"
-        return Operand(argv_[optind++]);
+    if (rest_ < argv_ + argc_) {
+        return Operand(*rest_++);
     }
     return std::nullopt;
 }

@@ -34,6 +34,7 @@ private:
     int argc_;
     std::string shortOptions_;
     option const* longOptions_;
+    char** rest_ = nullptr; // operands after "--"; null before the last option was read
 };
 
 } // namespace workstation

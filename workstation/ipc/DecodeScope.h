@@ -22,7 +22,7 @@ struct DecodeRange {
 DecodeRange& CurrentDecodeRange();
 
 // Makes a payload of `size` bytes the thread's range for as long as the object lives, then the
-// former range again. The payload must outlive it.
+// former range again. Both payloads must outlive it.
 class DecodeScope {
 public:
     DecodeScope(char const* payload, std::size_t size);

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 #include "ipc/Datagram.h"
@@ -97,7 +98,8 @@ std::optional<Letter> Open(RawDatagram const& datagram) {
 
 // Bounds how long the next blocking send takes; the limit must not be 0.
 void LimitSending(int socket, int timeoutMs) {
-    timeval const limit{timeoutMs / 1000, timeoutMs % 1000 * 1000};
+    auto const [seconds, milliseconds] = std::div(timeoutMs, 1000);
+    timeval const limit{seconds, suseconds_t{milliseconds} * 1000};
     setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 

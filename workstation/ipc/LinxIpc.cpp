@@ -7,6 +7,8 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <span>
+#include <utility>
 
 #include "IpcMessage.h"
 #include "ipc/Deadline.h"

@@ -29,47 +29,20 @@ std::uint32_t FromBigEndian(std::uint32_t stored) {
     return GetBig32(bytes.data());
 }
 
-bool ReadHeader(int descriptor, PoolHeaderPage& page, Failure& why) {
-    ssize_t const got = pread(descriptor, page.data(), page.size(), 0);
-    if (got < 0) {
-        return FailWithErrno(why, "cannot read the header");
-    }
-    if (static_cast<std::size_t>(got) < page.size()) {
-        return Fail(why, EUCLEAN,
-                    "not a pool image: " + std::to_string(got) + " bytes are no header page");
-    }
-    return true;
-}
-
-bool CheckSize(std::uint64_t size, std::uint32_t fileCount, Failure& why) {
-    std::uint64_t const needed = PoolImageSize(fileCount);
-    if (size == needed) {
-        return true;
-    }
-    return Fail(why, EUCLEAN,
-                std::string(size < needed ? "truncated" : "too long") + ": " +
-                    std::to_string(size) + " bytes, but " + std::to_string(fileCount) +
-                    " stream files take " + std::to_string(needed));
-}
-
 // The number of files of the image; none unless its header and its size are as they must be.
 std::optional<std::uint32_t> SoundFileCount(int descriptor, struct stat const& status,
                                             Failure& why) {
-    PoolHeaderPage page{};
     if (!S_ISREG(status.st_mode)) {
         Fail(why, EINVAL, "not a regular file");
         return std::nullopt;
     }
-    if (!ReadHeader(descriptor, page, why)) {
-        return std::nullopt;
-    }
-    std::string fault;
-    auto const fileCount = DecodePoolHeader(page, fault);
+    auto const fileCount = ReadPoolHeader(descriptor, why);
     if (!fileCount) {
-        Fail(why, EUCLEAN, fault);
         return std::nullopt;
     }
-    if (!CheckSize(static_cast<std::uint64_t>(status.st_size), *fileCount, why)) {
+    auto const size = static_cast<std::uint64_t>(status.st_size);
+    if (size != PoolImageSize(*fileCount)) {
+        Fail(why, EUCLEAN, WrongPoolImageSize(size, *fileCount));
         return std::nullopt;
     }
     return fileCount;
@@ -161,6 +134,26 @@ FileDescriptor PoolImage::OpenDescriptor(int flags) const {
         return {};
     }
     return file;
+}
+
+std::optional<std::uint32_t> ReadPoolHeader(int descriptor, Failure& why) {
+    PoolHeaderPage page{};
+    ssize_t const got = pread(descriptor, page.data(), page.size(), 0);
+    if (got < 0) {
+        FailWithErrno(why, "cannot read the header");
+        return std::nullopt;
+    }
+    if (static_cast<std::size_t>(got) < page.size()) {
+        Fail(why, EUCLEAN,
+             "not a pool image: " + std::to_string(got) + " bytes are no header page");
+        return std::nullopt;
+    }
+    std::string fault;
+    auto const fileCount = DecodePoolHeader(page, fault);
+    if (!fileCount) {
+        Fail(why, EUCLEAN, fault);
+    }
+    return fileCount;
 }
 
 std::string NoSuchStreamFile(PoolImage const& image, int fileNumber) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "FileDescriptor.h"
@@ -59,6 +60,9 @@ private:
     ino_t inode_;
     Mapping mapping_;
 };
+
+// The number of files that the header of an image states; none when it is not as it must be.
+std::optional<std::uint32_t> ReadPoolHeader(int descriptor, Failure& why);
 
 // "stream file 7: the pool has no such file; it has 3".
 std::string NoSuchStreamFile(PoolImage const& image, int fileNumber);

@@ -95,6 +95,13 @@ std::optional<std::uint32_t> PoolFileCountOfSize(std::uint64_t imageSize) {
     return static_cast<std::uint32_t>(fileCount);
 }
 
+std::string WrongPoolImageSize(std::uint64_t imageSize, std::uint32_t fileCount) {
+    std::uint64_t const needed = PoolImageSize(fileCount);
+    return std::string(imageSize < needed ? "truncated" : "too long") + ": " +
+           std::to_string(imageSize) + " bytes, but " + std::to_string(fileCount) +
+           " stream files take " + std::to_string(needed);
+}
+
 PoolHeaderPage EncodePoolHeader(std::uint32_t fileCount) {
     PoolHeaderPage page{};
     unsigned char* const header = page.data();

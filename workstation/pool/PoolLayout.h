@@ -46,6 +46,9 @@ constexpr std::uint64_t PoolSlotOffset(std::uint32_t fileCount, int fileNumber) 
 // The only number of files that gives an image of this size; none when no number does.
 std::optional<std::uint32_t> PoolFileCountOfSize(std::uint64_t imageSize);
 
+// What is wrong with an image of another size than it must have.
+std::string WrongPoolImageSize(std::uint64_t imageSize, std::uint32_t fileCount);
+
 PoolHeaderPage EncodePoolHeader(std::uint32_t fileCount);
 
 // The number of files that a header states; none, with what is wrong in `fault`, when any of its

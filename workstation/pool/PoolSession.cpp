@@ -2,6 +2,7 @@
 #include "pool/PoolSession.h"
 
 #include <pthread.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -83,13 +84,17 @@ void PoolSession::Register(Attachment& attachment) {
     if (attachment.processes == nullptr || registeredAs_ == getpid()) {
         return;
     }
-    attachment.processes->Register(*attachment.pool);
-    registeredAs_ = getpid();
+    registering_ = gettid();
+    if (!isEnded_) {
+        attachment.processes->Register(*attachment.pool);
+        registeredAs_ = getpid();
+    }
     if (!isLoaded_ || isEnded_) {
         // Unloaded in the meantime, perhaps before there was anything to give back.
         attachment.processes->Unregister(*attachment.pool);
         registeredAs_ = 0;
     }
+    registering_ = 0;
 }
 
 void PoolSession::Unload() noexcept {
@@ -105,6 +110,13 @@ void PoolSession::Unload() noexcept {
 
 void PoolSession::End() noexcept {
     isEnded_ = true;
+    // A thread that was registering before it could know takes back what it does, unless the end
+    // of the process is faster. If it is the caller, interrupted, there is nothing to wait for.
+    constexpr int patience = 100000;
+    pid_t const self = gettid();
+    for (int i = 0; i < patience && registering_ != 0 && registering_ != self; ++i) {
+        sched_yield();
+    }
     Unload();
 }
 

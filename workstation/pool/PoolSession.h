@@ -53,6 +53,7 @@ private:
     std::atomic<Attachment*> attachment_ = nullptr;
     std::atomic<bool> isLoaded_ = false;
     std::atomic<bool> isEnded_ = false;
+    std::atomic<pid_t> registering_ = 0;  // the thread that is at it, 0 for none
     std::atomic<pid_t> registeredAs_ = 0; // 0: not registered; a forked child is not its parent
 };
 

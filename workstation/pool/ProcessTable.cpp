@@ -112,6 +112,16 @@ void ClearSlots(ProcessRecord& record, PoolImage& pool) {
     }
 }
 
+// A thread that claimed a slot while its process was ending may have left it in a free record.
+void ClearForeignSlots(ProcessRecord& record) {
+    for (auto& slot : record.slots) {
+        std::uint32_t const marker = Load(slot.marker);
+        if (!IsMarkerOf(marker, getpid())) {
+            Exchange(slot.marker, marker, 0U);
+        }
+    }
+}
+
 // False when somebody else was faster.
 bool ClearRecord(ProcessRecord& record, std::int32_t pidWord, PoolImage& pool) {
     std::int32_t const beingCleared = -getpid();
@@ -191,6 +201,7 @@ bool ProcessTable::Register(PoolImage& pool) {
 bool ProcessTable::ClaimRecord() {
     for (auto& record : Data().records) {
         if (Exchange(record.pid, 0, getpid())) {
+            ClearForeignSlots(record);
             return true;
         }
     }

@@ -73,8 +73,11 @@ std::unique_ptr<StreamFile> StreamFile::Open(int fileNumber, SlotUse use, Failur
         return nullptr;
     }
     FileDescriptor file = pool->OpenDescriptor(use == SlotUse::writing ? O_RDWR : O_RDONLY);
-    if (!file || (use == SlotUse::writing && !LockForWriting(file.Get(), fileNumber))) {
+    if (!file) {
         FailWithErrno(why, name);
+        return nullptr;
+    }
+    if (use == SlotUse::writing && !LockForWriting(file.Get(), fileNumber, why)) {
         return nullptr;
     }
     return std::unique_ptr<StreamFile>(new StreamFile(*pool, fileNumber, std::move(file), use));

@@ -21,15 +21,16 @@ struct flock LockOfEntry(int fileNumber) {
 
 } // namespace
 
-bool LockForWriting(int descriptor, int fileNumber) {
+bool LockForWriting(int descriptor, int fileNumber, Failure& why) {
     auto lock = LockOfEntry(fileNumber);
     if (fcntl(descriptor, F_OFD_SETLK, &lock) == 0) {
         return true;
     }
+    std::string const name = "stream file " + std::to_string(fileNumber);
     if (errno == EAGAIN || errno == EACCES) {
-        errno = EBUSY;
+        return Fail(why, EBUSY, name + " is being written already");
     }
-    return false;
+    return FailWithErrno(why, "cannot lock " + name);
 }
 
 bool HasWriter(PoolImage const& image, int fileNumber) {
@@ -40,7 +41,8 @@ bool HasWriter(PoolImage const& image, int fileNumber) {
 
 bool ResetAbandonedController(PoolImage& image, int fileNumber) {
     FileDescriptor const file = image.OpenDescriptor(O_RDWR);
-    if (!file || !LockForWriting(file.Get(), fileNumber) ||
+    Failure busy;
+    if (!file || !LockForWriting(file.Get(), fileNumber, busy) ||
         image.Get(fileNumber, EntryWord::controller) == 0) {
         return false;
     }

@@ -2,16 +2,24 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
-#include <initializer_list>
+#include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "Item.h"
 #include "StreamFileAccess.h"
 #include "ipc/Endpoint.h"
 #include "service/CommandLine.h"
-#include "service/RootOwnership.h"
+#include "service/FileRing.h"
+#include "service/Notices.h"
+#include "service/RequestRouter.h"
 #include "service/SignalWatch.h"
+#include "service/SlotRecording.h"
+#include "service/StorageFigures.h"
+#include "service/StoreTicks.h"
+#include "service/Subscribers.h"
+#include "service/recording/RecordingClock.h"
+#include "service/recording/StreamRecorder.h"
 
 namespace workstation {
 
@@ -19,40 +27,56 @@ namespace workstation {
 // one line on standard error, when it could not start.
 int RunService(ServiceOptions const& options);
 
+// One thread serves requests and tells subscribers; each recording has a thread of its own.
 class Service {
 public:
-    Service(RootOwnership root, SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool);
+    // What is passed by reference outlives the service.
+    Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool, EventStore& store);
 
-    // Serves until told to quit.
+    Service(Service const&) = delete;
+    Service& operator=(Service const&) = delete;
+
+    // Begins to record.
+    void Record(ServiceOptions const& options);
+
+    // Serves until told to quit, then ends the recordings.
     void Run();
 
 private:
-    struct Request {
-        std::uint32_t id;
-        char const* name; // as it stands in the log
-        void (Service::*handle)(Letter& letter);
+    using Clock = std::chrono::steady_clock;
+
+    struct Recorder {
+        SlotRecording recording;
+        StreamRecorder recorder;
+
+        Recorder(Service& service, RecordOption const& option, ServiceOptions const& options);
     };
-    static Request const requests[];
 
+    int WaitMs() const;
     void HandleSignal();
-    void HandleLetters();
-    void Handle(Letter& letter);
+    void HandleRequests();
+    void HandleNotices();
+    void TellStorage();
 
-    void Ping(Letter& letter);
-    void Quit(Letter& letter);
-    void Reap(Letter& letter);
-    void Info(Letter& letter);
-    void DumpStorage(Letter& letter);
-    void GetLogLevel(Letter& letter);
-    void SetLogLevel(Letter& letter);
+    void Subscribe(Letter& request);
+    void Reap();
+    std::string Describe() const;
+    StorageFigures Storage() const;
 
-    void Reply(Letter const& letter, std::uint32_t id, std::initializer_list<Item*> items);
-
-    RootOwnership root_;
     SignalWatch& signals_;
     Endpoint endpoint_;
     StreamFileAccess& pool_;
-    std::chrono::steady_clock::time_point const started_ = std::chrono::steady_clock::now();
+    EventStore& store_;
+    FileRing ring_{pool_, store_};
+    StoreTicks ticks_{store_};
+    SystemRecordingClock clock_;
+    Notices notices_;
+    Subscribers subscribers_{endpoint_};
+    RequestRouter router_;
+    std::vector<std::unique_ptr<Recorder>> recorders_;
+    std::optional<StorageFigures> toldStorage_; // what subscribers were told last
+    Clock::time_point nextStorage_ = Clock::now();
+    Clock::time_point const started_ = Clock::now();
     bool isRunning_ = true;
 };
 

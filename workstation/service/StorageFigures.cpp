@@ -4,12 +4,15 @@
 #include <iomanip>
 #include <sstream>
 
+#include "Item.h"
 #include "StreamFileAccess.h"
+#include "ipc/Payload.h"
+#include "pool/PoolLayout.h"
 
 namespace workstation {
 namespace {
 
-constexpr unsigned int slotSizeKiB = 0x5E00000 / 1024;
+constexpr unsigned int slotSizeKiB = poolSlotSize / 1024;
 
 double Percentage(unsigned int part, unsigned int whole) {
     return whole == 0 ? 0.0 : 100.0 * part / whole;
@@ -17,7 +20,7 @@ double Percentage(unsigned int part, unsigned int whole) {
 
 } // namespace
 
-StorageFigures CountStorage(StreamFileAccess& pool) {
+StorageFigures CountStorage(StreamFileAccess& pool, HeldFiles const& held) {
     StorageFigures figures;
     long const poolSize = pool.GetFilePoolSize();
     for (int number = 1; number <= poolSize; ++number) {
@@ -26,7 +29,14 @@ StorageFigures CountStorage(StreamFileAccess& pool) {
             pool.GetFileInfo(number, file) &&
             (file.fileSize != 0 || file.writeController != StreamMgrFileMgmnt::ControlUnknown);
         figures.total += slotSizeKiB;
-        (isInUse ? figures.buffer : figures.free) += slotSizeKiB;
+        if (!isInUse) {
+            figures.free += slotSizeKiB;
+        } else if (held.behindBuffer.contains(number)) {
+            figures.untransferredNotInBuffer += slotSizeKiB;
+        } else {
+            figures.buffer += slotSizeKiB;
+            figures.untransferredInBuffer += held.inBuffer.contains(number) ? slotSizeKiB : 0;
+        }
     }
     return figures;
 }
@@ -43,6 +53,15 @@ std::string DescribeStorage(StorageFigures const& figures) {
     add("event untransferred not in buffer", figures.untransferredNotInBuffer);
     add("free", figures.free);
     return text.str();
+}
+
+std::vector<char> EncodeStorage(StorageFigures const& figures) {
+    UIntItem total(figures.total);
+    UIntItem buffer(figures.buffer);
+    UIntItem inBuffer(figures.untransferredInBuffer);
+    UIntItem notInBuffer(figures.untransferredNotInBuffer);
+    UIntItem free(figures.free);
+    return EncodeItems({&total, &buffer, &inBuffer, &notInBuffer, &free});
 }
 
 } // namespace workstation

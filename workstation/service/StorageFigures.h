@@ -2,6 +2,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "service/store/EventStore.h"
 
 class StreamFileAccess;
 
@@ -20,9 +23,12 @@ struct StorageFigures {
 };
 
 // Counts the files of the pool: one that states a length, or is being written, is in use.
-StorageFigures CountStorage(StreamFileAccess& pool);
+StorageFigures CountStorage(StreamFileAccess& pool, HeldFiles const& held);
 
 // The figures with their shares of the total, one text for the log.
 std::string DescribeStorage(StorageFigures const& figures);
+
+// The payload of the storage-space notification.
+std::vector<char> EncodeStorage(StorageFigures const& figures);
 
 } // namespace workstation
