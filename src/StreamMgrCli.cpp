@@ -141,19 +141,11 @@ unsigned int CopyResult(bool succeeded, long statedLength, long copied) {
     return Status(succeeded);
 }
 
-unsigned int Extract(char const* argument, bool unbounded) {
+// An option that copies one file, with its tool.
+unsigned int CopyFile(bool (*tool)(int, long&, long&, bool), char const* argument, bool unbounded) {
     long statedLength = 0;
     long copied = 0;
-    bool const succeeded =
-        CopyStreamFile(device::ParseInt32(argument), statedLength, copied, unbounded);
-    return CopyResult(succeeded, statedLength, copied);
-}
-
-unsigned int InsertUnbounded(char const* argument) {
-    long statedLength = 0;
-    long copied = 0;
-    bool const succeeded =
-        OverwriteStreamFile(device::ParseInt32(argument), statedLength, copied, true);
+    bool const succeeded = tool(device::ParseInt32(argument), statedLength, copied, unbounded);
     return CopyResult(succeeded, statedLength, copied);
 }
 
@@ -196,15 +188,6 @@ unsigned int TickInfo(char const* argument, bool unbounded) {
     return carriedOut;
 }
 
-// Whether a process of the service exists. Only that a line came is looked at, not what it says:
-// several services count as one.
-bool ServiceProcessExists() {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const pipe(popen("pidof StreamMgr", "r"),
-                                                               &pclose);
-    std::array<char, 1024> line{};
-    return pipe && std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) != nullptr;
-}
-
 } // namespace
 
 StreamMgrCli::StreamMgrCli(std::string name)
@@ -220,7 +203,13 @@ unsigned int StreamMgrCli::PreInit() {
         std::cerr << "Error initializing the connection" << std::endl;
         result = failed;
     }
-    streamMgrRunning_ = ServiceProcessExists();
+
+    // Only that a line came is looked at, not what it says: several services count as one.
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const pipe(popen("pidof StreamMgr", "r"),
+                                                               &pclose);
+    std::array<char, 1024> line{};
+    streamMgrRunning_ =
+        pipe && std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) != nullptr;
     if (!streamMgrRunning_)
         std::cout << "StreamMgr is currently NOT running" << std::endl;
     return result;
@@ -303,13 +292,13 @@ unsigned int StreamMgrCli::ProcessOption(int option, char const* argument) {
     case optionSplit:
         return SplitEvent(argument);
     case 'x':
-        return Extract(argument, false);
+        return CopyFile(CopyStreamFile, argument, false);
     case 'X':
-        return Extract(argument, true);
+        return CopyFile(CopyStreamFile, argument, true);
     case 'y':
         return InsertByName(argument);
     case 'Y':
-        return InsertUnbounded(argument);
+        return CopyFile(OverwriteStreamFile, argument, true);
     case optionMultiExtract:
         return Multi(argument, true);
     case optionMultiRead:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 class Item;
 class LinxIpc;
@@ -28,4 +29,5 @@ private:
     LinxIpc& ipc_;
     std::string serverName_;
     int timeoutMs_;
+    std::vector<unsigned int> messageIds_; // of its handlers
 };

@@ -2,35 +2,26 @@
 #include "CopyStreamFile.h"
 
 #include <iostream>
+#include <string>
 
-#include "ChunkLoop.h"
 #include "HardDiskFile.h"
-#include "PoolChecks.h"
+#include "ReadFromPool.h"
 
 using namespace streamfile;
 
 bool CopyStreamFile(int fileNumber, long& statedLength, long& copied, bool unbounded) {
-    if (!IsWorkable(fileNumber) || !InitializePool())
-        return false;
+    auto const copy = [&](ChunkSource const& source, TransferBuffer& buffer, long planned) {
+        std::string const path = HardDiskPath(std::to_string(fileNumber) + ".ts");
+        HardDiskFile output(path, HardDiskFile::Use::write);
+        if (!output.IsOpen())
+            return false;
+        std::cout << "Copying requested stream file to '" << path << "'" << std::endl;
 
-    TransferBuffer buffer;
-    StreamFileAccess file(fileNumber, 0);
-    if (!IsOpen(file))
-        return false;
-    auto const planned = PlannedLength(file, unbounded);
-    if (!planned)
-        return false;
-    statedLength = *planned;
-
-    std::string const path = HardDiskPath(std::to_string(fileNumber) + ".ts");
-    HardDiskFile output(path, HardDiskFile::Use::write);
-    if (!output.IsOpen())
-        return false;
-    std::cout << "Copying requested stream file to '" << path << "'" << std::endl;
-
-    HardDiskSink sink(output, buffer);
-    if (!MoveChunks({file, *planned, unbounded}, *planned, sink, ProgressMarks(), copied))
-        return false;
-    std::cout << std::endl;
-    return true;
+        HardDiskSink sink(output, buffer);
+        if (!MoveChunks(source, planned, sink, ProgressMarks(), copied))
+            return false;
+        std::cout << std::endl;
+        return true;
+    };
+    return ReadFromPool(fileNumber, unbounded, statedLength, copy);
 }

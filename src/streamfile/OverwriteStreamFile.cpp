@@ -4,35 +4,22 @@
 #include <iostream>
 #include <string>
 
-#include "HardDiskFile.h"
-#include "InsertLoop.h"
-#include "InsertTarget.h"
-#include "PoolChecks.h"
+#include "Insertion.h"
 
 using namespace streamfile;
 
 bool OverwriteStreamFile(int fileNumber, long& statedLength, long& copied, bool unbounded) {
-    if (!IsWorkable(fileNumber) || !InitializePool())
-        return false;
-
-    TransferBuffer buffer;
-    std::string const path = HardDiskPath(std::to_string(fileNumber) + ".ts");
-    HardDiskFile source(path, HardDiskFile::Use::read);
-    if (!source.IsOpen())
-        return false;
-    std::cout << "Copying requested stream file from '" << path << "' to D2B filesystem"
-              << std::endl;
-    StreamFileAccess file(fileNumber, false, externalProcess);
-    if (!IsOpen(file))
-        return false;
-
-    if (!unbounded) {
-        std::cerr << "This operation not allowed while StreamMgr is running " << std::endl;
-        return false;
-    }
-    statedLength = slotSize;
-    if (!InsertChunks(source, file, buffer, Insert::wholeChunk, slotSize, copied))
-        return false;
-    std::cout << std::endl;
-    return true;
+    auto const overwrite = [&](Insertion& insertion) {
+        if (!unbounded) {
+            std::cerr << "This operation not allowed while StreamMgr is running " << std::endl;
+            return false;
+        }
+        statedLength = slotSize;
+        if (!insertion.Run(Insert::wholeChunk, slotSize, copied))
+            return false;
+        std::cout << std::endl;
+        return true;
+    };
+    return InsertIntoPool(fileNumber, HardDiskPath(std::to_string(fileNumber) + ".ts"),
+                          "D2B filesystem", overwrite);
 }

@@ -4,10 +4,7 @@
 #include <iostream>
 #include <optional>
 
-#include "HardDiskFile.h"
-#include "InsertLoop.h"
-#include "InsertTarget.h"
-#include "PoolChecks.h"
+#include "Insertion.h"
 #include "StreamMgrApi.h"
 
 using namespace streamfile;
@@ -31,31 +28,22 @@ std::optional<long> LengthToInsert(HardDiskFile& source, std::string const& path
 
 bool OverwriteStreamFileFromName(LinxIpc& ipc, int fileNumber, std::string sourceName,
                                  long& statedLength, long& copied, bool unbounded) {
-    if (!IsWorkable(fileNumber) || !InitializePool())
-        return false;
-
-    TransferBuffer buffer;
     std::string const path = HardDiskPath(sourceName + ".ts");
-    HardDiskFile source(path, HardDiskFile::Use::read);
-    if (!source.IsOpen())
-        return false;
-    std::cout << "Copying requested stream file from '" << path << "' to D2B file number "
-              << fileNumber << std::endl;
-    StreamFileAccess file(fileNumber, false, externalProcess);
-    if (!IsOpen(file))
-        return false;
+    auto const overwrite = [&](Insertion& insertion) {
+        auto const planned = LengthToInsert(insertion.Source(), path, unbounded);
+        if (!planned)
+            return false;
+        statedLength = *planned;
+        if (!insertion.Run(Insert::whatWasRead, *planned, copied))
+            return false;
+        std::cout << std::endl;
 
-    auto const planned = LengthToInsert(source, path, unbounded);
-    if (!planned)
-        return false;
-    statedLength = *planned;
-    if (!InsertChunks(source, file, buffer, Insert::whatWasRead, *planned, copied))
-        return false;
-    std::cout << std::endl;
-
-    file.Truncate(copied);
-    bool const told = StreamMgrApi::UpdateFileSize(ipc, fileNumber);
-    std::cout << "StreamMgrApi::UpdateFileSize() notify message returned: "
-              << (told ? "success" : "fail") << std::endl;
-    return true;
+        insertion.File().Truncate(copied);
+        bool const told = StreamMgrApi::UpdateFileSize(ipc, fileNumber);
+        std::cout << "StreamMgrApi::UpdateFileSize() notify message returned: "
+                  << (told ? "success" : "fail") << std::endl;
+        return true;
+    };
+    return InsertIntoPool(fileNumber, path, "D2B file number " + std::to_string(fileNumber),
+                          overwrite);
 }

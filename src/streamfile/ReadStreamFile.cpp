@@ -4,9 +4,7 @@
 #include <iostream>
 #include <string>
 
-#include "ChunkLoop.h"
-#include "PoolChecks.h"
-#include "TransferBuffer.h"
+#include "ReadFromPool.h"
 
 using namespace streamfile;
 
@@ -27,22 +25,13 @@ private:
 } // namespace
 
 bool ReadStreamFile(int fileNumber, long& statedLength, long& readBytes, bool unbounded) {
-    if (!IsWorkable(fileNumber) || !InitializePool())
-        return false;
-
-    TransferBuffer buffer;
-    StreamFileAccess file(fileNumber, 0);
-    if (!IsOpen(file))
-        return false;
-    auto const planned = PlannedLength(file, unbounded);
-    if (!planned)
-        return false;
-    statedLength = *planned;
-
-    DiscardingSink sink(buffer);
-    ProgressMarks const marks(std::to_string(fileNumber) + ", ");
-    if (!MoveChunks({file, *planned, unbounded}, *planned, sink, marks, readBytes))
-        return false;
-    std::cout << std::endl;
-    return true;
+    auto const read = [&](ChunkSource const& source, TransferBuffer& buffer, long planned) {
+        DiscardingSink sink(buffer);
+        ProgressMarks const marks(std::to_string(fileNumber) + ", ");
+        if (!MoveChunks(source, planned, sink, marks, readBytes))
+            return false;
+        std::cout << std::endl;
+        return true;
+    };
+    return ReadFromPool(fileNumber, unbounded, statedLength, read);
 }

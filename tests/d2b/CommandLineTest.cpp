@@ -1,0 +1,152 @@
+// The d2b program: what it takes, what it prints, and its exit status.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "pool/TestRoot.h"
+
+namespace workstation {
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+class CommandLineTest : public testing::Test {
+protected:
+    Outcome D2b(std::vector<std::string> arguments) const {
+        std::string const out = root_.Path() + "/stdout";
+        std::string const err = root_.Path() + "/stderr";
+        std::vector<char*> argv = {const_cast<char*>("d2b")};
+        for (auto& argument : arguments) {
+            argv.push_back(argument.data());
+        }
+        argv.push_back(nullptr);
+        pid_t const pid = fork();
+        if (pid == 0) {
+            dup2(open(out.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), STDOUT_FILENO);
+            dup2(open(err.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), STDERR_FILENO);
+            execv(D2B_PROGRAM, argv.data());
+            _exit(99);
+        }
+        int status = 0;
+        waitpid(pid, &status, 0);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, BytesOf(out), BytesOf(err)};
+    }
+
+    void Expect(int status, std::string const& out, std::string const& err,
+                std::vector<std::string> const& arguments) const {
+        Outcome const outcome = D2b(arguments);
+        EXPECT_EQ(outcome.status, status) << arguments.back();
+        EXPECT_EQ(outcome.out, out);
+        EXPECT_EQ(outcome.err, err);
+    }
+
+    // Misuse: status 2, one line on standard error and nothing else.
+    void ExpectMisuse(std::vector<std::string> const& arguments) const {
+        Outcome const outcome = D2b(arguments);
+        std::string shown;
+        for (auto const& argument : arguments) {
+            shown += " " + argument;
+        }
+        EXPECT_EQ(outcome.status, 2) << shown;
+        EXPECT_EQ(outcome.out, "") << shown;
+        EXPECT_EQ(outcome.err.find("d2b: "), 0U) << shown << ": " << outcome.err;
+        EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << shown << ": " << outcome.err;
+    }
+
+    TestRoot root_;
+};
+
+TEST_F(CommandLineTest, PoolIsMadeFilledChangedAndChecked) {
+    std::ofstream(root_.Path() + "/clip") << "clip";
+    Expect(0, "", "", {"create", "--files", "3"});
+    Expect(0, "", "", {"load", "2", root_.Path() + "/clip"});
+    Expect(0, "pool '" + root_.Pool() + "': nothing is wrong\n", "", {"check"});
+    Expect(
+        0, "", "",
+        {"set", "2", "--length", "3", "--controller", "9", "--db-match", "true", "--readers", "4"});
+    Failure why;
+    auto const image = PoolImage::Open(root_.Pool(), why);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->Get(2, EntryWord::length), 3U);
+    EXPECT_EQ(image->Get(2, EntryWord::controller), 9U);
+    EXPECT_EQ(image->Get(2, EntryWord::dbMatch), 1U);
+    EXPECT_EQ(image->Get(2, EntryWord::atomicReaders), 4U);
+    EXPECT_EQ(image->SlotOffset(2), 8192U + 98566144U);
+    Expect(1, "stream file 2: controller 9 without a live writer\n", "", {"check"});
+    Expect(0, "stream file 2: controller 9 without a live writer; reset\n", "",
+           {"check", "--repair"});
+    Expect(0, "", "", {"set", "2", "--db-match", "false"});
+    EXPECT_EQ(image->Get(2, EntryWord::dbMatch), 0U);
+    Expect(0, "", "", {"create", "--ext4", "--files", "3", "--force"});
+    EXPECT_TRUE(std::filesystem::is_directory(root_.Pool()));
+}
+
+TEST_F(CommandLineTest, FailureIsOneLineAndStatus1) {
+    std::string const missing =
+        "d2b: pool '" + root_.Pool() + "': cannot open: No such file or directory\n";
+    Expect(1, "", missing, {"set", "1", "--length", "0"});
+    Expect(1, "", missing, {"load", "1", "/dev/../etc/passwd"});
+    Expect(1, missing.substr(5), "", {"check"});
+    Expect(0, "", "", {"create", "--files", "1"});
+    Expect(1, "", "d2b: pool '" + root_.Pool() + "' exists already (--force replaces it)\n",
+           {"create", "--files", "1"});
+    Expect(1, "", "d2b: stream file 2: the pool has no such file; it has 1\n",
+           {"set", "2", "--length", "0"});
+    Expect(1, "", "d2b: cannot open '/none': No such file or directory\n", {"load", "1", "/none"});
+}
+
+TEST_F(CommandLineTest, MisuseIsOneLineAndStatus2) {
+    std::vector<std::vector<std::string>> const wrong = {
+        {},
+        {"bogus"},
+        {"create"},
+        {"create", "--files"},
+        {"create", "--files", "x"},
+        {"create", "--files", "-1"},
+        {"create", "--files", "100001"},
+        {"create", "--files", "99999999999"},
+        {"create", "--files", "1", "surplus"},
+        {"create", "--files", "1", "--bogus"},
+        {"load"},
+        {"load", "1"},
+        {"load", "x", "file"},
+        {"load", "1", "file", "surplus"},
+        {"set"},
+        {"set", "1"},
+        {"set", "x", "--length", "1"},
+        {"set", "1", "--length", "98566145"},
+        {"set", "1", "--length", "-1"},
+        {"set", "1", "--controller", "256"},
+        {"set", "1", "--db-match", "maybe"},
+        {"set", "1", "--db-match", "1"},
+        {"set", "1", "--readers", "-1"},
+        {"set", "1", "--readers", "2147483648"},
+        {"check", "surplus"},
+        {"check", "--bogus"},
+    };
+    for (auto const& arguments : wrong) {
+        ExpectMisuse(arguments);
+    }
+    EXPECT_FALSE(std::filesystem::exists(root_.Pool()));
+}
+
+TEST_F(CommandLineTest, HelpIsStatus0) {
+    for (std::vector<std::string> const& arguments : {std::vector<std::string>{"--help"},
+                                                      {"create", "--help"},
+                                                      {"load", "-h"},
+                                                      {"set", "--help"},
+                                                      {"check", "--help"}}) {
+        Outcome const outcome = D2b(arguments);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_NE(outcome.out.find("Usage: "), std::string::npos) << outcome.out;
+        EXPECT_EQ(outcome.err, "");
+    }
+}
+
+} // namespace
+} // namespace workstation

@@ -1,0 +1,136 @@
+// d2b create: new pools, and what is in the way of one.
+#include "d2b/CreateCommand.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "StreamFileAccess.h"
+#include "pool/ProcessTable.h"
+#include "pool/RootLock.h"
+#include "pool/TestRoot.h"
+
+namespace workstation {
+namespace {
+
+std::string Create(CreateOptions const& options) {
+    Failure why;
+    return CreatePool(options, why) ? "" : why.text;
+}
+
+int FileCount(TestRoot const& root) {
+    Failure why;
+    auto const image = PoolImage::Open(root.Pool(), why);
+    return image ? image->FileCount() : -1;
+}
+
+std::vector<std::string> Contents(std::string const& directory) {
+    std::vector<std::string> names;
+    for (auto const& entry : std::filesystem::directory_iterator(directory)) {
+        names.push_back(entry.path().filename());
+    }
+    return names;
+}
+
+TEST(Create, MakesAnImageOfEmptyFiles) {
+    TestRoot const root;
+    for (std::uint32_t const count : {0U, 1U, 300U, poolMaxFileCount}) {
+        EXPECT_EQ(Create({count, false, true}), "");
+        EXPECT_EQ(FileCount(root), static_cast<int>(count));
+        EXPECT_EQ(Contents(root.Path()), std::vector<std::string>{"pool"});
+    }
+}
+
+TEST(Create, MakesTheRootWithItsParents) {
+    TestRoot const root;
+    std::string const deep = root.Path() + "/a/b/c";
+    setenv("STREAMMGR_ROOT", deep.c_str(), 1);
+    EXPECT_EQ(Create({1, false, false}), "");
+    struct stat status {};
+    ASSERT_EQ(stat(deep.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0700U);
+    ASSERT_EQ(stat((deep + "/pool").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+TEST(Create, RootThatCannotBeMadeIsSaid) {
+    TestRoot const root;
+    std::ofstream(root.Path() + "/file") << "x";
+    std::string const inFile = root.Path() + "/file/root";
+    setenv("STREAMMGR_ROOT", inFile.c_str(), 1);
+    EXPECT_EQ(Create({1, false, false}), "cannot create '" + inFile + "': Not a directory");
+    setenv("STREAMMGR_ROOT", (root.Path() + "/file").c_str(), 1);
+    EXPECT_EQ(Create({1, false, false}), "cannot open '" + root.Path() + "/file': Not a directory");
+}
+
+TEST(Create, ExistingPoolIsKeptWithoutForce) {
+    TestRoot const root;
+    std::string const refusal = "pool '" + root.Pool() + "' exists already (--force replaces it)";
+    ASSERT_EQ(Create({1, false, false}), "");
+    EXPECT_EQ(Create({2, false, false}), refusal);
+    EXPECT_EQ(Create({2, true, false}), refusal);
+    EXPECT_EQ(FileCount(root), 1);
+    ASSERT_EQ(Create({1, true, true}), "");
+    EXPECT_EQ(Create({2, false, false}), refusal);
+    EXPECT_EQ(Create({2, true, false}), refusal);
+    EXPECT_TRUE(std::filesystem::is_directory(root.Pool()));
+    std::filesystem::remove(root.Pool());
+    std::filesystem::create_symlink("/nowhere", root.Pool());
+    EXPECT_EQ(Create({2, false, false}), refusal);
+}
+
+TEST(Create, ForceReplacesEitherKindByEither) {
+    TestRoot const root;
+    for (bool const oldIsExt4 : {false, true}) {
+        for (bool const newIsExt4 : {false, true}) {
+            ASSERT_EQ(Create({1, oldIsExt4, true}), "");
+            EXPECT_EQ(Create({2, newIsExt4, true}), "");
+            EXPECT_EQ(std::filesystem::is_directory(root.Pool()), newIsExt4);
+            EXPECT_EQ(FileCount(root), newIsExt4 ? -1 : 2);
+            EXPECT_EQ(Contents(root.Path()), std::vector<std::string>{"pool"});
+        }
+    }
+}
+
+TEST(Create, DirectoryWithFilesIsNeverReplaced) {
+    TestRoot const root;
+    ASSERT_EQ(Create({1, true, false}), "");
+    std::ofstream(root.Pool() + "/1.ts") << "precious";
+    for (bool const isExt4 : {false, true}) {
+        EXPECT_EQ(Create({1, isExt4, true}),
+                  "cannot replace '" + root.Pool() + "': Directory not empty");
+        EXPECT_EQ(BytesOf(root.Pool() + "/1.ts"), "precious");
+        EXPECT_EQ(Contents(root.Path()), std::vector<std::string>{"pool"});
+    }
+}
+
+TEST(Create, ReplacedImageStaysForThoseWhoHaveItOpen) {
+    TestRoot const root;
+    ASSERT_EQ(Create({2, false, false}), "");
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    StreamFileAccess writer(2, false, StreamMgrFileMgmnt::ControlStream1);
+    unsigned char bytes[] = {'d', 'a', 't', 'a'};
+    ASSERT_EQ(writer.Write(bytes, 4), 4);
+    ASSERT_EQ(writer.Truncate(4), 0);
+    ASSERT_EQ(Create({1, false, true}), "");
+    ASSERT_EQ(writer.Seek(0), 0);
+    unsigned char buffer[10] = {};
+    EXPECT_EQ(writer.Read(buffer, 10, false), 4);
+    EXPECT_EQ(buffer[0], 'd');
+    EXPECT_EQ(FileCount(root), 1);
+}
+
+TEST(Create, RootInUseIsLeftAlone) {
+    TestRoot const root;
+    Failure why;
+    FileDescriptor owner = LockRoot(why);
+    ASSERT_TRUE(owner);
+    EXPECT_EQ(Create({1, false, true}),
+              "'" + root.Path() + "' is in use by a running stream manager");
+    EXPECT_TRUE(Contents(root.Path()).empty());
+    owner.Reset();
+    EXPECT_EQ(Create({1, false, true}), "");
+}
+
+} // namespace
+} // namespace workstation

@@ -1,0 +1,71 @@
+// d2b set: entries of the table.
+#include "d2b/SetCommand.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "StreamFileAccess.h"
+#include "pool/TestRoot.h"
+
+namespace workstation {
+namespace {
+
+class SetTest : public testing::Test {
+protected:
+    SetTest() { root_.MakePool(2); }
+
+    static std::string Set(int number, SetOptions const& options) {
+        Failure why;
+        return SetStreamFile(number, options, why) ? "" : why.text;
+    }
+
+    // Controller, database match, atomic readers, length.
+    std::array<std::uint32_t, 4> Entry(int number) const {
+        Failure why;
+        auto const image = PoolImage::Open(root_.Pool(), why);
+        return {image->Get(number, EntryWord::controller), image->Get(number, EntryWord::dbMatch),
+                image->Get(number, EntryWord::atomicReaders),
+                image->Get(number, EntryWord::length)};
+    }
+
+    using EntryWords = std::array<std::uint32_t, 4>;
+
+    TestRoot root_;
+};
+
+TEST_F(SetTest, EachValueIsSetAloneAndAllTogether) {
+    EXPECT_EQ(Set(2, {98566144, {}, {}, {}}), "");
+    EXPECT_EQ(Entry(2), (EntryWords{0, 0, 0, 98566144}));
+    EXPECT_EQ(Set(2, {{}, 255, {}, {}}), "");
+    EXPECT_EQ(Entry(2), (EntryWords{255, 0, 0, 98566144}));
+    EXPECT_EQ(Set(2, {{}, {}, true, {}}), "");
+    EXPECT_EQ(Entry(2), (EntryWords{255, 1, 0, 98566144}));
+    EXPECT_EQ(Set(2, {{}, {}, {}, 0x7FFFFFFF}), "");
+    EXPECT_EQ(Entry(2), (EntryWords{255, 1, 0x7FFFFFFF, 98566144}));
+    EXPECT_EQ(Set(2, {1, 2, false, 3}), "");
+    EXPECT_EQ(Entry(2), (EntryWords{2, 0, 3, 1}));
+    EXPECT_EQ(Entry(1), (EntryWords{0, 0, 0, 0}));
+}
+
+TEST_F(SetTest, FileBeingWrittenIsBusy) {
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    StreamFileAccess const writer(1, false, StreamMgrFileMgmnt::ControlStream1);
+    EXPECT_EQ(Set(1, {5, {}, {}, {}}), "stream file 1 is being written already");
+    EXPECT_EQ(Entry(1), (EntryWords{2, 0, 0, 0}));
+}
+
+TEST_F(SetTest, NumberThatThePoolDoesNotHaveIsSaid) {
+    EXPECT_EQ(Set(3, {5, {}, {}, {}}), "stream file 3: the pool has no such file; it has 2");
+    EXPECT_EQ(Set(0, {5, {}, {}, {}}), "stream file 0: the pool has no such file; it has 2");
+}
+
+TEST_F(SetTest, MissingPoolIsSaid) {
+    std::filesystem::remove(root_.Pool());
+    EXPECT_EQ(Set(1, {5, {}, {}, {}}),
+              "pool '" + root_.Pool() + "': cannot open: No such file or directory");
+}
+
+} // namespace
+} // namespace workstation

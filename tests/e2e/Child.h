@@ -1,0 +1,85 @@
+// A program that a test runs as a person runs it: with input, output, signals and an end.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "FileDescriptor.h"
+
+namespace e2e {
+
+// What a test waits for comes at once or, on a busy machine, within this. Past it the test fails.
+constexpr std::chrono::seconds patience{100};
+
+struct Command {
+    std::vector<std::string> words;
+    std::map<std::string, std::string> environment = {}; // on top of the test's own
+    std::string input = {};                              // then end of file
+    std::string outputPath = {};                         // takes standard output when not empty
+    bool onTerminal = false;                             // output and errors are then one, in `out`
+};
+
+// How a program ended and everything that it said.
+struct Outcome {
+    int status; // exit status, or the number of the signal that ended it, negated
+    std::string out;
+    std::string err;
+
+    bool operator==(Outcome const&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& stream, Outcome const& outcome);
+
+// A running program in a process group of its own. Whatever is left of the group when the object
+// goes is killed.
+class Child {
+public:
+    explicit Child(Command const& command);
+    ~Child();
+
+    Child(Child const&) = delete;
+    Child& operator=(Child const&) = delete;
+
+    pid_t Pid() const { return pid_; }
+
+    void Signal(int number) const;
+
+    // Types on the terminal, or writes into the pipe, that is the program's input.
+    void Type(std::string const& text);
+
+    // Waits until standard output contains the text; false when it ends first.
+    bool Says(std::string const& text);
+
+    // Feeds the input, waits for the end and gives everything that was said. A program that
+    // outlasts our patience is killed, and the test has failed.
+    Outcome Finish();
+
+private:
+    using Deadline = std::chrono::steady_clock::time_point;
+
+    bool Exchange(Deadline deadline);
+    bool HasOutput() const { return out_ || err_; }
+    void Feed();
+    bool HasEnded(Deadline deadline) const;
+    void Reap();
+
+    pid_t pid_ = -1;
+    bool ended_ = false;
+    workstation::FileDescriptor exit_; // readable when the process has ended
+    workstation::FileDescriptor in_;
+    workstation::FileDescriptor out_;
+    workstation::FileDescriptor err_;
+    std::string unfed_; // of the input
+    bool inputEnds_ = false;
+    Outcome outcome_{};
+};
+
+// Starts a program and waits for its end.
+Outcome RunToEnd(Command const& command);
+
+} // namespace e2e

@@ -1,0 +1,209 @@
+// A recorder of a test's own: its directories, its pool, its service, and the programs run on it.
+#include "Recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+namespace e2e {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The process table: where its records begin, how far apart they stand and how many there are.
+constexpr std::size_t processTableHeaderSize = 28;
+constexpr std::size_t processRecordSize = 772;
+constexpr std::size_t processRecordCount = 128;
+
+std::string Variable(char const* name, char const* fallback) {
+    char const* const value = std::getenv(name);
+    return value != nullptr ? value : fallback;
+}
+
+// The tool as this build made it, or another build of it through the command that runs it, such
+// as an emulator of the recorder's processor. The service and the pool tool are always native.
+Words ToolWords() {
+    std::istringstream prefix(Variable("STREAMMGR_TEST_TOOL_PREFIX", ""));
+    Words words;
+    for (std::string word; prefix >> word;) {
+        words.push_back(word);
+    }
+    words.push_back(Variable("STREAMMGR_TEST_TOOL", TOOL_PATH));
+    return words;
+}
+
+void Append(Words& words, Words const& more) {
+    words.insert(words.end(), more.begin(), more.end());
+}
+
+// Stands in for pidof(8) in the tool's search path and knows only this recorder's service.
+void WritePidof(fs::path const& directory) {
+    std::string const pidFile = (directory / "service.pid").string();
+    WriteFile(directory / "bin/pidof", "#!/bin/sh\nexec 2>/dev/null\n"
+                                       "[ \"$*\" = StreamMgr ] && read -r pid <'" +
+                                           pidFile + "' && kill -0 \"$pid\" && echo \"$pid\"\n");
+    fs::permissions(directory / "bin/pidof", fs::perms::owner_all);
+}
+
+} // namespace
+
+Recorder::Recorder() {
+    std::string name = (fs::temp_directory_path() / "streammgr-e2e-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error(name + ": " + std::strerror(errno));
+    }
+    directory_ = name;
+    for (fs::path const& directory : {Root(), HardDisk(), directory_ / "bin"}) {
+        fs::create_directory(directory);
+    }
+    fs::permissions(Root(), fs::perms::owner_all);
+    WritePidof(directory_);
+}
+
+Recorder::~Recorder() {
+    service_.reset();
+    std::error_code ignored;
+    fs::remove_all(directory_, ignored);
+}
+
+fs::path Recorder::Extracted(int number) const {
+    return HardDisk() / (std::to_string(number) + ".ts");
+}
+
+std::string Recorder::Log() const {
+    return ReadFile(directory_ / "log");
+}
+
+Command Recorder::ServiceCommand(Words const& arguments) const {
+    Command command{{SERVICE_PATH}};
+    command.environment = {{"STREAMMGR_ROOT", Root()},
+                           {"STREAMMGR_HD", HardDisk()},
+                           {"STREAMMGR_LOG", directory_ / "log"},
+                           {"STREAMMGR_LOGLEVEL", "3"}};
+    Append(command.words, arguments);
+    return command;
+}
+
+Command Recorder::PoolToolCommand(Words const& arguments) const {
+    Command command = ServiceCommand(arguments);
+    command.words.front() = POOL_TOOL_PATH;
+    return command;
+}
+
+Command Recorder::ToolCommand(Words const& arguments) const {
+    Command command = ServiceCommand();
+    command.words = ToolWords();
+    Append(command.words, arguments);
+    command.environment["PATH"] = (directory_ / "bin").string() + ':' + Variable("PATH", "/bin");
+    return command;
+}
+
+void Recorder::CreatePool(int files) {
+    auto const outcome = RunToEnd(PoolToolCommand({"create", "--files", std::to_string(files)}));
+    ASSERT_EQ(outcome.status, 0) << outcome;
+}
+
+void Recorder::Load(int number, std::string const& content) const {
+    auto const source = directory_ / "loaded";
+    WriteFile(source, content);
+    auto const outcome = RunToEnd(PoolToolCommand({"load", std::to_string(number), source}));
+    fs::remove(source);
+    ASSERT_EQ(outcome.status, 0) << outcome;
+}
+
+Child& Recorder::StartService(Words const& arguments) {
+    service_ = std::make_unique<Child>(ServiceCommand(arguments));
+    if (!service_->Says("StreamMgr: ready\n")) {
+        throw std::runtime_error("the service does not start: " + service_->Finish().err);
+    }
+    WriteFile(directory_ / "service.pid", std::to_string(service_->Pid()) + '\n');
+    return *service_;
+}
+
+Outcome Recorder::StopService(int signal) {
+    service_->Signal(signal);
+    Outcome outcome = service_->Finish();
+    service_.reset();
+    fs::remove(directory_ / "service.pid");
+    return outcome;
+}
+
+bool Recorder::IsRegistered(pid_t pid) const {
+    std::string const table = ReadFile(Root() / "shm/process_table");
+    for (std::size_t record = 0; record < processRecordCount; ++record) {
+        std::size_t const offset = processTableHeaderSize + record * processRecordSize;
+        std::int32_t registered = 0;
+        if (offset + sizeof registered <= table.size()) {
+            std::memcpy(&registered, table.data() + offset, sizeof registered);
+        }
+        if (registered == pid) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string Noise(std::size_t size) {
+    std::string bytes(size, '\0');
+    std::minstd_rand random(static_cast<unsigned int>(size));
+    for (char& byte : bytes) {
+        byte = static_cast<char>(random() >> 8U);
+    }
+    return bytes;
+}
+
+std::string ClipRepeated(std::size_t size) {
+    std::string const clip = ReadFile(CLIP_PATH);
+    if (clip.empty()) {
+        throw std::runtime_error("no clip at " CLIP_PATH);
+    }
+    std::string bytes;
+    bytes.reserve(size + clip.size());
+    while (bytes.size() < size) {
+        bytes += clip;
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+std::string ReadFile(fs::path const& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+void WriteFile(fs::path const& path, std::string const& content) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << content;
+    if (!file.flush()) {
+        throw std::runtime_error("cannot write " + path.string());
+    }
+}
+
+std::string ReadPiece(fs::path const& path, std::streamoff offset, std::size_t size) {
+    std::string piece(size, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.seekg(offset);
+    if (!file.read(piece.data(), static_cast<std::streamsize>(size))) {
+        throw std::runtime_error("cannot read from " + path.string());
+    }
+    return piece;
+}
+
+void WritePiece(fs::path const& path, std::streamoff offset, std::string const& piece) {
+    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(offset);
+    if (!(file << piece).flush()) {
+        throw std::runtime_error("cannot write into " + path.string());
+    }
+}
+
+} // namespace e2e

@@ -1,0 +1,80 @@
+// A recorder of a test's own: its directories, its pool, its service, and the programs run on it.
+#pragma once
+
+#include <filesystem>
+#include <ios>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Child.h"
+
+namespace e2e {
+
+using Words = std::vector<std::string>;
+
+// The slot of a stream file and the chunk in which it is copied, in bytes.
+constexpr std::size_t slotSize = 0x5E00000;
+constexpr std::size_t chunkSize = 0x2F000;
+
+// What the tool says before anything else when no service runs.
+inline std::string const notRunning = "StreamMgr is currently NOT running\n";
+
+// Everything lies in one temporary directory, which goes with the object. The tool sees only the
+// service of this recorder, so that tests can run side by side.
+class Recorder {
+public:
+    Recorder();
+    ~Recorder();
+
+    Recorder(Recorder const&) = delete;
+    Recorder& operator=(Recorder const&) = delete;
+
+    std::filesystem::path Directory() const { return directory_; }
+    std::filesystem::path Root() const { return directory_ / "root"; }
+    std::filesystem::path Pool() const { return Root() / "pool"; }
+    std::filesystem::path HardDisk() const { return directory_ / "hd"; }
+    std::filesystem::path Extracted(int number) const;
+    std::string Log() const;
+
+    // Runs one of the programs in this recorder's environment.
+    Command ToolCommand(Words const& arguments) const;
+    Command PoolToolCommand(Words const& arguments) const;
+    Command ServiceCommand(Words const& arguments = {}) const;
+    Outcome Tool(Words const& arguments) const { return RunToEnd(ToolCommand(arguments)); }
+
+    // Creates a pool of that many files.
+    void CreatePool(int files);
+
+    // Makes `content` the data of a stream file.
+    void Load(int number, std::string const& content) const;
+
+    // Starts the service and waits until it serves.
+    Child& StartService(Words const& arguments = {});
+    Child& Service() { return *service_; }
+
+    // Ends the service with a signal and waits for its end.
+    Outcome StopService(int signal);
+
+    // Whether the process table has a record of the process.
+    bool IsRegistered(pid_t pid) const;
+
+private:
+    std::filesystem::path directory_;
+    std::unique_ptr<Child> service_;
+};
+
+// Bytes without any repetition that a misplaced chunk could hide behind.
+std::string Noise(std::size_t size);
+
+// The real clip again and again, up to a size.
+std::string ClipRepeated(std::size_t size);
+
+std::string ReadFile(std::filesystem::path const& path);
+void WriteFile(std::filesystem::path const& path, std::string const& content);
+
+// The same for a piece of a file that is there.
+std::string ReadPiece(std::filesystem::path const& path, std::streamoff offset, std::size_t size);
+void WritePiece(std::filesystem::path const& path, std::streamoff offset, std::string const& piece);
+
+} // namespace e2e

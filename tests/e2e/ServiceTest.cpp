@@ -1,0 +1,91 @@
+// How the service starts and stops.
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include "Recorder.h"
+
+namespace e2e {
+namespace {
+
+namespace fs = std::filesystem;
+
+Outcome const quietEnd{0, "StreamMgr: ready\n", ""};
+
+class ServiceStop : public testing::TestWithParam<int> {};
+
+TEST_P(ServiceStop, BySignalIsCleanAndAnotherCanStart) {
+    Recorder recorder;
+    recorder.CreatePool(1);
+    for (int start = 0; start < 2; ++start) {
+        pid_t const pid = recorder.StartService().Pid();
+        EXPECT_TRUE(recorder.IsRegistered(pid));
+        EXPECT_EQ(recorder.StopService(GetParam()), quietEnd);
+        EXPECT_FALSE(recorder.IsRegistered(pid));
+        EXPECT_TRUE(fs::is_empty(recorder.Root() / "ipc"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Service, ServiceStop, testing::Values(SIGTERM, SIGINT));
+
+TEST(Service, StartsAgainAfterItWasKilled) {
+    Recorder recorder;
+    recorder.CreatePool(1);
+    pid_t const killed = recorder.StartService().Pid();
+    EXPECT_EQ(recorder.StopService(SIGKILL), (Outcome{-SIGKILL, "StreamMgr: ready\n", ""}));
+    recorder.StartService();
+    EXPECT_EQ(recorder.Tool({"-p"}), (Outcome{0, "Successfully sent ping request\n", ""}));
+    EXPECT_FALSE(recorder.IsRegistered(killed));
+    EXPECT_EQ(recorder.StopService(SIGTERM), quietEnd);
+}
+
+TEST(Service, RefusesARootThatAnotherServes) {
+    Recorder recorder;
+    recorder.CreatePool(1);
+    recorder.StartService();
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
+              (Outcome{1, "",
+                       "StreamMgr: '" + recorder.Root().string() +
+                           "' is in use by a running stream manager\n"}));
+    EXPECT_EQ(recorder.Tool({"-p"}), (Outcome{0, "Successfully sent ping request\n", ""}));
+    EXPECT_EQ(recorder.StopService(SIGTERM), quietEnd);
+}
+
+TEST(Service, RefusesToStartWithoutARoot) {
+    Recorder const recorder;
+    fs::remove(recorder.Root());
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
+              (Outcome{1, "",
+                       "StreamMgr: cannot open '" + recorder.Root().string() +
+                           "': No such file or directory\n"}));
+}
+
+TEST(Service, RefusesToStartWithoutAPool) {
+    Recorder const recorder;
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
+              (Outcome{1, "",
+                       "pool '" + recorder.Pool().string() +
+                           "': cannot open: No such file or directory\n"
+                           "StreamMgr: cannot serve without a pool\n"}));
+}
+
+TEST(Service, RefusesAnUnknownOption) {
+    Recorder const recorder;
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand({"--nonsense"})).status, 2);
+}
+
+TEST(Service, LogsWhoAskedForWhat) {
+    Recorder recorder;
+    recorder.CreatePool(1);
+    recorder.StartService();
+    Child tool(recorder.ToolCommand({"-p"}));
+    EXPECT_EQ(tool.Finish().status, 0);
+    EXPECT_EQ(recorder.StopService(SIGTERM), quietEnd);
+    EXPECT_NE(recorder.Log().find("StreamMgr: ping requested by StreamMgrCli_" +
+                                  std::to_string(tool.Pid()) + '\n'),
+              std::string::npos)
+        << recorder.Log();
+}
+
+} // namespace
+} // namespace e2e

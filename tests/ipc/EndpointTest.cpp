@@ -1,0 +1,499 @@
+// Cases for the named socket.
+#include "ipc/Endpoint.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <memory>
+
+#include "IpcMessage.h"
+#include "ipc/ChildProcess.h"
+#include "ipc/Datagram.h"
+#include "ipc/RawSocket.h"
+#include "ipc/ServerThread.h"
+#include "ipc/Stopwatch.h"
+#include "ipc/TemporaryRoot.h"
+
+using namespace workstation;
+
+namespace {
+
+constexpr auto MustOpen = &ServerThread::MustOpen;
+
+std::string WhyNot(std::string const& name) {
+    std::string error;
+    return Endpoint::Open(name, error) ? "opened" : error;
+}
+
+std::string Text(Letter const& letter) {
+    return {letter.payload.begin(), letter.payload.end()};
+}
+
+std::string Datagram(std::uint32_t id, std::uint32_t correlation, std::string const& payload) {
+    auto const header = EncodeHeader({id, correlation, static_cast<std::uint32_t>(payload.size())});
+    return std::string(header.begin(), header.end()) + payload;
+}
+
+int OpenDescriptors() {
+    int count = 0;
+    for ([[maybe_unused]] auto const& entry :
+         std::filesystem::directory_iterator("/proc/self/fd")) {
+        ++count;
+    }
+    return count;
+}
+
+// Sends to `to` until its queue is full.
+void FillQueue(Endpoint const& sender, std::string const& to) {
+    while (sender.Send(to, 1, {}, 0, 0) == 0) {
+    }
+}
+
+} // namespace
+
+class EndpointTest : public testing::Test {
+protected:
+    TemporaryRoot const root_;
+};
+
+TEST_F(EndpointTest, SentMessageHasTheseBytes) {
+    Endpoint const sender = MustOpen("Sender");
+    RawSocket const peer(root_.Ipc() / "Peer");
+    ASSERT_EQ(sender.Send("Peer", 0x360E, std::string("reap", 5), 0xA1B2C3D4, 0), 0);
+    EXPECT_EQ(peer.Receive(), std::string("LNX1"
+                                          "\0\0\x36\x0E"
+                                          "\xA1\xB2\xC3\xD4"
+                                          "\0\0\0\x05"
+                                          "reap\0",
+                                          21));
+}
+
+TEST_F(EndpointTest, ReceivedMessageSaysWhoSentIt) {
+    Endpoint receiver = MustOpen("Receiver");
+    Endpoint const sender = MustOpen("Sender");
+    ASSERT_EQ(sender.Send("Receiver", 0x3603, std::string("ping"), 77, 0), 0);
+    auto const letter = receiver.Receive();
+    ASSERT_TRUE(letter);
+    EXPECT_EQ(letter->sender, "Sender");
+    EXPECT_EQ(letter->id, 0x3603U);
+    EXPECT_EQ(letter->correlation, 77U);
+    EXPECT_EQ(Text(*letter), "ping");
+    EXPECT_FALSE(receiver.Receive());
+}
+
+TEST_F(EndpointTest, EmptyQueueGivesNothingAtOnce) {
+    Endpoint receiver = MustOpen("Receiver");
+    EXPECT_FALSE(receiver.Receive());
+    EXPECT_FALSE(receiver.Wait(0));
+}
+
+TEST_F(EndpointTest, DescriptorIsReadableWhenAMessageHasCome) {
+    Endpoint receiver = MustOpen("Receiver");
+    pollfd readable{receiver.Descriptor(), POLLIN, 0};
+    EXPECT_EQ(poll(&readable, 1, 0), 0);
+    ASSERT_EQ(receiver.Send("Receiver", 1, {}, 0, 0), 0);
+    EXPECT_EQ(poll(&readable, 1, 0), 1);
+    EXPECT_TRUE(receiver.Wait(-1));
+}
+
+TEST_F(EndpointTest, MessagesKeepTheirOrder) {
+    Endpoint receiver = MustOpen("Receiver");
+    for (std::uint32_t id = 1; id <= 5; ++id) {
+        ASSERT_EQ(receiver.Send("Receiver", id, {}, 0, 0), 0);
+    }
+    for (std::uint32_t id = 1; id <= 5; ++id) {
+        auto const letter = receiver.Receive();
+        ASSERT_TRUE(letter);
+        EXPECT_EQ(letter->id, id);
+    }
+}
+
+TEST_F(EndpointTest, LargestMessageArrivesAndOneByteMoreIsRefused) {
+    Endpoint receiver = MustOpen("Receiver");
+    std::string largest(IpcMessage::maxSize, 'x');
+    largest.front() = 'a';
+    largest.back() = 'z';
+    ASSERT_EQ(receiver.Send("Receiver", 1, largest, 0, 0), 0);
+    auto const letter = receiver.Receive();
+    ASSERT_TRUE(letter);
+    EXPECT_EQ(Text(*letter), largest);
+    EXPECT_EQ(receiver.Send("Receiver", 1, largest + 'x', 0, 0), EMSGSIZE);
+    EXPECT_FALSE(receiver.Receive());
+}
+
+TEST_F(EndpointTest, MalformedDatagramsAreDropped) {
+    Endpoint receiver = MustOpen("Receiver");
+    RawSocket const peer(root_.Ipc() / "Peer");
+    std::string const good = Datagram(5, 0, "good");
+    std::string wrongMagic = good;
+    wrongMagic[0] = 'l';
+    std::string littleEndianSize = good;
+    littleEndianSize.replace(12, 4, std::string("\x04\0\0\0", 4));
+    for (std::string const& malformed : {
+             std::string(),
+             std::string("L"),
+             good.substr(0, 15),
+             good.substr(0, 16),
+             good.substr(0, 19),
+             good + '\0',
+             wrongMagic,
+             littleEndianSize,
+             Datagram(5, 0, std::string(IpcMessage::maxSize + 1, 'x')), // cut off on receipt
+             Datagram(5, 0, std::string(IpcMessage::maxSize, 'x')) + 'x',
+         }) {
+        ASSERT_TRUE(peer.Send(root_.Ipc() / "Receiver", malformed));
+        ASSERT_TRUE(peer.Send(root_.Ipc() / "Receiver", good));
+        auto const letter = receiver.Receive();
+        ASSERT_TRUE(letter);
+        EXPECT_EQ(letter->sender, "Peer");
+        EXPECT_EQ(Text(*letter), "good");
+        EXPECT_FALSE(receiver.Receive());
+    }
+}
+
+TEST_F(EndpointTest, SenderWithoutAUsableNameIsDropped) {
+    Endpoint receiver = MustOpen("Receiver");
+    RawSocket const unbound("");
+    ASSERT_TRUE(unbound.Send(root_.Ipc() / "Receiver", Datagram(1, 0, "")));
+    EXPECT_FALSE(receiver.Receive());
+    RawSocket const hidden(root_.Ipc() / ".hidden");
+    ASSERT_TRUE(hidden.Send(root_.Ipc() / "Receiver", Datagram(1, 0, "")));
+    EXPECT_FALSE(receiver.Receive());
+}
+
+TEST_F(EndpointTest, DescriptorsThatComeAlongAreNotTaken) {
+    Endpoint receiver = MustOpen("Receiver");
+    RawSocket const peer(root_.Ipc() / "Peer");
+    std::string bytes = Datagram(1, 0, "with a descriptor");
+    int const passed = STDERR_FILENO;
+    iovec part{bytes.data(), bytes.size()};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof passed)> control{};
+    sockaddr_un address = RawSocket::Address(root_.Ipc() / "Receiver");
+    msghdr message{};
+    message.msg_name = &address;
+    message.msg_namelen = sizeof address;
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    cmsghdr* const field = CMSG_FIRSTHDR(&message);
+    field->cmsg_level = SOL_SOCKET;
+    field->cmsg_type = SCM_RIGHTS;
+    field->cmsg_len = CMSG_LEN(sizeof passed);
+    std::memcpy(CMSG_DATA(field), &passed, sizeof passed);
+    ASSERT_GT(sendmsg(peer.Descriptor(), &message, 0), 0);
+
+    int const before = OpenDescriptors();
+    auto const letter = receiver.Receive();
+    ASSERT_TRUE(letter);
+    EXPECT_EQ(Text(*letter), "with a descriptor");
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST_F(EndpointTest, OnlyTheOwnersCredentialsAreHeard) {
+    ucred credentials{getpid(), geteuid(), getegid()};
+    EXPECT_TRUE(IsHeard(credentials));
+    credentials.uid = geteuid() + 1;
+    EXPECT_FALSE(IsHeard(credentials));
+    credentials.uid = static_cast<uid_t>(-1);
+    EXPECT_FALSE(IsHeard(credentials));
+    credentials.uid = geteuid() == 0 ? 65534 : 0;
+    EXPECT_FALSE(IsHeard(credentials));
+}
+
+// Only root can become somebody else; for others the case above has to do.
+TEST_F(EndpointTest, ForeignUserIsNotHeard) {
+    Endpoint receiver = MustOpen("Receiver");
+    ASSERT_EQ(chmod(root_.Path().c_str(), 0777), 0);
+    ASSERT_EQ(chmod(root_.Ipc().c_str(), 0777), 0);
+    ASSERT_EQ(chmod((root_.Ipc() / "Receiver").c_str(), 0777), 0);
+    ChildProcess foreigner([&] {
+        if (geteuid() == 0 && setresuid(65534, 65534, 65534) != 0) {
+            return 1;
+        }
+        RawSocket const peer(root_.Ipc() / "Foreigner");
+        return peer.Send(root_.Ipc() / "Receiver", Datagram(1, 0, "let me in")) ? 0 : 2;
+    });
+    ASSERT_EQ(foreigner.Wait(), 0);
+    ASSERT_TRUE(receiver.Wait(0)) << "the datagram did not even arrive";
+    auto const letter = receiver.Receive();
+    EXPECT_EQ(letter.has_value(), geteuid() != 0);
+}
+
+TEST_F(EndpointTest, NameThatNobodyServesIsAnErrorAtOnce) {
+    Endpoint const sender = MustOpen("Sender");
+    EXPECT_EQ(sender.Send("Nobody", 1, {}, 0, 2000), ENOENT);
+    { RawSocket const gone(root_.Ipc() / "Gone"); }
+    EXPECT_EQ(sender.Send("Gone", 1, {}, 0, 2000), ECONNREFUSED);
+}
+
+TEST_F(EndpointTest, NameThatIsNoneIsRefused) {
+    Endpoint const sender = MustOpen("Sender");
+    for (char const* const name : {"", ".", "..", "../ipc/Sender", "a/b"}) {
+        EXPECT_EQ(sender.Send(name, 1, {}, 0, 0), EINVAL) << name;
+        EXPECT_EQ(WhyNot(name), "'" + std::string(name) + "' cannot be the name of an endpoint");
+    }
+}
+
+TEST_F(EndpointTest, FullQueueIsNotWaitedForWithoutTime) {
+    Endpoint receiver = MustOpen("Receiver");
+    Endpoint const sender = MustOpen("Sender");
+    FillQueue(sender, "Receiver");
+    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 0), EAGAIN);
+    while (receiver.Receive()) {
+    }
+    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 0), 0);
+}
+
+TEST_F(EndpointTest, FullQueueIsWaitedForInBoundedTime) {
+    Endpoint const receiver = MustOpen("Receiver");
+    Endpoint const sender = MustOpen("Sender");
+    FillQueue(sender, "Receiver");
+    Stopwatch const stopwatch;
+    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 200), EAGAIN);
+    EXPECT_GE(stopwatch.ElapsedMs(), 190);
+    EXPECT_LT(stopwatch.ElapsedMs(), 10000);
+}
+
+TEST_F(EndpointTest, RoomThatComesInTimeIsUsed) {
+    Endpoint const sender = MustOpen("Sender");
+    Event opened;
+    Event full;
+    ChildProcess reader([&] {
+        Endpoint receiver = MustOpen("Receiver");
+        opened.Signal();
+        return full.Wait() && receiver.Receive() ? (pause(), 0) : 1;
+    });
+    ASSERT_TRUE(opened.Wait());
+    FillQueue(sender, "Receiver");
+    full.Signal();
+    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, patienceMs), 0);
+}
+
+TEST_F(EndpointTest, ReceiverThatDiesWithAFullQueueEndsTheWait) {
+    Endpoint const sender = MustOpen("Sender");
+    Event opened;
+    Event full;
+    ChildProcess reader([&] {
+        Endpoint const receiver = MustOpen("Receiver");
+        opened.Signal();
+        full.Wait();
+        return raise(SIGKILL);
+    });
+    ASSERT_TRUE(opened.Wait());
+    FillQueue(sender, "Receiver");
+    full.Signal();
+    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, patienceMs), ECONNREFUSED);
+}
+
+// Interrupts whatever blocks, every few milliseconds.
+class Interruptions {
+public:
+    Interruptions() {
+        struct sigaction action {};
+        action.sa_handler = [](int) {}; // without SA_RESTART
+        sigaction(SIGALRM, &action, &former_);
+        itimerval const often{{0, 3000}, {0, 3000}};
+        setitimer(ITIMER_REAL, &often, nullptr);
+    }
+    ~Interruptions() {
+        itimerval const never{};
+        setitimer(ITIMER_REAL, &never, nullptr);
+        sigaction(SIGALRM, &former_, nullptr);
+    }
+    Interruptions(Interruptions const&) = delete;
+    Interruptions& operator=(Interruptions const&) = delete;
+
+private:
+    struct sigaction former_ {};
+};
+
+TEST_F(EndpointTest, SignalsNeitherShortenNorProlongAWait) {
+    Endpoint const receiver = MustOpen("Receiver");
+    Endpoint const sender = MustOpen("Sender");
+    Interruptions const interruptions;
+    Stopwatch const waiting;
+    EXPECT_FALSE(receiver.Wait(150));
+    EXPECT_GE(waiting.ElapsedMs(), 150);
+    EXPECT_LT(waiting.ElapsedMs(), 10000);
+    FillQueue(sender, "Receiver");
+    Stopwatch const sending;
+    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 150), EAGAIN);
+    EXPECT_GE(sending.ElapsedMs(), 140);
+    EXPECT_LT(sending.ElapsedMs(), 10000);
+}
+
+TEST_F(EndpointTest, NameIsServedOnce) {
+    auto first = std::make_unique<Endpoint>(MustOpen("StreamMgr"));
+    EXPECT_EQ(WhyNot("StreamMgr"), "cannot take the name StreamMgr: Address already in use");
+    EXPECT_EQ(first->Send("StreamMgr", 1, {}, 0, 0), 0) << "the first one lost its name";
+    first.reset();
+    EXPECT_EQ(WhyNot("StreamMgr"), "opened");
+}
+
+TEST_F(EndpointTest, FileThatIsNoSocketIsLeftAlone) {
+    std::filesystem::create_directory(root_.Ipc());
+    std::ofstream(root_.Ipc() / "StreamMgr") << "mine";
+    EXPECT_EQ(WhyNot("StreamMgr"), "cannot take the name StreamMgr: Address already in use");
+    EXPECT_TRUE(std::filesystem::exists(root_.Ipc() / "StreamMgr"));
+}
+
+TEST_F(EndpointTest, MissingRootIsAnError) {
+    std::filesystem::remove(root_.Path());
+    EXPECT_EQ(WhyNot("StreamMgr"),
+              "cannot make " + root_.Ipc().string() + ": No such file or directory");
+}
+
+TEST_F(EndpointTest, LockThatStaysHeldIsAnErrorInBoundedTime) {
+    std::filesystem::create_directory(root_.Ipc());
+    FileDescriptor const other(open(root_.Ipc().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(other.Get(), LOCK_EX), 0);
+    Stopwatch const stopwatch;
+    EXPECT_EQ(WhyNot("StreamMgr"), "the IPC directory stays locked by another process");
+    EXPECT_LT(stopwatch.ElapsedMs(), 10000);
+}
+
+TEST_F(EndpointTest, EndpointsBeyondTheLimitOfAProcessAreRefused) {
+    std::vector<Endpoint> endpoints;
+    std::string error;
+    for (;;) {
+        auto endpoint = Endpoint::Open("E" + std::to_string(endpoints.size()), error);
+        if (!endpoint) {
+            break;
+        }
+        endpoints.push_back(std::move(*endpoint));
+    }
+    EXPECT_EQ(endpoints.size(), 256U);
+    EXPECT_EQ(error, "this process has too many endpoints");
+    endpoints.pop_back();
+    EXPECT_EQ(WhyNot("Another"), "opened");
+}
+
+TEST_F(EndpointTest, SocketOfAKilledProcessBlocksNobody) {
+    Event opened;
+    ChildProcess child([&] {
+        Endpoint const endpoint = MustOpen("StreamMgr");
+        opened.Signal();
+        pause();
+        return 0;
+    });
+    ASSERT_TRUE(opened.Wait());
+    EXPECT_EQ(WhyNot("StreamMgr"), "cannot take the name StreamMgr: Address already in use");
+    child.Kill();
+    ASSERT_TRUE(std::filesystem::exists(root_.Ipc() / "StreamMgr"));
+    Endpoint endpoint = MustOpen("StreamMgr");
+    EXPECT_EQ(endpoint.Send("StreamMgr", 1, {}, 0, 0), 0);
+    auto const letter = endpoint.Receive();
+    ASSERT_TRUE(letter);
+    EXPECT_EQ(letter->sender, "StreamMgr");
+}
+
+// Several starters find the same stale socket at once: one gets the name, and keeps it.
+TEST_F(EndpointTest, OfManyStartersOneGetsTheName) {
+    constexpr int rounds = 20;
+    constexpr int starters = 6;
+    MustOpen("Other"); // makes the directory
+    for (int round = 0; round < rounds; ++round) {
+        if (!std::filesystem::exists(root_.Ipc() / "StreamMgr")) {
+            RawSocket const gone(root_.Ipc() / "StreamMgr");
+        }
+        Event start;
+        Event tried;
+        Event end;
+        std::vector<std::unique_ptr<ChildProcess>> children;
+        for (int starter = 0; starter < starters; ++starter) {
+            children.push_back(std::make_unique<ChildProcess>([&] {
+                start.Wait();
+                std::string error;
+                auto endpoint = Endpoint::Open("StreamMgr", error);
+                tried.Signal();
+                end.Wait(); // all have tried
+                return endpoint && endpoint->Send("StreamMgr", 1, {}, 0, 0) == 0 &&
+                               endpoint->Receive()
+                           ? 1
+                           : 0;
+            }));
+        }
+        for (int starter = 0; starter < starters; ++starter) {
+            start.Signal();
+        }
+        for (int starter = 0; starter < starters; ++starter) {
+            ASSERT_TRUE(tried.Wait());
+        }
+        for (int starter = 0; starter < starters; ++starter) {
+            end.Signal();
+        }
+        int winners = 0;
+        for (auto const& child : children) {
+            winners += child->Wait();
+        }
+        ASSERT_EQ(winners, 1) << "round " << round;
+    }
+}
+
+TEST_F(EndpointTest, DestructionRemovesTheSocket) {
+    {
+        Endpoint const endpoint = MustOpen("Brief");
+        EXPECT_TRUE(std::filesystem::exists(root_.Ipc() / "Brief"));
+    }
+    EXPECT_FALSE(std::filesystem::exists(root_.Ipc() / "Brief"));
+}
+
+TEST_F(EndpointTest, ExitRemovesTheSocket) {
+    ChildProcess child([&] {
+        Endpoint const endpoint = MustOpen("Exiting");
+        std::exit(std::filesystem::exists(root_.Ipc() / "Exiting") ? 7 : 1);
+        return 0;
+    });
+    EXPECT_EQ(child.Wait(), 7);
+    EXPECT_FALSE(std::filesystem::exists(root_.Ipc() / "Exiting"));
+}
+
+TEST_F(EndpointTest, ExitInASignalHandlerRemovesTheSocket) {
+    ChildProcess child([&] {
+        Endpoint const endpoint = MustOpen("Interrupted");
+        std::signal(SIGINT, [](int) { std::exit(-1); });
+        raise(SIGINT);
+        return 0;
+    });
+    EXPECT_EQ(child.Wait(), 255);
+    EXPECT_FALSE(std::filesystem::exists(root_.Ipc() / "Interrupted"));
+}
+
+TEST_F(EndpointTest, ForkedChildLeavesTheSocketToItsParent) {
+    auto endpoint = std::make_unique<Endpoint>(MustOpen("Parent"));
+    ChildProcess exiting([] {
+        std::exit(0);
+        return 1;
+    });
+    EXPECT_EQ(exiting.Wait(), 0);
+    ChildProcess destroying([&] {
+        endpoint.reset();
+        return 0;
+    });
+    EXPECT_EQ(destroying.Wait(), 0);
+    EXPECT_EQ(endpoint->Send("Parent", 1, {}, 0, 0), 0);
+}
+
+TEST(EndpointPathTest, LengthOfTheRootsPathDoesNotCount) {
+    TemporaryRoot const root;
+    auto const deep = root.Path() / std::string(100, 'a') / std::string(100, 'b');
+    std::filesystem::create_directories(deep);
+    setenv("STREAMMGR_ROOT", deep.c_str(), 1);
+    std::string const longestName(maxEndpointNameLength, 'n');
+    Endpoint receiver = MustOpen(longestName);
+    Endpoint const sender = MustOpen("Sender");
+    ASSERT_EQ(sender.Send(longestName, 1, {}, 0, 0), 0);
+    auto const letter = receiver.Receive();
+    ASSERT_TRUE(letter);
+    EXPECT_EQ(letter->sender, "Sender");
+    EXPECT_EQ(sender.Send("Sender", 1, {}, 0, 0), 0);
+    EXPECT_TRUE(std::filesystem::exists(deep / "ipc" / longestName));
+}

@@ -1,0 +1,49 @@
+// A service that answers as a test scripts it.
+#pragma once
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "ipc/ChildProcess.h"
+#include "ipc/Endpoint.h"
+
+// Serves a name from construction to destruction; `script` then has the endpoint to itself, in a
+// thread of its own, and is joined at the end.
+class ServerThread {
+public:
+    using Script = std::function<void(workstation::Endpoint&)>;
+
+    ServerThread(std::string const& name, Script script)
+        : endpoint_(MustOpen(name))
+        , thread_([this, script = std::move(script)] { script(endpoint_); }) {}
+    ~ServerThread() { thread_.join(); }
+
+    ServerThread(ServerThread const&) = delete;
+    ServerThread& operator=(ServerThread const&) = delete;
+
+    static workstation::Endpoint MustOpen(std::string const& name) {
+        std::string error;
+        auto endpoint = workstation::Endpoint::Open(name, error);
+        if (!endpoint) {
+            throw std::runtime_error(error);
+        }
+        return std::move(*endpoint);
+    }
+
+    // The next message, waited for. An empty one when none comes.
+    static workstation::Letter Next(workstation::Endpoint& endpoint) {
+        while (endpoint.Wait(patienceMs)) {
+            if (auto letter = endpoint.Receive()) {
+                return *letter;
+            }
+        }
+        return {};
+    }
+
+private:
+    workstation::Endpoint endpoint_;
+    std::thread thread_;
+};

@@ -1,0 +1,182 @@
+// Large blocks of memory, with and without the thread that makes them present.
+#include "memory/LargeBlock.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <span>
+#include <thread>
+#include <vector>
+
+using workstation::AllocateLargeBlock;
+using workstation::FreeLargeBlock;
+using workstation::largeBlockSize;
+
+namespace {
+
+constexpr std::size_t slotSize = 0x5E00000;
+
+std::span<unsigned char> Allocate(std::size_t size) {
+    void* const memory = AllocateLargeBlock(size);
+    EXPECT_NE(memory, nullptr);
+    return {static_cast<unsigned char*>(memory), memory == nullptr ? 0 : size};
+}
+
+bool IsFilledWith(unsigned char byte, std::span<unsigned char const> memory) {
+    return memory.front() == byte &&
+           std::memcmp(memory.data(), memory.data() + 1, memory.size() - 1) == 0;
+}
+
+// Runs `work` in a child process and returns how that ended, as waitpid says.
+template <typename Work>
+int StatusOfChild(Work work) {
+    pid_t const child = fork();
+    if (child == 0) {
+        work();
+        _exit(0);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return status;
+}
+
+TEST(LargeBlock, IsZeroFilledAndWritableToTheLastByte) {
+    for (std::size_t const size : {std::size_t{1}, largeBlockSize, largeBlockSize + 1, slotSize}) {
+        auto const memory = Allocate(size);
+        EXPECT_TRUE(IsFilledWith(0, memory));
+        std::memset(memory.data(), 0xA5, memory.size());
+        EXPECT_TRUE(IsFilledWith(0xA5, memory));
+        EXPECT_TRUE(FreeLargeBlock(memory.data()));
+    }
+}
+
+TEST(LargeBlock, MayBeFreedAtOnceUntouched) {
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_TRUE(FreeLargeBlock(Allocate(slotSize).data()));
+    }
+}
+
+TEST(LargeBlock, WhatIsWrittenWhileItIsMadePresentStays) {
+    for (int round = 0; round < 10; ++round) {
+        auto const memory = Allocate(largeBlockSize);
+        for (std::size_t at = 0; at < memory.size(); at += 4096) {
+            memory[at] = static_cast<unsigned char>(at / 4096 + 1);
+        }
+        std::size_t wrong = 0;
+        for (std::size_t at = 0; at < memory.size(); at += 4096) {
+            wrong += memory[at] == static_cast<unsigned char>(at / 4096 + 1) ? 0 : 1;
+        }
+        EXPECT_EQ(wrong, 0U);
+        EXPECT_TRUE(FreeLargeBlock(memory.data()));
+    }
+}
+
+TEST(LargeBlock, OtherMemoryIsNotTakenForOne) {
+    constexpr std::size_t hugePage = 2 * 1024 * 1024;
+    std::unique_ptr<void, decltype(&std::free)> const aligned(
+        std::aligned_alloc(hugePage, hugePage), &std::free);
+    auto const memory = Allocate(largeBlockSize);
+    EXPECT_FALSE(FreeLargeBlock(aligned.get()));
+    EXPECT_FALSE(FreeLargeBlock(memory.data() + 1));
+    EXPECT_FALSE(FreeLargeBlock(memory.data() + hugePage));
+    EXPECT_TRUE(FreeLargeBlock(memory.data()));
+    EXPECT_FALSE(FreeLargeBlock(nullptr));
+}
+
+TEST(LargeBlock, SeveralAreFreedInAnyOrder) {
+    auto const first = Allocate(largeBlockSize);
+    auto const second = Allocate(largeBlockSize);
+    auto const third = Allocate(largeBlockSize);
+    EXPECT_TRUE(FreeLargeBlock(second.data()));
+    EXPECT_TRUE(FreeLargeBlock(first.data()));
+    EXPECT_TRUE(FreeLargeBlock(third.data()));
+}
+
+TEST(LargeBlock, ThreadsAllocateAndFreeSideBySide) {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([] {
+            for (int round = 0; round < 10; ++round) {
+                auto const memory = Allocate(largeBlockSize);
+                memory.back() = 1;
+                EXPECT_TRUE(FreeLargeBlock(memory.data()));
+            }
+        });
+    }
+}
+
+TEST(LargeBlock, ThereIsNoneLargerThanTheAddressSpace) {
+    for (std::size_t const size : {SIZE_MAX, SIZE_MAX - 1, SIZE_MAX - 4096, SIZE_MAX / 2}) {
+        EXPECT_EQ(AllocateLargeBlock(size), nullptr);
+    }
+}
+
+TEST(LargeBlock, WorksOnOneProcessor) {
+    EXPECT_EQ(StatusOfChild([] {
+                  cpu_set_t all;
+                  sched_getaffinity(0, sizeof all, &all);
+                  int processor = 0;
+                  while (!CPU_ISSET(processor, &all)) {
+                      ++processor;
+                  }
+                  cpu_set_t one;
+                  CPU_ZERO(&one);
+                  CPU_SET(processor, &one);
+                  sched_setaffinity(0, sizeof one, &one);
+                  auto const memory = Allocate(slotSize);
+                  memory.back() = 1;
+                  _exit(FreeLargeBlock(memory.data()) ? 0 : 1);
+              }),
+              0);
+}
+
+TEST(LargeBlock, ChildProcessMayFreeWhatItInherited) {
+    auto const memory = Allocate(slotSize);
+    EXPECT_EQ(StatusOfChild([memory] {
+                  memory.back() = 1;
+                  _exit(FreeLargeBlock(memory.data()) ? 0 : 1);
+              }),
+              0);
+    EXPECT_EQ(memory.back(), 0);
+    EXPECT_TRUE(FreeLargeBlock(memory.data()));
+}
+
+pid_t handlerThread = 0;
+
+// The thread that makes memory present never runs a handler: whatever a handler does, it does in a
+// thread of the program.
+TEST(LargeBlock, SignalsAreHandledByTheProgramsOwnThreads) {
+    struct sigaction action {};
+    action.sa_handler = [](int) { handlerThread = gettid(); };
+    struct sigaction former {};
+    sigaction(SIGUSR1, &action, &former);
+    for (int i = 0; i < 20; ++i) {
+        handlerThread = 0;
+        auto const memory = Allocate(slotSize);
+        kill(getpid(), SIGUSR1); // delivered before it returns, when this thread can take it
+        EXPECT_EQ(handlerThread, gettid());
+        EXPECT_TRUE(FreeLargeBlock(memory.data()));
+    }
+    sigaction(SIGUSR1, &former, nullptr);
+}
+
+TEST(LargeBlock, ProcessMayEndWhileItIsMadePresent) {
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(StatusOfChild([] {
+                      signal(SIGUSR1, [](int) { std::exit(0); });
+                      Allocate(slotSize);
+                      raise(SIGUSR1);
+                      _exit(1);
+                  }),
+                  0);
+    }
+}
+
+} // namespace

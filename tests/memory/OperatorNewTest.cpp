@@ -1,0 +1,117 @@
+// All forms of new and delete, with sizes on both sides of a large block's.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "memory/LargeBlock.h"
+
+using workstation::largeBlockSize;
+
+namespace {
+
+constexpr std::size_t sizes[] = {0, 1, 4096, largeBlockSize - 1, largeBlockSize, 0x5E00000};
+
+// Writes the ends of the memory, so that wrong memory shows.
+void Use(void* memory, std::size_t size) {
+    ASSERT_NE(memory, nullptr);
+    if (size > 0) {
+        static_cast<unsigned char volatile*>(memory)[0] = 1;
+        static_cast<unsigned char volatile*>(memory)[size - 1] = 1;
+    }
+}
+
+TEST(OperatorNew, PlainFormsServeEverySize) {
+    for (std::size_t const size : sizes) {
+        void* memory = ::operator new(size);
+        Use(memory, size);
+        ::operator delete(memory);
+        memory = ::operator new[](size);
+        Use(memory, size);
+        ::operator delete[](memory);
+    }
+}
+
+// Allocators and delete expressions pass the size back, where the compiler does so.
+TEST(OperatorNew, SizedFormsServeEverySize) {
+    for (std::size_t const size : sizes) {
+        std::allocator<unsigned char> allocator;
+        unsigned char* const memory = allocator.allocate(size);
+        Use(memory, size);
+        allocator.deallocate(memory, size);
+        auto* const array = new unsigned char[size];
+        Use(array, size);
+        delete[] array;
+    }
+}
+
+TEST(OperatorNew, NonThrowingFormsServeEverySize) {
+    for (std::size_t const size : sizes) {
+        void* memory = ::operator new(size, std::nothrow);
+        Use(memory, size);
+        ::operator delete(memory, std::nothrow);
+        memory = ::operator new[](size, std::nothrow);
+        Use(memory, size);
+        ::operator delete[](memory, std::nothrow);
+    }
+}
+
+TEST(OperatorNew, AlignedFormsServeEverySizeAndAlignment) {
+    for (std::size_t const alignment : {std::size_t{64}, std::size_t{4096}, largeBlockSize}) {
+        for (std::size_t const size : sizes) {
+            auto const asked = std::align_val_t{alignment};
+            void* memory = ::operator new(size, asked);
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % alignment, 0U);
+            Use(memory, size);
+            ::operator delete(memory, asked);
+            memory = ::operator new[](size, asked);
+            Use(memory, size);
+            ::operator delete[](memory, asked);
+            memory = ::operator new[](size, asked, std::nothrow);
+            Use(memory, size);
+            ::operator delete[](memory, asked, std::nothrow);
+        }
+    }
+}
+
+TEST(OperatorNew, NullMayBeDeleted) {
+    ::operator delete(nullptr);
+    ::operator delete[](nullptr);
+}
+
+// What cannot be had is reported in the standard's way. Under a limit, as the sanitizers refuse to
+// be asked for more than there is.
+TEST(OperatorNew, MemoryThatCannotBeHadIsReported) {
+    pid_t const child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        static int handlerCalls = 0;
+        rlimit limit = {};
+        getrlimit(RLIMIT_AS, &limit);
+        limit.rlim_cur = 64 * 1024 * 1024;
+        if (setrlimit(RLIMIT_AS, &limit) != 0 ||
+            ::operator new(0x5E00000, std::nothrow) != nullptr) {
+            _exit(1);
+        }
+        std::set_new_handler([] {
+            ++handlerCalls;
+            std::set_new_handler(nullptr);
+        });
+        try {
+            std::vector<unsigned char> const buffer(0x5E00000);
+            _exit(2);
+        } catch (std::bad_alloc const&) {
+            _exit(handlerCalls == 1 ? 0 : 3);
+        }
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+} // namespace

@@ -1,0 +1,127 @@
+// Many threads and processes at once.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include "StreamFileAccess.h"
+#include "pool/ChildProcess.h"
+#include "pool/TestRoot.h"
+
+namespace workstation {
+namespace {
+
+constexpr unsigned int length = 50000;
+
+// Initialises, reads one of the three files from end to end and compares it. The count of what
+// went wrong.
+int ReadOne(int number) {
+    StreamFileAccess pool;
+    if (!pool.InitializeFileAccess(false, true)) {
+        return 1;
+    }
+    StreamFileAccess file(number, 0);
+    std::vector<unsigned char> bytes(length + 1);
+    bool const isRight = file.Read(bytes.data(), length + 1, false) == static_cast<int>(length);
+    bytes.pop_back();
+    return isRight && bytes == Pattern(length) ? 0 : 1;
+}
+
+int ReadInThreads(int threadCount) {
+    std::atomic<int> failures = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < threadCount; ++i) {
+        threads.emplace_back([&failures, i] { failures += ReadOne(i % 3 + 1); });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    return failures;
+}
+
+class ConcurrencyTest : public testing::Test {
+protected:
+    ConcurrencyTest() {
+        root_.MakePool(3);
+        StreamFileAccess pool;
+        EXPECT_TRUE(pool.InitializeFileAccess(false, true));
+        auto bytes = Pattern(length);
+        for (int number = 1; number <= 3; ++number) {
+            StreamFileAccess file(number, false, StreamMgrFileMgmnt::ControlExternalProc);
+            EXPECT_EQ(file.Write(bytes.data(), length), static_cast<int>(length));
+            EXPECT_EQ(file.Truncate(length), 0);
+        }
+        pool.Unload();
+    }
+
+    // How many words of the process table behind the header are process ids or markers in use.
+    int UsedWords() const {
+        std::string const bytes = BytesOf(root_.ProcessTable());
+        int used = 0;
+        for (std::size_t record = 28; record + 772 <= bytes.size(); record += 772) {
+            used += bytes.substr(record, 4) != std::string(4, '\0');
+            for (std::size_t slot = record + 4; slot < record + 772; slot += 12) {
+                used += bytes.substr(slot, 4) != std::string(4, '\0');
+            }
+        }
+        return used;
+    }
+
+    TestRoot root_;
+};
+
+TEST_F(ConcurrencyTest, SixtyFourThreadsInitialiseAndRead) {
+    EXPECT_EQ(ReadInThreads(64), 0);
+    EXPECT_EQ(UsedWords(), 1) << "one record, no slot";
+}
+
+TEST_F(ConcurrencyTest, SixteenProcessesOfSixtyFourThreadsRead) {
+    std::vector<std::unique_ptr<ChildProcess>> children;
+    for (int i = 0; i < 16; ++i) {
+        children.push_back(std::make_unique<ChildProcess>([](auto const& parent) {
+            parent.Await();
+            int const failures = ReadInThreads(64);
+            StreamFileAccess().Unload();
+            return failures;
+        }));
+    }
+    for (auto const& child : children) {
+        child->Tell();
+    }
+    for (auto const& child : children) {
+        EXPECT_EQ(child->ExitStatus(), 0);
+    }
+    EXPECT_EQ(UsedWords(), 0);
+}
+
+TEST_F(ConcurrencyTest, ForksInTheMidstOfInitialisingFindNothingHeld) {
+    std::atomic<bool> stop = false;
+    std::atomic<int> failures = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            while (!stop) {
+                failures += ReadOne(1);
+                StreamFileAccess().Unload();
+            }
+        });
+    }
+    for (int round = 0; round < 50; ++round) {
+        ChildProcess child([](auto const&) {
+            int const failed = ReadOne(2);
+            StreamFileAccess().Unload();
+            return failed;
+        });
+        EXPECT_EQ(child.ExitStatus(), 0);
+    }
+    stop = true;
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    StreamFileAccess().Unload();
+    EXPECT_EQ(UsedWords(), 0);
+}
+
+} // namespace
+} // namespace workstation

@@ -1,0 +1,177 @@
+// Reaching the pool and leaving it again.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <iostream>
+
+#include "StreamFileAccess.h"
+#include "pool/Captured.h"
+#include "pool/ChildProcess.h"
+#include "pool/ProcessTable.h"
+#include "pool/TestRoot.h"
+
+namespace workstation {
+namespace {
+
+// What InitializeFileAccess says when it fails.
+std::string Refusal(bool atomicRead = false) {
+    Captured const errors(std::cerr);
+    StreamFileAccess pool;
+    EXPECT_FALSE(pool.InitializeFileAccess(atomicRead, true));
+    EXPECT_EQ(pool.GetFilePoolSize(), 0);
+    return errors.Text();
+}
+
+TEST(Initialize, MissingPoolIsOneLine) {
+    TestRoot const root;
+    EXPECT_EQ(Refusal(), "pool '" + root.Pool() + "': cannot open: No such file or directory\n");
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(Initialize, DamagedPoolIsOneLine) {
+    TestRoot const root;
+    root.MakePool(2);
+    std::filesystem::resize_file(root.Pool(), 5000);
+    EXPECT_EQ(Refusal(), "pool '" + root.Pool() +
+                             "': truncated: 5000 bytes, but 2 stream files take 197140480\n");
+    EXPECT_EQ(errno, EUCLEAN);
+}
+
+TEST(Initialize, AtomicReadingIsRefused) {
+    TestRoot const root;
+    root.MakePool(2);
+    EXPECT_EQ(Refusal(true),
+              "pool '" + root.Pool() + "': atomic reading is not offered on a workstation\n");
+}
+
+TEST(Initialize, PoolHasItsSizeFromInitializeToUnload) {
+    TestRoot const root;
+    root.MakePool(3);
+    StreamFileAccess pool;
+    StreamMgrFileMgmnt::FileMgmnt_t info{};
+    EXPECT_EQ(pool.GetFilePoolSize(), 0);
+    EXPECT_FALSE(pool.GetFileInfo(1, info));
+    EXPECT_FALSE(StreamFileAccess(1, 0).IsOpen());
+    EXPECT_EQ(errno, ENOENT);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(pool.InitializeFileAccess(false, true));
+        EXPECT_EQ(pool.GetFilePoolSize(), 3);
+    }
+    pool.Unload();
+    EXPECT_EQ(pool.GetFilePoolSize(), 0);
+    EXPECT_FALSE(pool.GetFileInfo(1, info));
+    pool.Unload();
+    EXPECT_TRUE(pool.InitializeFileAccess(false, true));
+    EXPECT_EQ(pool.GetFilePoolSize(), 3);
+}
+
+TEST(Initialize, UnloadWithoutInitializeKeepsErrno) {
+    errno = 77;
+    StreamFileAccess().Unload();
+    EXPECT_EQ(errno, 77);
+}
+
+TEST(Initialize, AnotherRootIsAnotherPool) {
+    TestRoot const first;
+    TestRoot const second;
+    first.MakePool(1);
+    second.MakePool(2);
+    StreamFileAccess pool;
+    for (int i = 0; i < 3; ++i) {
+        first.Use();
+        ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+        EXPECT_EQ(pool.GetFilePoolSize(), 1);
+        pool.Unload();
+        second.Use();
+        ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+        EXPECT_EQ(pool.GetFilePoolSize(), 2);
+    }
+}
+
+TEST(Initialize, RootChangedWithoutUnloadGivesBackTheFormerRecord) {
+    TestRoot const first;
+    TestRoot const second;
+    first.MakePool(1);
+    second.MakePool(2);
+    StreamFileAccess pool;
+    first.Use();
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    std::string const registered = BytesOf(first.ProcessTable());
+    second.Use();
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    EXPECT_NE(BytesOf(first.ProcessTable()), registered);
+    EXPECT_EQ(BytesOf(second.ProcessTable()), registered);
+}
+
+TEST(Initialize, ReplacedPoolIsReachedAnewAndOldStreamsGoOn) {
+    TestRoot const root;
+    root.MakePool(1);
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    StreamFileAccess old(1, false, StreamMgrFileMgmnt::ControlExternalProc);
+    ASSERT_EQ(old.Truncate(5), 0);
+    std::filesystem::rename(root.Pool(), root.Path() + "/old");
+    root.MakePool(2);
+    EXPECT_FALSE(StreamFileAccess(1, 0).IsOpen());
+    EXPECT_EQ(errno, ESTALE);
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    EXPECT_EQ(pool.GetFilePoolSize(), 2);
+    EXPECT_EQ(StreamFileAccess(1, 0).DataLength(), 0);
+    EXPECT_EQ(old.DataLength(), 5);
+}
+
+TEST(Initialize, OpenStreamsOutliveUnload) {
+    TestRoot const root;
+    root.MakePool(1);
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    StreamFileAccess file(1, 0);
+    pool.Unload();
+    unsigned char byte = 0xEE;
+    EXPECT_TRUE(file.IsOpen());
+    EXPECT_EQ(file.Read(&byte, 1, true), 1);
+    EXPECT_EQ(byte, 0);
+}
+
+TEST(Initialize, UnlistedProcessLeavesTheTableAlone) {
+    TestRoot const root;
+    root.MakePool(1);
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, false));
+    std::string const empty = BytesOf(root.ProcessTable());
+    StreamFileAccess const file(1, 0);
+    EXPECT_EQ(BytesOf(root.ProcessTable()), empty);
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    EXPECT_NE(BytesOf(root.ProcessTable()), empty);
+}
+
+// The type is fixed before main, so each case is a process of its own: this program once more.
+// It exits with 10 + the type.
+TEST(FileSystemType, DISABLED_ExitWithIt) {
+    _exit(10 + StreamFileAccess::fileSystemType);
+}
+
+int TypeSeenByNewProcess() {
+    ChildProcess child([](auto const&) {
+        execl("/proc/self/exe", "pool_tests", "--gtest_filter=FileSystemType.DISABLED_ExitWithIt",
+              "--gtest_also_run_disabled_tests", "--gtest_brief=1", nullptr);
+        return 99;
+    });
+    return child.ExitStatus() - 10;
+}
+
+TEST(FileSystemType, ImageIs2DirectoryIs1AnythingElseIs0) {
+    TestRoot const root;
+    EXPECT_EQ(TypeSeenByNewProcess(), 0);
+    root.MakePool(1);
+    EXPECT_EQ(TypeSeenByNewProcess(), 2);
+    std::filesystem::remove(root.Pool());
+    std::filesystem::create_directory(root.Pool());
+    EXPECT_EQ(TypeSeenByNewProcess(), 1);
+    std::filesystem::remove(root.Pool());
+    std::filesystem::create_symlink("/dev/null", root.Pool());
+    EXPECT_EQ(TypeSeenByNewProcess(), 0);
+}
+
+} // namespace
+} // namespace workstation

@@ -1,0 +1,75 @@
+// A recorder's directory for one test.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "pool/PoolImage.h"
+#include "pool/PoolSession.h"
+
+namespace workstation {
+
+// Makes a new directory, makes it the recorder's, and removes it at the end.
+class TestRoot {
+public:
+    TestRoot() {
+        if (mkdtemp(path_.data()) == nullptr) {
+            throw std::runtime_error("mkdtemp failed");
+        }
+        setenv("STREAMMGR_ROOT", path_.c_str(), 1);
+    }
+    ~TestRoot() {
+        PoolSession::Instance().Unload();
+        unsetenv("STREAMMGR_ROOT");
+        std::filesystem::remove_all(path_);
+    }
+    TestRoot(TestRoot const&) = delete;
+    TestRoot& operator=(TestRoot const&) = delete;
+
+    std::string const& Path() const { return path_; }
+    std::string Pool() const { return path_ + "/pool"; }
+    std::string ProcessTable() const { return path_ + "/shm/process_table"; }
+
+    // Makes this directory the recorder's again, after another one was.
+    void Use() const { setenv("STREAMMGR_ROOT", path_.c_str(), 1); }
+
+    void MakePool(std::uint32_t fileCount) const {
+        Failure why;
+        if (!PoolImage::Create(Pool(), fileCount, why)) {
+            throw std::runtime_error(why.text);
+        }
+    }
+
+private:
+    std::string path_ = "/tmp/streammgr_test_XXXXXX";
+};
+
+inline std::string BytesOf(std::string const& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void WriteBytes(std::string const& path, std::string const& bytes, std::uint64_t offset) {
+    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(static_cast<std::streamoff>(offset));
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!file.flush()) {
+        throw std::runtime_error("cannot write " + path);
+    }
+}
+
+// Bytes that tell where they stand, with a period that no chunk size divides.
+inline std::vector<unsigned char> Pattern(std::size_t size) {
+    std::vector<unsigned char> bytes(size);
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<unsigned char>(i % 251 + 1);
+    }
+    return bytes;
+}
+
+} // namespace workstation

@@ -1,0 +1,40 @@
+// d2b check: says what is damaged in the pool, and repairs it.
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+
+#include "Root.h"
+#include "d2b/CheckPool.h"
+#include "d2b/Commands.h"
+
+namespace workstation {
+namespace {
+
+// Returns whether anything remains.
+bool PrintFindings(std::vector<Finding> const& findings) {
+    bool anythingRemains = false;
+    for (auto const& finding : findings) {
+        std::cout << finding.text << "\n";
+        anythingRemains = anythingRemains || finding.remains;
+    }
+    if (findings.empty()) {
+        std::cout << "pool '" << PoolPath() << "': nothing is wrong\n";
+    }
+    std::cout << std::flush;
+    return anythingRemains;
+}
+
+} // namespace
+
+void AddCheckCommand(CLI::App& tool) {
+    auto const repair = std::make_shared<bool>(false);
+    auto* const command = tool.add_subcommand("check", "Looks for damage, one line for each.");
+    command->add_flag("--repair", *repair, "Puts right what can be put right");
+    command->callback([repair] {
+        if (PrintFindings(CheckPool(*repair))) {
+            throw CLI::RuntimeError(1);
+        }
+    });
+}
+
+} // namespace workstation

@@ -1,0 +1,44 @@
+// The pool tool: makes, fills, changes and checks the pool of a workstation recorder.
+#include "d2b/D2b.h"
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+
+#include "d2b/Commands.h"
+
+namespace workstation {
+namespace {
+
+constexpr int failed = 1;
+constexpr int misuse = 2;
+
+int Report(std::exception const& problem, int status) {
+    std::cerr << "d2b: " << problem.what() << "\n";
+    return status;
+}
+
+} // namespace
+
+int RunD2b(int argc, char const* const* argv) {
+    CLI::App tool("Works on the pool of the recorder in $STREAMMGR_ROOT.", "d2b");
+    tool.require_subcommand(1);
+    AddCreateCommand(tool);
+    AddLoadCommand(tool);
+    AddSetCommand(tool);
+    AddTickCommand(tool);
+    AddCheckCommand(tool);
+    try {
+        tool.parse(argc, argv);
+        return 0;
+    } catch (CLI::RuntimeError const& ended) { // a command that has said everything itself
+        return ended.get_exit_code();
+    } catch (CLI::ParseError const& problem) {
+        bool const isHelp = problem.get_exit_code() == 0;
+        return isHelp ? tool.exit(problem) : Report(problem, misuse);
+    } catch (std::exception const& problem) {
+        return Report(problem, failed);
+    }
+}
+
+} // namespace workstation

@@ -1,0 +1,29 @@
+// d2b load: puts an ordinary file into the pool.
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "d2b/Commands.h"
+#include "pool/LoadStreamFile.h"
+
+namespace workstation {
+
+void AddLoadCommand(CLI::App& tool) {
+    struct Options {
+        int fileNumber = 0;
+        std::string source;
+    };
+    auto const options = std::make_shared<Options>();
+    auto* const command = tool.add_subcommand("load", "Writes a file over a stream file.");
+    command->add_option("NUMBER", options->fileNumber, "Number of the stream file, from 1")
+        ->required();
+    command->add_option("FILE", options->source, "What to write")->required();
+    command->callback([options] {
+        Failure why;
+        if (!LoadStreamFile(options->fileNumber, options->source, why)) {
+            throw CommandFailure(why);
+        }
+    });
+}
+
+} // namespace workstation

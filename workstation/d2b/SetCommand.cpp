@@ -1,0 +1,77 @@
+// d2b set: changes what the table says of a stream file.
+#include "d2b/SetCommand.h"
+
+#include <fcntl.h>
+
+#include <CLI/CLI.hpp>
+#include <limits>
+#include <memory>
+
+#include "Root.h"
+#include "d2b/Commands.h"
+#include "pool/PoolImage.h"
+#include "pool/WriterLock.h"
+
+namespace workstation {
+namespace {
+
+template <typename Value>
+void SetIfGiven(PoolImage& pool, int fileNumber, EntryWord word,
+                std::optional<Value> const& value) {
+    if (value) {
+        pool.Set(fileNumber, word, *value);
+    }
+}
+
+} // namespace
+
+bool SetStreamFile(int fileNumber, SetOptions const& options, Failure& why) {
+    auto const pool = PoolImage::Open(PoolPath(), why);
+    if (!pool) {
+        return false;
+    }
+    if (!pool->Has(fileNumber)) {
+        return Fail(why, ENOENT, NoSuchStreamFile(*pool, fileNumber));
+    }
+    FileDescriptor const file = pool->OpenDescriptor(O_RDWR);
+    if (!file) {
+        return FailWithErrno(why, "cannot open '" + pool->Path() + "'");
+    }
+    if (!LockForWriting(file.Get(), fileNumber, why)) {
+        return false;
+    }
+    SetIfGiven(*pool, fileNumber, EntryWord::length, options.length);
+    SetIfGiven(*pool, fileNumber, EntryWord::controller, options.controller);
+    SetIfGiven(*pool, fileNumber, EntryWord::dbMatch, options.dbMatch);
+    SetIfGiven(*pool, fileNumber, EntryWord::atomicReaders, options.atomicReaders);
+    return true;
+}
+
+void AddSetCommand(CLI::App& tool) {
+    constexpr std::uint32_t none = 0;
+    constexpr std::uint32_t maxController = 255;
+    constexpr std::uint32_t maxReaders = std::numeric_limits<std::int32_t>::max();
+
+    auto const fileNumber = std::make_shared<int>();
+    auto const options = std::make_shared<SetOptions>();
+    auto* const command = tool.add_subcommand("set", "Changes the table entry of a stream file.");
+    command->add_option("NUMBER", *fileNumber, "Number of the stream file, from 1")->required();
+    auto* const values = command->add_option_group("entry");
+    values->require_option();
+    values->add_option("--length", options->length, "Stated length in bytes")
+        ->check(CLI::Range(none, poolSlotSize));
+    values->add_option("--controller", options->controller, "Write controller, 0 for nobody")
+        ->check(CLI::Range(none, maxController));
+    values->add_option("--db-match", options->dbMatch, "Known to the stream database as it is")
+        ->check(CLI::IsMember({"true", "false"}));
+    values->add_option("--readers", options->atomicReaders, "Number of atomic readers")
+        ->check(CLI::Range(none, maxReaders));
+    command->callback([fileNumber, options] {
+        Failure why;
+        if (!SetStreamFile(*fileNumber, *options, why)) {
+            throw CommandFailure(why);
+        }
+    });
+}
+
+} // namespace workstation

@@ -1,0 +1,20 @@
+// Large blocks of memory that are filled from start to end as soon as they are there.
+#pragma once
+
+#include <cstddef>
+
+namespace workstation {
+
+// From this size on a block of memory is a large one. The one that counts is the buffer for a
+// whole stream file: most of the time that it takes to read and scan one would go into making the
+// buffer present, page by page.
+constexpr std::size_t largeBlockSize = 32 * 1024 * 1024;
+
+// Zero-filled memory, made of huge pages where the system has them, and made present ahead of its
+// use. Null when there is none to be had. From any thread.
+void* AllocateLargeBlock(std::size_t size);
+
+// Gives a block back. False, and nothing done, for an address that is not that of a large block.
+bool FreeLargeBlock(void* memory);
+
+} // namespace workstation

@@ -1,0 +1,28 @@
+// Why something could not be done: for programs and for people.
+#pragma once
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace workstation {
+
+struct Failure {
+    int error = 0;    // as in errno
+    std::string text; // one line, without a full stop
+};
+
+// Fills in `why` and returns false, so that a function can fail in one statement.
+inline bool Fail(Failure& why, int error, std::string text) {
+    why = {error, std::move(text)};
+    return false;
+}
+
+// The same for a system call that has just failed: errno and its text are added.
+inline bool FailWithErrno(Failure& why, std::string const& text) {
+    int const error = errno;
+    return Fail(why, error, text + ": " + std::generic_category().message(error));
+}
+
+} // namespace workstation

@@ -1,0 +1,114 @@
+// The table of processes and threads that use the pool (docs/process-table.md).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "pool/Failure.h"
+#include "pool/Mapping.h"
+
+namespace workstation {
+
+class PoolImage;
+
+// The table as it lies in shared memory, in the machine's byte order. Every word but those of the
+// header may change at any time and is read and written as a whole.
+
+struct ProcessTableHeader {
+    std::uint32_t magic; // written last: 0 while the table is being made
+    std::uint32_t version;
+    std::uint32_t headerSize;
+    std::uint32_t recordCount;
+    std::uint32_t recordSize;
+    std::uint32_t slotsPerRecord;
+    std::uint32_t slotSize;
+};
+
+struct ThreadSlot {
+    std::uint32_t marker; // 0: free; else the process id * 4 + SlotUse
+    std::uint32_t handle; // the thread's id
+    std::int32_t fileNumber;
+};
+
+struct ProcessRecord {
+    static constexpr std::size_t slotCount = 64;
+
+    // 0: free; negative: being cleared by that process, which also counts as free.
+    std::int32_t pid;
+    ThreadSlot slots[slotCount];
+};
+
+struct ProcessTableData {
+    static constexpr std::size_t recordCount = 128;
+
+    ProcessTableHeader header;
+    ProcessRecord records[recordCount];
+};
+
+static_assert(sizeof(ProcessTableHeader) == 28);
+static_assert(sizeof(ThreadSlot) == 12);
+static_assert(offsetof(ThreadSlot, marker) == 0);
+static_assert(offsetof(ThreadSlot, handle) == 4);
+static_assert(offsetof(ThreadSlot, fileNumber) == 8);
+static_assert(sizeof(ProcessRecord) == 772);
+static_assert(offsetof(ProcessRecord, pid) == 0);
+static_assert(offsetof(ProcessRecord, slots) == 4);
+static_assert(offsetof(ProcessTableData, header) == 0);
+static_assert(offsetof(ProcessTableData, records) == 28);
+static_assert(sizeof(ProcessTableData) == 28 + 128 * 772);
+
+enum class SlotUse : std::uint32_t {
+    reading = 1,
+    writing = 2,
+    claiming = 3, // the rest of the slot is not filled in yet
+};
+
+// Nothing here waits for another process. Register and Reap are for one thread of a process at a
+// time; Unregister may be called in a signal handler that interrupts any of the others.
+class ProcessTable {
+public:
+    // Opens the table, and makes it and its directory when they are missing; any number of
+    // processes may do so at once. Null when the file is no process table of this machine.
+    static std::unique_ptr<ProcessTable> Open(std::string const& path, Failure& why);
+
+    // The same for looking only: makes nothing. Not mapped on failure.
+    static Mapping MapForLooking(std::string const& path, Failure& why);
+
+    // Gives this process a record; a record with its id that is there already was left by a dead
+    // namesake and is cleared, as are the records of all other dead processes. False when the
+    // table is full.
+    bool Register(PoolImage& pool);
+
+    // Gives back the record of this process with its slots, and resets the write controllers of
+    // the files that it has open for writing. Safe in a signal handler.
+    void Unregister(PoolImage& pool) noexcept;
+
+    // Clears the records of dead processes and puts right the write controllers of the files that
+    // they were writing. Returns how many records there were.
+    unsigned Reap(PoolImage& pool);
+
+    // The dead processes that still have a record.
+    std::vector<int> DeadProcesses() const;
+
+    // Takes a thread slot in the record of this process for the calling thread. Null when the
+    // process has none, or no slot is free.
+    ThreadSlot* Claim(SlotUse use, int fileNumber);
+
+    // Gives back a slot that this process claimed; nothing happens when it has been taken away.
+    static void Release(ThreadSlot& slot, SlotUse use);
+
+private:
+    explicit ProcessTable(Mapping mapping)
+        : mapping_(std::move(mapping)) {}
+
+    ProcessTableData& Data() const { return *static_cast<ProcessTableData*>(mapping_.Data()); }
+    ProcessRecord* RecordOfThisProcess() const;
+    bool ClaimRecord();
+
+    Mapping mapping_;
+};
+
+} // namespace workstation

@@ -1,0 +1,228 @@
+// The stream manager service.
+#include "service/Service.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <system_error>
+
+#include "Item.h"
+#include "LinxServerNameList.h"
+#include "LogClient.h"
+#include "Root.h"
+#include "StreamMgrApi.h"
+#include "api/ServiceMessages.h"
+#include "ipc/Payload.h"
+#include "ipc/SocketDirectory.h"
+#include "pool/PoolSession.h"
+#include "pool/RootLock.h"
+#include "service/ControlRequests.h"
+#include "service/EventRequests.h"
+#include "service/Recovery.h"
+#include "service/Reply.h"
+#include "service/ServiceLog.h"
+
+namespace workstation {
+namespace {
+
+// How often subscribers are told of the storage at most, and looked after when they are slow.
+constexpr std::chrono::milliseconds storageInterval(1000);
+constexpr int retryMs = 50;
+
+int FailToStart(std::string const& reason) {
+    std::cerr << "StreamMgr: " << reason << std::endl;
+    return EXIT_FAILURE;
+}
+
+int Serve(SignalWatch& signals, StreamFileAccess& pool, ServiceOptions const& options) {
+    RemoveStaleSockets();
+    std::string const& name = LinxServerNameList::Instance()->Name(e_StreamMgr);
+    std::string error;
+    auto endpoint = Endpoint::Open(name, error);
+    if (!endpoint)
+        return FailToStart(error);
+    LogClient::Instance()->ProcessName(name);
+    EventStore store(DatabasePath());
+    RecoverRecordings(store);
+
+    Service service(signals, std::move(*endpoint), pool, store);
+    LogNotification("started with a pool of " + std::to_string(pool.GetFilePoolSize()) + " files");
+    service.Record(options);
+    std::cout << "StreamMgr: ready" << std::endl;
+    service.Run();
+    LogNotification("stopped");
+    return EXIT_SUCCESS;
+}
+
+std::vector<char> EncodeRecording(Event const& recording) {
+    StreamMgrApi::EventRecordItem item;
+    item.reid.Value(recording.reid);
+    item.tagsComplete.Value(recording.tagsComplete);
+    item.startTime.Value(static_cast<int>(recording.startTime));
+    item.stopTime.Value(static_cast<int>(recording.stopTime));
+    item.streams.Value(recording.streams);
+    return EncodeItems({&item});
+}
+
+} // namespace
+
+int RunService(ServiceOptions const& options) {
+    SignalWatch signals;
+    Failure why;
+    FileDescriptor const root = LockRoot(why);
+    if (!root)
+        return FailToStart(why.text);
+    StreamFileAccess pool;
+    if (!pool.InitializeFileAccess(false, true))
+        return FailToStart("cannot serve without a pool");
+    int status = EXIT_FAILURE;
+    try {
+        status = Serve(signals, pool, options);
+    } catch (std::exception const& failure) {
+        FailToStart(failure.what());
+    }
+    pool.Unload();
+    return status;
+}
+
+Service::Recorder::Recorder(Service& service, RecordOption const& option,
+                            ServiceOptions const& options)
+    : recording(option.stream, service.ring_, service.store_, service.notices_, service.clock_)
+    , recorder({option.stream, option.source, options.isFast, options.loops}, recording,
+               service.ticks_, service.clock_, [stream = option.stream](std::string const& text) {
+                   LogNotification("stream " + std::to_string(stream) + ": " + text);
+               }) {}
+
+Service::Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool, EventStore& store)
+    : signals_(signals)
+    , endpoint_(std::move(endpoint))
+    , pool_(pool)
+    , store_(store) {
+    AddControlRequests(router_, {endpoint_, [this] { isRunning_ = false; }, [this] { Reap(); },
+                                 [this] { return Describe(); },
+                                 [this] { return DescribeStorage(Storage()); }});
+    AddEventRequests(router_, {endpoint_, pool_, store_});
+    router_.On(subscribeRequest, "subscription", [this](Letter& request) { Subscribe(request); });
+}
+
+void Service::Record(ServiceOptions const& options) {
+    for (RecordOption const& option : options.recordings) {
+        recorders_.push_back(std::make_unique<Recorder>(*this, option, options));
+        recorders_.back()->recorder.Start();
+    }
+}
+
+void Service::Run() {
+    while (isRunning_) {
+        std::array<pollfd, 3> watched{{{signals_.Descriptor(), POLLIN, 0},
+                                       {endpoint_.Descriptor(), POLLIN, 0},
+                                       {notices_.Descriptor(), POLLIN, 0}}};
+        if (poll(watched.data(), watched.size(), WaitMs()) == -1 && errno != EINTR)
+            throw std::system_error(errno, std::generic_category(), "poll");
+        HandleSignal();
+        HandleRequests();
+        HandleNotices();
+        TellStorage();
+        subscribers_.DeliverWaiting();
+    }
+    recorders_.clear(); // ends the recordings
+    HandleNotices();
+}
+
+// -1: until something happens.
+int Service::WaitMs() const {
+    if (subscribers_.HasWaiting())
+        return retryMs;
+    if (!subscribers_.Has(Subscription::storage))
+        return -1;
+    auto const left = std::chrono::ceil<std::chrono::milliseconds>(nextStorage_ - Clock::now());
+    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
+}
+
+void Service::HandleSignal() {
+    if (auto const signal = signals_.Take()) {
+        LogNotification(std::string("told to quit by signal: ") + strsignal(*signal));
+        isRunning_ = false;
+    }
+}
+
+void Service::HandleRequests() {
+    while (isRunning_) {
+        auto request = endpoint_.Receive();
+        if (!request)
+            return;
+        router_.Handle(*request);
+    }
+}
+
+void Service::HandleNotices() {
+    for (Notice const& notice : notices_.Take()) {
+        if (auto const* const started = std::get_if<RecordStarted>(&notice)) {
+            StringItem reid(started->reid);
+            subscribers_.Notify(Subscription::recordStart, EncodeItems({&reid}));
+        } else if (auto const* const stopped = std::get_if<RecordStopped>(&notice)) {
+            subscribers_.Notify(Subscription::recordStop, EncodeRecording(stopped->recording));
+        }
+    }
+}
+
+// Others change the table of files too, so the figures are looked at anew for as long as somebody
+// wants to know them.
+void Service::TellStorage() {
+    if (!subscribers_.Has(Subscription::storage) || Clock::now() < nextStorage_)
+        return;
+    nextStorage_ = Clock::now() + storageInterval;
+    StorageFigures const storage = Storage();
+    if (storage != toldStorage_)
+        subscribers_.Notify(Subscription::storage, EncodeStorage(storage));
+    toldStorage_ = storage;
+}
+
+// What narrows a subscription is not looked at: everyone is told everything.
+void Service::Subscribe(Letter& request) {
+    UIntItem number;
+    UIntItem messageId;
+    std::span<char> const payload(request.payload);
+    std::size_t const headSize = number.Size() + messageId.Size();
+    auto const subscription = static_cast<Subscription>(
+        payload.size() >= headSize && DecodeItems(payload.first(headSize), {&number, &messageId})
+            ? number.Value()
+            : 0);
+    BoolItem accepted(subscription == Subscription::storage ||
+                      subscription == Subscription::recordStart ||
+                      subscription == Subscription::recordStop);
+    if (accepted.Value())
+        subscribers_.Add(request.sender, subscription, messageId.Value());
+    Reply(endpoint_, request, subscribeReply, {&accepted});
+    if (subscription == Subscription::storage)
+        subscribers_.Notify(request.sender, subscription, EncodeStorage(Storage()));
+}
+
+void Service::Reap() {
+    unsigned int const processes = ReapDeadProcesses();
+    unsigned int const files = ring_.Reap();
+    LogNotification("reaped " + std::to_string(processes) + " dead processes, wiped " +
+                    std::to_string(files) + " files");
+}
+
+std::string Service::Describe() const {
+    using namespace std::chrono;
+    auto const uptime = duration_cast<seconds>(Clock::now() - started_);
+    return "process " + std::to_string(getpid()) + ", up " + std::to_string(uptime.count()) +
+           " s, log level " + std::to_string(LogClient::Instance()->Level()) + ", pool '" +
+           PoolPath() + "' of " + std::to_string(pool_.GetFilePoolSize()) + " files, " +
+           std::to_string(recorders_.size()) + " recordings, " +
+           std::to_string(subscribers_.Count()) + " subscriptions";
+}
+
+StorageFigures Service::Storage() const {
+    return CountStorage(pool_, store_.FilesHeldByEvents());
+}
+
+} // namespace workstation

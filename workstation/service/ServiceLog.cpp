@@ -1,0 +1,28 @@
+// Entries of the service in the log.
+#include "service/ServiceLog.h"
+
+#include "LogClient.h"
+#include "SysLogMsg.h"
+
+namespace workstation {
+namespace {
+
+void Log(unsigned int level, std::string_view text) {
+    LogClient const& client = *LogClient::Instance();
+    if ((client.Level() & level) == 0)
+        return;
+    SysLogMsg entry;
+    entry.Log(static_cast<int>(level), client.ProcessName()) << text;
+}
+
+} // namespace
+
+void LogNotification(std::string_view text) {
+    Log(1, text);
+}
+
+void LogNote(std::string_view text) {
+    Log(2, text);
+}
+
+} // namespace workstation

@@ -1,0 +1,34 @@
+// The signals that end the service, as something that can be waited for.
+#include "service/SignalWatch.h"
+
+#include <pthread.h>
+#include <sys/signalfd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace workstation {
+
+SignalWatch::SignalWatch() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, &former_);
+    descriptor_.Reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!descriptor_)
+        throw std::system_error(errno, std::generic_category(), "signalfd");
+}
+
+SignalWatch::~SignalWatch() {
+    pthread_sigmask(SIG_SETMASK, &former_, nullptr);
+}
+
+std::optional<int> SignalWatch::Take() {
+    signalfd_siginfo signal{};
+    if (read(descriptor_.Get(), &signal, sizeof(signal)) != sizeof(signal))
+        return std::nullopt;
+    return static_cast<int>(signal.ssi_signo);
+}
+
+} // namespace workstation

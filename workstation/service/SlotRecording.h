@@ -1,0 +1,48 @@
+// A recording into the ring.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "service/FileRing.h"
+#include "service/Notices.h"
+#include "service/RingFile.h"
+#include "service/recording/RecordingClock.h"
+#include "service/recording/RecordingTarget.h"
+#include "service/recording/SlotFiller.h"
+
+namespace workstation {
+
+// Fills file after file, and posts when it begins and ends. Where the ring has no file for it, or
+// the disk no room, it says so and waits.
+class SlotRecording : public RecordingTarget, private SlotSink {
+public:
+    SlotRecording(int stream, FileRing& ring, EventStore& store, Notices& notices,
+                  RecordingClock& clock);
+
+    void Begin(StopEvent const& stop) override;
+    void Write(TickedPackets const& packets, StopEvent const& stop) override;
+    void End() override;
+
+private:
+    bool OpenSlot(StopEvent const& stop) override;
+    void WriteSlot(std::span<unsigned char const> packets, SlotContents const& contents) override;
+    void CloseSlot(SlotContents const& contents) override;
+
+    template <typename Operation>
+    void Insist(Operation operation);
+    std::int64_t WallSeconds() const;
+    void Log(std::string const& text) const;
+
+    int stream_;
+    FileRing& ring_;
+    EventStore& store_;
+    Notices& notices_;
+    RecordingClock& clock_;
+    StopEvent const* stop_ = nullptr; // of the call that is being carried out
+    SlotFiller filler_{*this};
+    std::unique_ptr<RingFile> file_;
+    Event recording_;
+};
+
+} // namespace workstation

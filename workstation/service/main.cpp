@@ -1,0 +1,7 @@
+// The stream manager service.
+#include "service/CommandLine.h"
+#include "service/Service.h"
+
+int main(int argc, char** argv) {
+    return workstation::RunWithCommandLine(argc, argv, workstation::RunService);
+}

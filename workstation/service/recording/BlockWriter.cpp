@@ -1,0 +1,53 @@
+// Hands a recording to its target in blocks.
+#include "service/recording/BlockWriter.h"
+
+#include "ts/TsPacket.h"
+
+namespace workstation {
+namespace {
+
+constexpr std::size_t blockSize = 1024 * tsPacketSize;
+constexpr std::chrono::milliseconds longestWait(250);
+
+} // namespace
+
+BlockWriter::BlockWriter(RecordingTarget& target, TickStamper stamper, RecordingClock& clock,
+                         StopEvent const& stop)
+    : target_(target)
+    , stamper_(stamper)
+    , clock_(clock)
+    , stop_(stop) {}
+
+void BlockWriter::Add(std::span<unsigned char const> packets) {
+    if (!hasBegun_) {
+        target_.Begin(stop_);
+        hasBegun_ = true;
+    }
+    if (stop_.IsSet())
+        return;
+    stamper_.Pass(packets, clock_.WallNow(), block_);
+    auto const now = clock_.Now();
+    if (!due_)
+        due_ = now + longestWait;
+    if (block_.bytes.size() >= blockSize || now >= *due_)
+        Flush();
+}
+
+void BlockWriter::Flush() {
+    if (!block_.bytes.empty())
+        target_.Write(block_, stop_);
+    block_.Clear();
+    due_.reset();
+}
+
+void BlockWriter::Complete() {
+    Flush();
+    stamper_.ReturnRest();
+}
+
+void BlockWriter::End() {
+    if (hasBegun_)
+        target_.End();
+}
+
+} // namespace workstation

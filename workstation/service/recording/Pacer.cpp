@@ -1,0 +1,36 @@
+// Gives a transport stream the speed at which it is meant to be played.
+#include "service/recording/Pacer.h"
+
+#include <cstdint>
+
+namespace workstation {
+namespace {
+
+// A stream that is later than that does not catch up.
+constexpr std::chrono::seconds longestDelay(1);
+
+RecordingClock::Time::duration MediaTime(std::uint64_t elapsed) {
+    return std::chrono::nanoseconds(elapsed * 1000 / (PcrClock::unitsPerSecond / 1000000));
+}
+
+TsPacketView PacketAt(std::span<unsigned char const> packets, std::size_t offset) {
+    return packets.subspan(offset).first<tsPacketSize>();
+}
+
+} // namespace
+
+Pacer::Block Pacer::Next(std::span<unsigned char const> packets, Time now) {
+    pcr_.See(PacketAt(packets, 0));
+    std::size_t size = tsPacketSize;
+    while (size < packets.size() && !ProgramClockReference(PacketAt(packets, size)))
+        size += tsPacketSize;
+    if (!pcr_.Running())
+        return {size, now};
+
+    auto const elapsed = MediaTime(pcr_.Elapsed());
+    if (!start_ || *start_ + elapsed + longestDelay < now)
+        start_ = now - elapsed;
+    return {size, *start_ + elapsed};
+}
+
+} // namespace workstation

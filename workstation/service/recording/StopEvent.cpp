@@ -1,0 +1,36 @@
+// Tells a thread to stop, whatever it is waiting for.
+#include "service/recording/StopEvent.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+
+#include <system_error>
+
+#include "ipc/Deadline.h"
+
+namespace workstation {
+
+StopEvent::StopEvent()
+    : descriptor_(eventfd(0, EFD_CLOEXEC)) {
+    if (!descriptor_)
+        throw std::system_error(errno, std::generic_category(), "eventfd");
+}
+
+void StopEvent::Set() {
+    if (eventfd_write(descriptor_.Get(), 1) != 0)
+        throw std::system_error(errno, std::generic_category(), "eventfd_write");
+}
+
+bool StopEvent::WaitFor(std::chrono::milliseconds time) const {
+    Deadline const deadline(static_cast<int>(time.count()));
+    pollfd event{descriptor_.Get(), POLLIN, 0};
+    int ready = -1;
+    do {
+        ready = poll(&event, 1, deadline.RemainingMs());
+    } while (ready == -1 && errno == EINTR);
+    if (ready == -1)
+        throw std::system_error(errno, std::generic_category(), "poll");
+    return ready == 1;
+}
+
+} // namespace workstation

@@ -1,0 +1,70 @@
+// Puts system ticks into a recording.
+#include "service/recording/TickStamper.h"
+
+#include <bitstream/mpeg/ts.h>
+
+#include "TsHelper.h"
+#include "ts/SystemTickPacket.h"
+
+namespace workstation {
+namespace {
+
+constexpr std::chrono::seconds longestLag(1);
+constexpr std::chrono::milliseconds tickDistance(1000 / TickInserter::usualRate);
+
+// More ticks than can be due before one packet.
+constexpr std::uint32_t reserve = 2 * TickInserter::usualRate;
+static_assert(reserve < TickStamper::reservationSize);
+
+} // namespace
+
+void TickStamper::Pass(std::span<unsigned char const> packets, WallTime now, TickedBlock& block) {
+    if (!inserter_) {
+        std::uint32_t const first = ticks_.ReserveTicks(stream_, reservationSize);
+        reservedEnd_ = first + reservationSize;
+        Start(first, now);
+    } else if (IsLate(now)) {
+        Start(inserter_->NextTick().tick, now);
+    }
+    for (; !packets.empty(); packets = packets.subspan(tsPacketSize)) {
+        if (ts_get_pid(packets.data()) != systemTickPid)
+            Append(packets.first<tsPacketSize>(), block);
+    }
+}
+
+void TickStamper::ReturnRest() {
+    if (inserter_)
+        ticks_.ReturnTicks(stream_, inserter_->NextTick().tick);
+}
+
+void TickStamper::Start(std::uint32_t tick, WallTime now) {
+    startTick_ = tick;
+    startTime_ = now;
+    auto const time = std::chrono::system_clock::to_time_t(now);
+    inserter_.emplace(TickNumbering(tick), static_cast<int>(time));
+}
+
+bool TickStamper::IsLate(WallTime now) const {
+    std::uint32_t const passed = inserter_->NextTick().tick - startTick_;
+    return startTime_ + passed * tickDistance + longestLag < now;
+}
+
+void TickStamper::ReserveAhead() {
+    if (reservedEnd_ - inserter_->NextTick().tick < reserve) {
+        ticks_.ReserveTicks(stream_, reservationSize);
+        reservedEnd_ += reservationSize;
+    }
+}
+
+void TickStamper::Append(TsPacketView packet, TickedBlock& block) {
+    ReserveAhead();
+    std::size_t offset = block.bytes.size();
+    inserter_->Pass(packet, block.bytes);
+    for (; offset + tsPacketSize < block.bytes.size(); offset += tsPacketSize) {
+        TsPacketView const inserted(&block.bytes[offset], tsPacketSize);
+        if (auto const tick = DecodeSystemTick(inserted, TsHelper::StreamSystickSystem))
+            block.ticks.push_back({offset, {tick->tick, tick->time}});
+    }
+}
+
+} // namespace workstation

@@ -1,0 +1,20 @@
+// Which number each tick of a stream bears.
+#include "ts/TickNumbering.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace workstation {
+
+std::uint32_t TickNumbering::Number(std::uint64_t index) const {
+    auto const& [start, number] = *std::prev(starts_.upper_bound(index));
+    return number + static_cast<std::uint32_t>(index - start);
+}
+
+bool TickNumbering::IsLeftOut(std::uint64_t index) const {
+    return std::ranges::any_of(gaps_, [index](auto const& gap) {
+        return index >= gap.first && index - gap.first < gap.second;
+    });
+}
+
+} // namespace workstation

@@ -1,0 +1,32 @@
+// Finds the system ticks of a transport stream.
+#include "TsHelper.h"
+
+#include "ts/PacketWalk.h"
+#include "ts/SystemTickPacket.h"
+
+using namespace workstation;
+
+TsHelper::TsHelper(std::vector<unsigned char>& stream)
+    : stream_(stream) {}
+
+TsHelper::~TsHelper() = default;
+
+std::vector<std::pair<unsigned int, StreamMetadata>> TsHelper::SystemTick(StreamSystickId id,
+                                                                          unsigned int from) {
+    std::span<unsigned char const> const stream = stream_;
+    std::vector<std::pair<unsigned int, StreamMetadata>> ticks;
+    PacketWalk const walk(stream);
+    std::size_t endOfLastTick = 0;
+    for (auto offset = walk.First(from); offset != walk.End(); offset = walk.After(offset)) {
+        auto const packet = stream.subspan(offset).first<tsPacketSize>();
+        // After damage packets can overlap; the words of a tick never are a tick themselves.
+        if (!HasSystemTickHeader(packet) || offset < endOfLastTick) {
+            continue;
+        }
+        if (auto const metadata = DecodeSystemTick(packet, static_cast<unsigned char>(id))) {
+            ticks.emplace_back(static_cast<unsigned int>(offset), *metadata);
+            endOfLastTick = offset + tsPacketSize;
+        }
+    }
+    return ticks;
+}
