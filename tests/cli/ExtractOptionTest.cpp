@@ -65,8 +65,9 @@ TEST_F(ExtractOptionTest, NumberOfNoStreamFileIsRefusedWithTheResultLineOnStanda
     std::string const before = platform.Calls();
     std::string err;
     for (NumberCase const& row : cases) {
-        for (int const option : {'x', 'X'}) {
-            EXPECT_EQ(cli.ProcessOption(option, row.argument), 2U) << row.argument;
+        for (char const option : {'x', 'X'}) {
+            EXPECT_EQ(cli.ProcessOption(static_cast<unsigned char>(option), row.argument), 2U)
+                << row.argument;
             err += "File number is invalid: " + row.number + "\nStated file length: 0  copied: 0\n";
         }
     }

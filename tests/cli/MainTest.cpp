@@ -1,4 +1,5 @@
 // The way of the process from its start to its end.
+#include <algorithm>
 #include <csignal>
 
 #include "CliTest.h"
@@ -11,10 +12,9 @@ namespace {
 class MainTest : public SeamTest {
 protected:
     int Main(std::vector<std::string> arguments = {"StreamMgrCli"}) {
-        std::vector<char*> argv;
-        for (std::string& argument : arguments)
-            argv.push_back(argument.data());
-        argv.push_back(nullptr);
+        std::vector<char*> argv(arguments.size() + 1, nullptr);
+        std::transform(arguments.begin(), arguments.end(), argv.begin(),
+                       [](std::string& argument) { return argument.data(); });
         return StreamMgrCliMain(static_cast<int>(arguments.size()), argv.data());
     }
 

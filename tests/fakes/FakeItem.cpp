@@ -19,6 +19,8 @@ unsigned char* PutWord(unsigned char* out, unsigned int word) {
 // How many bytes of the message that is being handled stand at `in` and after it.
 std::size_t BytesLeft(unsigned char const* in) {
     FakePlatform& platform = FakePlatform::Get();
+    if (in == nullptr && platform.message.empty()) // an empty message has no place
+        return 0;
     auto const* const begin = reinterpret_cast<unsigned char const*>(platform.message.data());
     auto const* const end = begin + platform.message.size();
     if (in < begin || in > end) {

@@ -37,6 +37,8 @@ FakePlatform::FakePlatform()
     setenv(hardDiskVariable, hardDisk_.c_str(), 1);
     StreamFileAccess::fileSystemType = 2;
     LogClient::Instance()->Level(1);
+    Unrecorded const unrecorded(*this);
+    LogClient::Instance()->ProcessName("TheProcess");
 }
 
 FakePlatform::~FakePlatform() {
@@ -152,6 +154,14 @@ void FakePlatform::Opened(int descriptor, std::string const& path) {
 void FakePlatform::Closed(int descriptor) {
     std::scoped_lock const lock(mutex);
     descriptors_.erase(descriptor);
+}
+
+std::vector<int> FakePlatform::OpenDescriptors() {
+    std::scoped_lock const lock(mutex);
+    std::vector<int> open;
+    for (auto const& [descriptor, name] : descriptors_)
+        open.push_back(descriptor);
+    return open;
 }
 
 std::optional<std::string> FakePlatform::NameOf(int descriptor) {

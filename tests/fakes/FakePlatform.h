@@ -154,6 +154,7 @@ public:
     // The tool's open descriptors, with their short names.
     void Opened(int descriptor, std::string const& path);
     void Closed(int descriptor);
+    std::vector<int> OpenDescriptors();
     // None when it is not the tool's.
     std::optional<std::string> NameOf(int descriptor);
 

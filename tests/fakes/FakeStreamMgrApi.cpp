@@ -45,6 +45,7 @@ unsigned int EventRecordItem::Size() {
     return size;
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the signatures are those of the seam.
 bool DeleteEvent(std::string reid, LinxIpc& ipc) {
     return Ask("DeleteEvent", ipc, reid);
 }
@@ -80,5 +81,6 @@ bool BackupDatabase(LinxIpc& ipc, std::string path, int timeoutMs) {
 bool UpdateFileSize(LinxIpc& ipc, int fileNumber) {
     return Ask("UpdateFileSize", ipc, fileNumber);
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 } // namespace StreamMgrApi

@@ -21,7 +21,7 @@ TickTable TsHelper::SystemTick(StreamSystickId id, unsigned int from) {
         platform.Breach("ticks are asked for that the test did not script");
         return {};
     }
-    TickTable const table = platform.pool.tickTables.front();
+    TickTable table = platform.pool.tickTables.front();
     platform.pool.tickTables.erase(platform.pool.tickTables.begin());
     return table;
 }

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <ostream>
+#include <regex>
 #include <string>
 #include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "FakePlatform.h"
+#include "Show.h"
 
 class SeamTest : public ::testing::Test {
 protected:
@@ -15,6 +17,16 @@ protected:
     void ExpectOutput(std::string const& out, std::string const& err) const {
         EXPECT_EQ(platform.Out(), out);
         EXPECT_EQ(platform.Err(), err);
+    }
+
+    // The record of an entry in the system log. Every entry begins with its place in the sources;
+    // CallsWithoutLines leaves out which line that is.
+    static std::string LogEntry(int level, std::string const& text) {
+        return "SysLogMsg(" + ShowAll(level, "TheProcess", "StreamMgrCli:# " + text) + ")\n";
+    }
+    std::string CallsWithoutLines() const {
+        static std::regex const place("\"StreamMgrCli:[1-9][0-9]* ");
+        return std::regex_replace(platform.Calls(), place, "\"StreamMgrCli:# ");
     }
 
     FakePlatform platform;

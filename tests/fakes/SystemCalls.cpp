@@ -107,7 +107,9 @@ int Fstat(RealFstat* realFstat, int descriptor, struct stat* status) {
     return Done(result);
 }
 
+// The arguments have been started by the caller.
 mode_t TakeMode(int flags, va_list arguments) {
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     return (flags & O_CREAT) != 0 ? static_cast<mode_t>(va_arg(arguments, unsigned int)) : 0;
 }
 

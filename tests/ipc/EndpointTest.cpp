@@ -66,7 +66,7 @@ protected:
 TEST_F(EndpointTest, SentMessageHasTheseBytes) {
     Endpoint const sender = MustOpen("Sender");
     RawSocket const peer(root_.Ipc() / "Peer");
-    ASSERT_EQ(sender.Send("Peer", 0x360E, std::string("reap", 5), 0xA1B2C3D4, 0), 0);
+    ASSERT_EQ(sender.Send("Peer", 0x360E, std::string("reap\0", 5), 0xA1B2C3D4, 0), 0);
     EXPECT_EQ(peer.Receive(), std::string("LNX1"
                                           "\0\0\x36\x0E"
                                           "\xA1\xB2\xC3\xD4"
@@ -408,6 +408,7 @@ TEST_F(EndpointTest, OfManyStartersOneGetsTheName) {
         Event tried;
         Event end;
         std::vector<std::unique_ptr<ChildProcess>> children;
+        children.reserve(starters);
         for (int starter = 0; starter < starters; ++starter) {
             children.push_back(std::make_unique<ChildProcess>([&] {
                 start.Wait();

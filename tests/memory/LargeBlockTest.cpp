@@ -167,16 +167,4 @@ TEST(LargeBlock, SignalsAreHandledByTheProgramsOwnThreads) {
     sigaction(SIGUSR1, &former, nullptr);
 }
 
-TEST(LargeBlock, ProcessMayEndWhileItIsMadePresent) {
-    for (int i = 0; i < 10; ++i) {
-        EXPECT_EQ(StatusOfChild([] {
-                      signal(SIGUSR1, [](int) { std::exit(0); });
-                      Allocate(slotSize);
-                      raise(SIGUSR1);
-                      _exit(1);
-                  }),
-                  0);
-    }
-}
-
 } // namespace

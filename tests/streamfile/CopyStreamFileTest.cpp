@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 
 #include "ChunkOfTen.h"
-#include "StreamFileAccess.h"
 #include "StreamFileTest.h"
 
 namespace {
@@ -161,54 +160,7 @@ TEST_F(CopyStreamFileTest, CountOfCopiedBytesWrapsAt32Bits) {
     }
 }
 
-// ---------------------------------------------------------------------- checks before the copy
-
-struct RefusalCase : NamedCase {
-    int fileSystemType;
-    int fileNumber;
-    std::string message;
-};
-
-class RefusedCopy : public CopyStreamFileTest, public ::testing::WithParamInterface<RefusalCase> {};
-
-TEST_P(RefusedCopy, SaysWhyBeforeThePoolIsTouched) {
-    StreamFileAccess::fileSystemType = GetParam().fileSystemType;
-    PutOnHardDisk(output, "old");
-    for (bool const unbounded : {false, true})
-        EXPECT_FALSE(Copy(GetParam().fileNumber, unbounded));
-    ExpectCounters(untouched, 0);
-    ExpectOutput("", GetParam().message + GetParam().message);
-    EXPECT_EQ(platform.Calls(), "");
-    ExpectOnHardDisk(output, "old");
-}
-
-constexpr char const* ext4Line = "Current file system is EXT4, use linux command line\n";
-constexpr char const* unknownLine =
-    "Current file system is UNKNOWN, no useful information in shared memory\n";
-
-INSTANTIATE_TEST_SUITE_P(
-    Reason, RefusedCopy,
-    ::testing::Values(
-        RefusalCase{{"NumberZero"}, 2, 0, "File number is invalid: 0\n"},
-        RefusalCase{{"NegativeNumber"}, 2, -3, "File number is invalid: -3\n"},
-        RefusalCase{
-            {"SmallestNumber"}, 2, -2147483647 - 1, "File number is invalid: -2147483648\n"},
-        RefusalCase{{"NumberComesBeforeExt4"}, 1, 0, "File number is invalid: 0\n"},
-        RefusalCase{{"NumberComesBeforeUnknown"}, 9, 0, "File number is invalid: 0\n"},
-        RefusalCase{{"Ext4"}, 1, 5, ext4Line}, RefusalCase{{"TypeZero"}, 0, 5, unknownLine},
-        RefusalCase{{"TypeThree"}, 3, 5, unknownLine},
-        RefusalCase{{"NegativeType"}, -1, 5, unknownLine}),
-    NameOfCase());
-
 // ---------------------------------------------------------------------- failures on the way
-
-TEST_F(CopyStreamFileTest, UnreachablePoolEndsTheCopy) {
-    platform.Script("InitializeFileAccess", 1, {0});
-    EXPECT_FALSE(Copy());
-    ExpectCounters(untouched, 0);
-    ExpectOutput("", "can not proceed without fileAccess initialized\n");
-    EXPECT_EQ(platform.Calls(), initializeCall);
-}
 
 TEST_F(CopyStreamFileTest, StreamFileThatCannotBeOpenedIsToldWithTheSystemsReason) {
     PutOnHardDisk(output, "old");

@@ -77,15 +77,26 @@ protected:
         std::ofstream(platform.HardDisk(fileName), std::ios::binary) << content;
     }
 
-    // Compares without showing megabytes.
     void ExpectOnHardDisk(std::string const& fileName, std::string const& expected) const {
         auto const content = OnHardDisk(fileName);
         ASSERT_TRUE(content) << fileName << " does not exist";
-        if (*content == expected)
+        ExpectBytes(fileName, *content, expected);
+    }
+
+    // What was written over a stream file.
+    void ExpectWritten(int number, std::string const& expected) {
+        ExpectBytes("stream file " + Show(number), platform.pool.files[number].written, expected);
+    }
+
+private:
+    // Compares without showing megabytes.
+    static void ExpectBytes(std::string const& name, std::string const& found,
+                            std::string const& expected) {
+        if (found == expected)
             return;
         auto const difference =
-            std::mismatch(content->begin(), content->end(), expected.begin(), expected.end()).first;
-        ADD_FAILURE() << fileName << " differs from byte " << (difference - content->begin())
-                      << " on: " << content->size() << " bytes, expected " << expected.size();
+            std::mismatch(found.begin(), found.end(), expected.begin(), expected.end()).first;
+        ADD_FAILURE() << name << " differs from byte " << (difference - found.begin())
+                      << " on: " << found.size() << " bytes, expected " << expected.size();
     }
 };

@@ -49,12 +49,15 @@ void Recording::RecordSource() {
         report_("cannot open " + SourceName() + ": " + error);
         return;
     }
+    bool const mayLoop = settings_.loops && !source->IsLive();
+    std::uint64_t packetsBefore = 0;
     while (RecordOnce(*source) == Source::Outcome::end) {
-        bool const goesOn = settings_.loops && !source->IsLive() && earlier_.packets > 0;
-        if (!goesOn) {
+        bool const hadPackets = earlier_.packets > packetsBefore;
+        if (!mayLoop || !hadPackets) {
             ReportEnd();
             break;
         }
+        packetsBefore = earlier_.packets;
         source->Rewind();
     }
     writer_.Complete();

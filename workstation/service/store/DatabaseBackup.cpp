@@ -86,7 +86,7 @@ public:
     }
 
     ~TemporaryFile() {
-        for (char const* const suffix : {"", "-wal", "-shm"}) {
+        for (char const* const suffix : {"", "-wal", "-shm", "-journal"}) {
             unlink((path_ + suffix).c_str());
         }
     }
