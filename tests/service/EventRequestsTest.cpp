@@ -198,6 +198,10 @@ TEST_F(EventRequestsTest, BackupGoesWhereItIsAskedForOrFails) {
     EXPECT_TRUE(Done(backupDatabaseRequest, Encoded(path)));
     EXPECT_EQ(EventStore(path).Events(), parts_.Store().Events());
     EXPECT_FALSE(Done(backupDatabaseRequest, Encoded("/proc/backup")));
+    EXPECT_FALSE(Done(backupDatabaseRequest, Encoded("backup")));
+    EXPECT_FALSE(Done(backupDatabaseRequest, Encoded(RootDirectory() + "/./pool")));
+    EXPECT_FALSE(Done(backupDatabaseRequest, Encoded(PoolPath())));
+    EXPECT_THAT(parts_.Lengths(), testing::SizeIs(6));
     EXPECT_FALSE(Done(backupDatabaseRequest, Encoded("")));
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -73,6 +74,7 @@ std::vector<char> EncodeRecording(Event const& recording) {
 } // namespace
 
 int RunService(ServiceOptions const& options) {
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files shows as a failed write
     SignalWatch signals;
     Failure why;
     FileDescriptor const root = LockRoot(why);
