@@ -13,7 +13,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-constexpr std::size_t longestStream = 64 << 10;
+constexpr std::size_t longestStream = 16 << 10;
 
 void Require(bool condition) {
     if (!condition)
@@ -30,7 +30,8 @@ Bytes MakeStream(FuzzedDataProvider& input) {
             packet[3] = 0x10;
             stream.insert(stream.end(), packet.begin(), packet.end());
         }
-        auto const piece = input.ConsumeBytes<unsigned char>(input.ConsumeIntegralInRange<std::size_t>(0, 400));
+        auto const piece =
+            input.ConsumeBytes<unsigned char>(input.ConsumeIntegralInRange<std::size_t>(0, 400));
         stream.insert(stream.end(), piece.begin(), piece.end());
     }
     return stream;

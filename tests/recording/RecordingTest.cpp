@@ -22,7 +22,7 @@ constexpr unsigned int packetsPerPcr = 20;
 DamagedStream TimedStream(unsigned int pcrCount) {
     DamagedStream stream;
     for (unsigned int i = 0; i < pcrCount; ++i)
-        stream.Good(ts_test::PcrPacket(i * 40 * ms)).Good(packetsPerPcr - 1);
+        stream.Good(ts_test::PcrPacket(40 * ms * i)).Good(packetsPerPcr - 1);
     return stream;
 }
 

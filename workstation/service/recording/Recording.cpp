@@ -10,7 +10,7 @@ namespace {
 
 // So much without a packet is no transport stream. What follows is looked through slowly, so that a
 // source that never ends takes no processor time to speak of.
-constexpr std::uint64_t noStreamSize = 1024 * 1024;
+constexpr std::uint64_t noStreamSize = 1 << 20;
 constexpr std::chrono::milliseconds noStreamPause(10);
 
 std::string Dropped(std::uint64_t size) {
