@@ -93,7 +93,7 @@ TEST(OperatorNew, MemoryThatCannotBeHadIsReported) {
         static int handlerCalls = 0;
         rlimit limit = {};
         getrlimit(RLIMIT_AS, &limit);
-        limit.rlim_cur = 64 * 1024 * 1024;
+        limit.rlim_cur = 0x4000000;
         if (setrlimit(RLIMIT_AS, &limit) != 0 ||
             ::operator new(0x5E00000, std::nothrow) != nullptr) {
             _exit(1);
