@@ -2,7 +2,6 @@
 #pragma once
 
 #include <ostream>
-#include <regex>
 #include <string>
 #include <tuple>
 
@@ -25,8 +24,15 @@ protected:
         return "SysLogMsg(" + ShowAll(level, "TheProcess", "StreamMgrCli:# " + text) + ")\n";
     }
     std::string CallsWithoutLines() const {
-        static std::regex const place("\"StreamMgrCli:[1-9][0-9]* ");
-        return std::regex_replace(platform.Calls(), place, "\"StreamMgrCli:# ");
+        std::string const place = "\"StreamMgrCli:";
+        std::string calls = platform.Calls();
+        for (auto at = calls.find(place); at != std::string::npos; at = calls.find(place, at + 1)) {
+            auto const line = at + place.size();
+            auto const end = calls.find_first_not_of("0123456789", line);
+            if (end != line && calls[end] == ' ')
+                calls.replace(line, end - line, "#");
+        }
+        return calls;
     }
 
     FakePlatform platform;
