@@ -241,7 +241,9 @@ TEST_F(LinxIpcTest, ServerThatIsKilledAndStartedAnewEndsTheWait) {
         over.Wait();
     });
     EXPECT_TRUE(opened.Wait());
+    Stopwatch const stopwatch;
     EXPECT_NE(client_.Request("Server", question_, answerId, -1, &reply_), 0);
+    EXPECT_LT(stopwatch.ElapsedMs(), 10000) << "waited for the successor's end";
     over.Signal();
     servers.join();
 }

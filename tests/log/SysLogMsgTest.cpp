@@ -66,7 +66,8 @@ std::string AfterTime(std::string const& line) {
     std::string const form = "dddd-dd-ddTdd:dd:dd.ddd ";
     bool const fits = std::ranges::equal(
         line.substr(0, form.size()), form, [](unsigned char character, char wanted) {
-            return wanted == 'd' ? std::isdigit(character) != 0 : character == wanted;
+            return wanted == 'd' ? std::isdigit(character) != 0
+                                 : character == static_cast<unsigned char>(wanted);
         });
     return fits ? line.substr(form.size()) : line;
 }
