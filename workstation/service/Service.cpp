@@ -127,8 +127,8 @@ void Service::Run() {
                                        {notices_.Descriptor(), POLLIN, 0}}};
         if (poll(watched.data(), watched.size(), WaitMs()) == -1 && errno != EINTR)
             throw std::system_error(errno, std::generic_category(), "poll");
+        HandleRequests(); // those that came before a signal, too
         HandleSignal();
-        HandleRequests();
         HandleNotices();
         TellStorage();
         subscribers_.DeliverWaiting();
