@@ -13,7 +13,7 @@ namespace {
 using namespace recording_test;
 using namespace workstation;
 
-constexpr std::size_t pieceSizes[] = {1, 187, 188, 189, 4000, 65536, 1024 * 188};
+constexpr std::size_t pieceSizes[] = {1, 187, 188, 189, 4000, 65536, 192512};
 
 struct Outcome {
     Bytes packets;
@@ -201,12 +201,12 @@ TEST(PacketAligner, PiecesOfAnySizeGiveTheSamePackets) {
     for (unsigned int seed = 0; seed < 40; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
-        auto const below = [&](unsigned int end) {
-            return static_cast<unsigned int>(random() % end);
-        };
+        auto const below = [&](std::size_t end) { return random() % end; };
         DamagedStream stream;
         for (int part = 0; part < 8; ++part) {
-            stream.Good(below(40)).Bad(Bytes(below(3) * below(300))).BadCut(below(188));
+            stream.Good(static_cast<unsigned int>(below(40)))
+                .Bad(Bytes(below(3) * below(300)))
+                .BadCut(below(188));
             Bytes noise(below(400));
             std::ranges::generate(noise, [&] { return static_cast<unsigned char>(random()); });
             stream.Bad(noise).Bad(Bytes(below(2) * below(400), tsSyncByte));
