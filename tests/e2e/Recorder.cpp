@@ -2,7 +2,12 @@
 #include "Recorder.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
+#include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -79,6 +84,37 @@ fs::path Recorder::Extracted(int number) const {
 
 std::string Recorder::Log() const {
     return ReadFile(directory_ / "log");
+}
+
+std::string Recorder::LogOf(std::string const& process) const {
+    std::istringstream log(Log());
+    std::string texts;
+    for (std::string time, name, text; log >> time >> name && std::getline(log, text);) {
+        if (name == process + ':') {
+            texts += text.substr(1) + '\n';
+        }
+    }
+    return texts;
+}
+
+bool Recorder::Logs(std::string const& text) const {
+    auto const deadline = std::chrono::steady_clock::now() + patience;
+    workstation::FileDescriptor const changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (inotify_add_watch(changes.Get(), directory_.c_str(), IN_MODIFY | IN_CREATE) < 0) {
+        throw std::runtime_error(std::string("inotify: ") + std::strerror(errno));
+    }
+    while (Log().find(text) == std::string::npos) {
+        auto const left = std::chrono::ceil<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd change{changes.Get(), POLLIN, 0};
+        if (left.count() <= 0 || poll(&change, 1, static_cast<int>(left.count())) <= 0) {
+            ADD_FAILURE() << "not in the log: " << text << "\n" << Log();
+            return false;
+        }
+        std::array<char, 4096> events{};
+        static_cast<void>(!read(changes.Get(), events.data(), events.size()));
+    }
+    return true;
 }
 
 Command Recorder::ServiceCommand(Words const& arguments) const {

@@ -37,11 +37,18 @@ public:
     std::filesystem::path Extracted(int number) const;
     std::string Log() const;
 
+    // What one process wrote into the log, one entry a line, without the time and its name.
+    std::string LogOf(std::string const& process) const;
+
+    // Waits until the log contains the text; false when our patience ends first.
+    bool Logs(std::string const& text) const;
+
     // Runs one of the programs in this recorder's environment.
     Command ToolCommand(Words const& arguments) const;
     Command PoolToolCommand(Words const& arguments) const;
     Command ServiceCommand(Words const& arguments = {}) const;
     Outcome Tool(Words const& arguments) const { return RunToEnd(ToolCommand(arguments)); }
+    Outcome PoolTool(Words const& arguments) const { return RunToEnd(PoolToolCommand(arguments)); }
 
     // Creates a pool of that many files.
     void CreatePool(int files);
