@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <sstream>
 #include <stdexcept>
 
 #include "BigEndian.h"
@@ -52,6 +53,18 @@ std::vector<Tick> TicksIn(std::string const& stream) {
         if (IsTick(stream, offset)) {
             ticks.push_back({offset, WordAt(stream, offset + tickNumberOffset),
                              static_cast<std::int32_t>(WordAt(stream, offset + tickTimeOffset))});
+        }
+    }
+    return ticks;
+}
+
+std::vector<Tick> TicksShown(std::string const& text) {
+    std::vector<Tick> ticks;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        Tick tick{};
+        if (word == "Tick:" && words >> tick.number >> word >> tick.offset >> word >> tick.time) {
+            ticks.push_back(tick);
         }
     }
     return ticks;

@@ -32,6 +32,9 @@ std::string TickedClip(Recorder const& recorder, Words const& options);
 // The ticks of a stream whose packets are all in place.
 std::vector<Tick> TicksIn(std::string const& stream);
 
+// The ticks that --tickinfo shows.
+std::vector<Tick> TicksShown(std::string const& text);
+
 // The stream without its ticks.
 std::string WithoutTicks(std::string const& stream);
 
