@@ -208,6 +208,12 @@ void Child::Type(std::string const& text) {
     }
 }
 
+void Child::EndInput() {
+    Type("");
+    inputEnds_ = true;
+    Feed();
+}
+
 bool Child::Says(std::string const& text) {
     auto const deadline = steady_clock::now() + patience;
     while (outcome_.out.find(text) == std::string::npos) {

@@ -97,9 +97,7 @@ Service::Recorder::Recorder(Service& service, RecordOption const& option,
                             ServiceOptions const& options)
     : recording(option.stream, service.ring_, service.store_, service.notices_, service.clock_)
     , recorder({option.stream, option.source, options.isFast, options.loops}, recording,
-               service.ticks_, service.clock_, [stream = option.stream](std::string const& text) {
-                   LogNotification("stream " + std::to_string(stream) + ": " + text);
-               }) {}
+               service.ticks_, service.clock_, LogNotification) {}
 
 Service::Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool, EventStore& store)
     : signals_(signals)
