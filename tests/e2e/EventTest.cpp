@@ -301,15 +301,18 @@ TEST_F(Events, AreNotBackedUpWhereNoFileCanBe) {
     std::string expected;
     auto const refuse = [&](std::string const& path, std::string const& reason) {
         EXPECT_EQ(recorder.Tool({"--bkupdb", path}), (Outcome{0, "", "backup failed\n"})) << path;
-        expected +=
-            "backup requested by TOOL\nbackup failed: backup '" + path + "': " + reason + '\n';
+        expected += "backup requested by TOOL\nbackup failed: " + reason + '\n';
     };
-    refuse("/no/such/directory/copy", "No such file or directory");
-    refuse("/dev/null/copy", "Not a directory");
-    refuse("/dev/null", "not a regular file");
-    refuse(recorder.Directory(), "not a regular file");
-    refuse("", "not a path");
-    refuse(Database(), "belongs to the database itself");
+    auto const refuseTarget = [&](std::string const& path, std::string const& reason) {
+        refuse(path, "backup '" + path + "': " + reason);
+    };
+    refuseTarget("/no/such/directory/copy", "No such file or directory");
+    refuseTarget("/dev/null/copy", "Not a directory");
+    refuseTarget("/dev/null", "not a regular file");
+    refuseTarget(recorder.Directory(), "not a regular file");
+    refuseTarget(Database(), "belongs to the database itself");
+    refuse("", "'' is not a full path");
+    refuse("copy", "'copy' is not a full path");
     EXPECT_EQ(ServiceLog(), expected);
     EXPECT_EQ(Everything(Database()), before);
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
