@@ -21,7 +21,7 @@ public:
         if (words_.empty()) {
             return {};
         }
-        std::string const word = words_.front();
+        std::string word = words_.front();
         words_ = words_.subspan(1);
         return word;
     }

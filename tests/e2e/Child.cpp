@@ -73,6 +73,7 @@ Stream MakeTerminal() {
 
 std::vector<char*> Pointers(std::vector<std::string>& words) {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words) {
         pointers.push_back(word.data());
     }
@@ -87,8 +88,9 @@ std::vector<std::string> EnvironmentWith(std::map<std::string, std::string> vari
         variables.emplace(text.substr(0, equals), text.substr(equals + 1)); // keeps what is there
     }
     std::vector<std::string> entries;
+    entries.reserve(variables.size());
     for (auto const& [name, value] : variables) {
-        entries.push_back(name + '=' + value);
+        entries.emplace_back(name).append(1, '=').append(value);
     }
     return entries;
 }
@@ -204,6 +206,12 @@ void Child::Type(std::string const& text) {
     unfed_ += text;
     while (in_ && !unfed_.empty() && Exchange(deadline)) {
     }
+}
+
+void Child::EndInput() {
+    Type("");
+    inputEnds_ = true;
+    Feed();
 }
 
 bool Child::Says(std::string const& text) {

@@ -52,6 +52,9 @@ public:
     // Types on the terminal, or writes into the pipe, that is the program's input.
     void Type(std::string const& text);
 
+    // Ends the program's input, after everything that was typed.
+    void EndInput();
+
     // Waits until standard output contains the text; false when it ends first.
     bool Says(std::string const& text);
 

@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "Recorder.h"
+#include "TransportStream.h"
 
 namespace e2e {
 namespace {
@@ -115,10 +116,7 @@ TEST(Extract, RealStreamIsReadByAPlayerWithoutAnError) {
     recorder.Load(1, stream);
     EXPECT_EQ(recorder.Tool({"-x", "1"}), Copied(recorder.Extracted(1), slotSize));
     ASSERT_TRUE(ReadFile(recorder.Extracted(1)) == stream);
-
-    Command const player{{"ffprobe", "-v", "error", "-show_entries", "stream=codec_name", "-of",
-                          "csv=print_section=0", recorder.Extracted(1)}};
-    EXPECT_EQ(RunToEnd(player), (Outcome{0, "h264\naac\n\nh264\naac\n", ""}));
+    EXPECT_EQ(Play(recorder.Extracted(1)), (Outcome{0, "h264\naac\n\nh264\naac\n", ""}));
 }
 
 struct Number {

@@ -2,7 +2,12 @@
 #include "Recorder.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
+#include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -43,6 +48,14 @@ void Append(Words& words, Words const& more) {
     words.insert(words.end(), more.begin(), more.end());
 }
 
+int Count(std::string const& text, std::string const& what) {
+    int count = 0;
+    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
 // Stands in for pidof(8) in the tool's search path and knows only this recorder's service.
 void WritePidof(fs::path const& directory) {
     std::string const pidFile = (directory / "service.pid").string();
@@ -77,15 +90,42 @@ fs::path Recorder::Extracted(int number) const {
     return HardDisk() / (std::to_string(number) + ".ts");
 }
 
-std::string Recorder::Log() const {
-    return ReadFile(directory_ / "log");
+std::string Recorder::LogOf(std::string const& process) const {
+    std::istringstream log(Log());
+    std::string texts;
+    for (std::string time, name, text; log >> time >> name && std::getline(log, text);) {
+        if (name == process + ':') {
+            texts += text.substr(1) + '\n';
+        }
+    }
+    return texts;
+}
+
+bool Recorder::Logs(std::string const& text, int times) const {
+    auto const deadline = std::chrono::steady_clock::now() + patience;
+    workstation::FileDescriptor const changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (inotify_add_watch(changes.Get(), directory_.c_str(), IN_MODIFY | IN_CREATE) < 0) {
+        throw std::runtime_error(std::string("inotify: ") + std::strerror(errno));
+    }
+    while (Count(Log(), text) < times) {
+        auto const left = std::chrono::ceil<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd change{changes.Get(), POLLIN, 0};
+        if (left.count() <= 0 || poll(&change, 1, static_cast<int>(left.count())) <= 0) {
+            ADD_FAILURE() << "not in the log: " << text << "\n" << Log();
+            return false;
+        }
+        std::array<char, 4096> events{};
+        static_cast<void>(!read(changes.Get(), events.data(), events.size()));
+    }
+    return true;
 }
 
 Command Recorder::ServiceCommand(Words const& arguments) const {
     Command command{{SERVICE_PATH}};
     command.environment = {{"STREAMMGR_ROOT", Root()},
                            {"STREAMMGR_HD", HardDisk()},
-                           {"STREAMMGR_LOG", directory_ / "log"},
+                           {"STREAMMGR_LOG", LogPath()},
                            {"STREAMMGR_LOGLEVEL", "3"}};
     Append(command.words, arguments);
     return command;
@@ -125,6 +165,18 @@ Child& Recorder::StartService(Words const& arguments) {
     }
     WriteFile(directory_ / "service.pid", std::to_string(service_->Pid()) + '\n');
     return *service_;
+}
+
+void Recorder::WaitForData(int number) const {
+    constexpr std::streamoff firstLength = 4096 + 12; // in the table of files
+    constexpr std::streamoff entrySize = 16;
+    auto const deadline = std::chrono::steady_clock::now() + patience;
+    while (ReadPiece(Pool(), firstLength + (number - 1) * entrySize, 4) == std::string(4, '\0')) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("no data in stream file " + std::to_string(number));
+        }
+        poll(nullptr, 0, 5); // nobody tells of a word in shared memory
+    }
 }
 
 Outcome Recorder::StopService(int signal) {

@@ -20,6 +20,9 @@ constexpr std::size_t chunkSize = 0x2F000;
 // What the tool says before anything else when no service runs.
 inline std::string const notRunning = "StreamMgr is currently NOT running\n";
 
+std::string ReadFile(std::filesystem::path const& path);
+void WriteFile(std::filesystem::path const& path, std::string const& content);
+
 // Everything lies in one temporary directory, which goes with the object. The tool sees only the
 // service of this recorder, so that tests can run side by side.
 class Recorder {
@@ -35,13 +38,21 @@ public:
     std::filesystem::path Pool() const { return Root() / "pool"; }
     std::filesystem::path HardDisk() const { return directory_ / "hd"; }
     std::filesystem::path Extracted(int number) const;
-    std::string Log() const;
+    std::filesystem::path LogPath() const { return directory_ / "log"; }
+    std::string Log() const { return ReadFile(LogPath()); }
+
+    // What one process wrote into the log, one entry a line, without the time and its name.
+    std::string LogOf(std::string const& process) const;
+
+    // Waits until the log contains the text so many times; false when our patience ends first.
+    bool Logs(std::string const& text, int times = 1) const;
 
     // Runs one of the programs in this recorder's environment.
     Command ToolCommand(Words const& arguments) const;
     Command PoolToolCommand(Words const& arguments) const;
     Command ServiceCommand(Words const& arguments = {}) const;
     Outcome Tool(Words const& arguments) const { return RunToEnd(ToolCommand(arguments)); }
+    Outcome PoolTool(Words const& arguments) const { return RunToEnd(PoolToolCommand(arguments)); }
 
     // Creates a pool of that many files.
     void CreatePool(int files);
@@ -52,6 +63,9 @@ public:
     // Starts the service and waits until it serves.
     Child& StartService(Words const& arguments = {});
     Child& Service() { return *service_; }
+
+    // Waits until the table states that a stream file has data.
+    void WaitForData(int number) const;
 
     // Ends the service with a signal and waits for its end.
     Outcome StopService(int signal);
@@ -70,10 +84,7 @@ std::string Noise(std::size_t size);
 // The real clip again and again, up to a size.
 std::string ClipRepeated(std::size_t size);
 
-std::string ReadFile(std::filesystem::path const& path);
-void WriteFile(std::filesystem::path const& path, std::string const& content);
-
-// The same for a piece of a file that is there.
+// The same as ReadFile and WriteFile for a piece of a file that is there.
 std::string ReadPiece(std::filesystem::path const& path, std::streamoff offset, std::size_t size);
 void WritePiece(std::filesystem::path const& path, std::streamoff offset, std::string const& piece);
 

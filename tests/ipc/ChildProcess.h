@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <functional>
 #include <stdexcept>
 #include <utility>
 
@@ -49,12 +50,11 @@ private:
 // goes.
 class ChildProcess {
 public:
-    template <typename Body>
-    explicit ChildProcess(Body&& body)
+    explicit ChildProcess(std::function<int()> const& body)
         : process_(fork()) {
         if (process_ == 0) {
             alarm(patienceMs / 1000); // never outlives a test that died
-            _exit(std::forward<Body>(body)());
+            _exit(body());
         }
     }
     ~ChildProcess() {

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -228,16 +229,21 @@ TEST_F(LinxIpcTest, ServerThatIsKilledAndStartedAnewEndsTheWait) {
     Event over;
     Event opened;
     std::thread servers([&] {
-        {
-            Endpoint endpoint = ServerThread::MustOpen("Server");
-            opened.Signal();
-            ServerThread::Next(endpoint);
-        }
-        Endpoint const successor = ServerThread::MustOpen("Server");
+        auto endpoint = std::make_unique<Endpoint>(ServerThread::MustOpen("Server"));
+        auto const former = endpoint->Served("Server");
+        opened.Signal();
+        ServerThread::Next(*endpoint);
+        // A file made within the same tick of the file system's clock may look like the former one.
+        do {
+            endpoint.reset();
+            endpoint = std::make_unique<Endpoint>(ServerThread::MustOpen("Server"));
+        } while (endpoint->Served("Server") == former);
         over.Wait();
     });
     EXPECT_TRUE(opened.Wait());
+    Stopwatch const stopwatch;
     EXPECT_NE(client_.Request("Server", question_, answerId, -1, &reply_), 0);
+    EXPECT_LT(stopwatch.ElapsedMs(), 10000) << "waited for the successor's end";
     over.Signal();
     servers.join();
 }

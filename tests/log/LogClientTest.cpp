@@ -43,19 +43,22 @@ TEST(LogClientTest, TextThatIsNoLevelCountsAsNone) {
     }
 }
 
+// In a process of its own as well: the client must not exist here before the cases above.
 TEST(LogClientTest, LevelCanBeChanged) {
-    LogClient* const client = LogClient::Instance();
-    unsigned int const former = client->Level();
-    client->Level(2);
-    EXPECT_EQ(LogClient::Instance()->Level(), 2U);
-    client->Level(former);
+    ChildProcess process([] {
+        LogClient::Instance()->Level(2);
+        return static_cast<int>(LogClient::Instance()->Level());
+    });
+    EXPECT_EQ(process.Wait(), 2);
 }
 
 TEST(LogClientTest, ProcessNameIsThatOfTheProgramUntilItIsGiven) {
-    LogClient* const client = LogClient::Instance();
-    std::string const former = client->ProcessName();
-    EXPECT_EQ(former, "log_tests");
-    client->ProcessName("StreamMgrCli_1234");
-    EXPECT_EQ(LogClient::Instance()->ProcessName(), "StreamMgrCli_1234");
-    client->ProcessName(former);
+    ChildProcess process([] {
+        LogClient* const client = LogClient::Instance();
+        bool const ofProgram = client->ProcessName() == "log_tests";
+        client->ProcessName("StreamMgrCli_1234");
+        bool const given = LogClient::Instance()->ProcessName() == "StreamMgrCli_1234";
+        return ofProgram && given ? 0 : 1;
+    });
+    EXPECT_EQ(process.Wait(), 0);
 }

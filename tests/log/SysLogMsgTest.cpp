@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <syslog.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -61,15 +63,13 @@ std::string Contents(std::filesystem::path const& path) {
 
 // What follows the time and a blank; the whole line when it does not begin with a time.
 std::string AfterTime(std::string const& line) {
-    tm time{};
-    char const* const rest = strptime(line.c_str(), "%Y-%m-%dT%H:%M:%S", &time);
-    int milliseconds = 0;
-    int length = 0;
-    if (rest == line.c_str() + 19 && std::sscanf(rest, ".%3d %n", &milliseconds, &length) == 1 &&
-        length == 5) {
-        return rest + length;
-    }
-    return line;
+    std::string const form = "dddd-dd-ddTdd:dd:dd.ddd ";
+    bool const fits = std::ranges::equal(
+        line.substr(0, form.size()), form, [](unsigned char character, char wanted) {
+            return wanted == 'd' ? std::isdigit(character) != 0
+                                 : character == static_cast<unsigned char>(wanted);
+        });
+    return fits ? line.substr(form.size()) : line;
 }
 
 // The lines of a log file without their times.
@@ -157,13 +157,14 @@ TEST_F(SysLogMsgTest, PipeThatNobodyReadsIsNotWaitedFor) {
 }
 
 TEST_F(SysLogMsgTest, EntriesOfManyThreadsStayWhole) {
-    constexpr int threads = 8;
-    constexpr int entries = 50;
+    constexpr std::size_t threads = 8;
+    constexpr std::size_t entries = 50;
     std::string const text(300, 'x');
     std::vector<std::thread> writers;
-    for (int writer = 0; writer < threads; ++writer) {
+    writers.reserve(threads);
+    for (std::size_t writer = 0; writer < threads; ++writer) {
         writers.emplace_back([&] {
-            for (int entry = 0; entry < entries; ++entry) {
+            for (std::size_t entry = 0; entry < entries; ++entry) {
                 Log(1, text);
             }
         });

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -94,10 +95,7 @@ public:
         bytes_.insert(bytes_.end(), packets.bytes.begin(), packets.bytes.end());
         writes_.push_back(packets.bytes.size());
         Note("write");
-        if (bytes_.size() > failsBehind_)
-            throw std::runtime_error("the disk is gone");
-        if (bytes_.size() > stopsBehind_)
-            stopper_->Set();
+        onWrite_();
         Wait(stop, waitsToWrite_);
     }
     void End() override { Note("end"); }
@@ -106,11 +104,7 @@ public:
     void WaitToBegin() { waitsToBegin_ = true; }
     void FailToBegin() { failsToBegin_ = true; }
     void WaitToWrite() { waitsToWrite_ = true; }
-    void FailBehind(std::size_t size) { failsBehind_ = size; }
-    void StopBehind(std::size_t size, workstation::StopEvent& stop) {
-        stopsBehind_ = size;
-        stopper_ = &stop;
-    }
+    void OnWrite(std::function<void()> action) { onWrite_ = std::move(action); }
 
     // Behind the recording.
     std::vector<unsigned char> const& Bytes() const { return bytes_; }
@@ -162,9 +156,7 @@ private:
     bool failsToBegin_ = false;
     bool waitsToBegin_ = false;
     bool waitsToWrite_ = false;
-    std::size_t failsBehind_ = SIZE_MAX;
-    std::size_t stopsBehind_ = SIZE_MAX;
-    workstation::StopEvent* stopper_ = nullptr;
+    std::function<void()> onWrite_ = [] {};
 };
 
 } // namespace recording_test

@@ -111,7 +111,8 @@ TEST_F(PacerTest, PcrThatNoLongerComesHoldsNothingUp) {
 }
 
 TEST_F(PacerTest, DayOfStreamTakesADay) {
-    for (std::uint64_t time = 0; time <= 24 * 3600; ++time) {
+    constexpr std::uint64_t secondsOfADay = 86400;
+    for (std::uint64_t time = 0; time <= secondsOfADay; ++time) {
         now_ += Wait(
             PcrPacket(wrap - 3600 * PcrClock::unitsPerSecond + time * PcrClock::unitsPerSecond));
     }

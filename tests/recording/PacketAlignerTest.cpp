@@ -13,7 +13,7 @@ namespace {
 using namespace recording_test;
 using namespace workstation;
 
-constexpr std::size_t pieceSizes[] = {1, 187, 188, 189, 4000, 65536, 1024 * 188};
+constexpr std::size_t pieceSizes[] = {1, 187, 188, 189, 4000, 65536, 192512};
 
 struct Outcome {
     Bytes packets;
@@ -96,6 +96,9 @@ TEST_P(DamageTest, GoodPacketsComeOutAndTheRestIsCounted) {
     }
 }
 
+constexpr std::size_t cutSizes[] = {1, 2, 100, 186, 187};
+constexpr std::size_t garbageSizes[] = {1, 2, 187, 188, 189, 376, 3759, 3760, 3761, 100000};
+
 std::vector<Damage> Damages() {
     std::vector<Damage> damages = {
         {"Empty", DamagedStream(), 0},
@@ -141,12 +144,12 @@ std::vector<Damage> Damages() {
          DamagedStream().Good(50).BadCut(62).BadCut(62).BadCut(62).Good(50), 1},
         {"MisleadingStart", MisleadingStart(), 0},
     };
-    for (std::size_t const size : {1, 2, 100, 186, 187}) {
+    for (std::size_t const size : cutSizes) {
         damages.push_back({"EndsInAPacket", DamagedStream().Good(50).BadCut(size), 0, true});
         damages.push_back({"BytesMissing", DamagedStream().Good(50).BadCut(size).Good(50), 1});
         damages.push_back({"ShortGarbageAtTheEnd", DamagedStream().Good(50).Bad(Garbage(size)), 1});
     }
-    for (std::size_t const size : {1, 2, 187, 188, 189, 376, 3759, 3760, 3761, 100000}) {
+    for (std::size_t const size : garbageSizes) {
         damages.push_back({"GarbageBefore", DamagedStream().Bad(Garbage(size)).Good(50), 0});
         damages.push_back(
             {"GarbageBetween", DamagedStream().Good(50).Bad(Garbage(size)).Good(50), 1});
@@ -198,12 +201,12 @@ TEST(PacketAligner, PiecesOfAnySizeGiveTheSamePackets) {
     for (unsigned int seed = 0; seed < 40; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
-        auto const below = [&](unsigned int end) {
-            return static_cast<unsigned int>(random() % end);
-        };
+        auto const below = [&](std::size_t end) { return random() % end; };
         DamagedStream stream;
         for (int part = 0; part < 8; ++part) {
-            stream.Good(below(40)).Bad(Bytes(below(3) * below(300))).BadCut(below(188));
+            stream.Good(static_cast<unsigned int>(below(40)))
+                .Bad(Bytes(below(3) * below(300)))
+                .BadCut(below(188));
             Bytes noise(below(400));
             std::ranges::generate(noise, [&] { return static_cast<unsigned char>(random()); });
             stream.Bad(noise).Bad(Bytes(below(2) * below(400), tsSyncByte));

@@ -22,7 +22,7 @@ constexpr unsigned int packetsPerPcr = 20;
 DamagedStream TimedStream(unsigned int pcrCount) {
     DamagedStream stream;
     for (unsigned int i = 0; i < pcrCount; ++i)
-        stream.Good(ts_test::PcrPacket(i * 40 * ms)).Good(packetsPerPcr - 1);
+        stream.Good(ts_test::PcrPacket(40 * ms * i)).Good(packetsPerPcr - 1);
     return stream;
 }
 
@@ -41,6 +41,13 @@ protected:
             .Run();
     }
     void RecordFast(std::string const& source) { Record({2, source, true}); }
+    // Stops the recording when it is longer than that.
+    void StopBehind(std::size_t size) {
+        target_.OnWrite([this, size] {
+            if (target_.Bytes().size() > size)
+                stop_.Set();
+        });
+    }
     std::string Clip(Bytes const& bytes) const { return directory_.Write("clip.ts", bytes); }
 
     // What is recorded, without its ticks.
@@ -121,7 +128,7 @@ TEST_F(RecordingTest, StandardInputIsTakenAsItComes) {
 
 TEST_F(RecordingTest, LoopGoesOnInTheSameRecordingUntilItIsStopped) {
     auto const stream = TimedStream(51);
-    target_.StopBehind(3 * stream.All().size(), stop_);
+    StopBehind(3 * stream.All().size());
     Record({2, Clip(stream.All()), true, true});
     Bytes const packets = Packets();
     Bytes repeated;
@@ -137,7 +144,7 @@ TEST_F(RecordingTest, LoopGoesOnInTheSameRecordingUntilItIsStopped) {
 
 TEST_F(RecordingTest, LoopInRealTimeTakesItsTime) {
     auto const stream = TimedStream(51);
-    target_.StopBehind(3 * stream.All().size(), stop_);
+    StopBehind(3 * stream.All().size());
     Record({2, Clip(stream.All()), false, true});
     EXPECT_GE(clock_.Passed(), 5700ms);
     EXPECT_LE(clock_.Passed(), 6500ms);
@@ -153,7 +160,7 @@ TEST_F(RecordingTest, LoopIsOnlyForFiles) {
 
 TEST_F(RecordingTest, DamagedLoopDoesNotFloodTheLog) {
     auto const clip = TimedStream(10).Bad(Garbage(500)).Good(50).BadCut(100).All();
-    target_.StopBehind(20 * clip.size(), stop_);
+    StopBehind(20 * clip.size());
     Record({2, Clip(clip), true, true});
     EXPECT_EQ(lines_, Lines({"stream 2: lost sync and found it again, 500 bytes dropped",
                              Line("stops in a packet")}));
@@ -188,6 +195,13 @@ TEST_F(RecordingTest, LoopOfNoTransportStreamEnds) {
     EXPECT_EQ(lines_, Lines({Line("is no transport stream")}));
 }
 
+TEST_F(RecordingTest, LoopOfAFileThatBecomesEmptyEnds) {
+    auto const path = Clip(TimedStream(51).All());
+    target_.OnWrite([&] { std::filesystem::resize_file(path, 0); });
+    Record({2, path, true, true});
+    EXPECT_EQ(lines_, Lines({Line("has ended, 1020 packets recorded, 0 bytes dropped")}));
+}
+
 TEST_F(RecordingTest, MebibyteWithoutAPacketIsToldAndSearchedOnSlowly) {
     auto const stream = DamagedStream().Bad(Garbage(4 << 20)).Good(100);
     RecordFast(Clip(stream.All()));
@@ -217,7 +231,10 @@ TEST_F(RecordingTest, LossOfSyncIsTold) {
 }
 
 TEST_F(RecordingTest, FailedWriteEndsTheRecording) {
-    target_.FailBehind(300000);
+    target_.OnWrite([this] {
+        if (target_.Bytes().size() > 300000)
+            throw std::runtime_error("the disk is gone");
+    });
     RecordFast(Clip(TimedStream(126).All()));
     EXPECT_EQ(lines_, Lines({"stream 2: recording failed: the disk is gone"}));
     EXPECT_EQ(target_.Calls(), "begin write*2 end");

@@ -52,7 +52,7 @@ TEST_F(SyncReportTest, LossThatIsOverAlreadyIsOneLine) {
 
 TEST_F(SyncReportTest, ManyLossesAreOneLineInTenSeconds) {
     Update(0, 0, true);
-    for (unsigned int i = 1; i <= 25; ++i) {
+    for (std::uint64_t i = 1; i <= 25; ++i) {
         Update(i, i * 10, true);
         now_ += std::chrono::seconds(1);
     }

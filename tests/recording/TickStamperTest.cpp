@@ -154,7 +154,7 @@ TEST_F(TickStamperTest, NumbersMayWrap) {
     FakeTicks ticks(0xFFFFFFF0);
     TickStamper stamper(ticks, 2);
     for (unsigned int i = 0; i <= 1300; ++i)
-        stamper.Pass(PcrPacket(i * 50 * ms), now_, block_);
+        stamper.Pass(PcrPacket(50 * ms * i), now_, block_);
     EXPECT_EQ(block_.ticks.front().stamp.tick, 0xFFFFFFF0);
     EXPECT_EQ(block_.ticks.back().stamp.tick, 1300U - 16);
     stamper.ReturnRest();

@@ -5,8 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <memory>
+#include <limits>
 
 #include "ipc/ChildProcess.h"
 #include "ipc/TemporaryRoot.h"
@@ -134,8 +133,8 @@ TEST_F(NoteTest, WrongSqlIsAnErrorThatShowsIt) {
         Execute(database_, "SELECT 1 FROM nowhere");
         FAIL();
     } catch (DatabaseError const& error) {
-        EXPECT_EQ(error.what(), "database '" + Path() +
-                                    "': no such table: nowhere [SELECT 1 FROM nowhere]");
+        EXPECT_EQ(error.what(),
+                  "database '" + Path() + "': no such table: nowhere [SELECT 1 FROM nowhere]");
     }
 }
 

@@ -163,7 +163,7 @@ TEST(LimitedFileSize, StoreKeepsWhatItHasAndGoesOnWhenThereIsSpace) {
     TemporaryRoot const root;
     ChildProcess child([&] {
         signal(SIGXFSZ, SIG_IGN);
-        LimitFileSize(256 * 1024);
+        LimitFileSize(262144);
         ExpectToOutliveAFullDisk(root.Path() / "events.db", "disk I/O error",
                                  [] { LimitFileSize(RLIM_INFINITY); });
         return EndOfChild();

@@ -83,21 +83,20 @@ public:
 
     [[noreturn]] void Run() {
         for (;; ++now_) {
-            constexpr int steps = 50;
-            int const step = Below(random_, steps);
-            if (step < 15) {
+            int const step = Below(random_, 200);
+            if (step < 60) {
                 BeginFile();
-            } else if (step < 25) {
+            } else if (step < 100) {
                 FinishFile();
-            } else if (step < 30) {
+            } else if (step < 120) {
                 WipeFile();
-            } else if (step < 40) {
+            } else if (step < 160) {
                 UseTicks();
-            } else if (step < 43) {
+            } else if (step < 174) {
                 store_.RecordAfterTheFact(now_ - 20, now_, allStreams, now_);
-            } else if (step < 45) {
+            } else if (step < 182) {
                 SplitEvent();
-            } else if (step < 49) {
+            } else if (step < 198) {
                 DeleteEvent();
             } else {
                 store_.Backup(copy_);
@@ -223,7 +222,7 @@ TEST_F(KillTest, DatabaseIsConsistentAndNothingToldIsLostOrUsedTwice) {
     std::string const database = root_.Path() / "events.db";
     std::string const copy = root_.Path() / "copy.db";
     Witness witness;
-    for (unsigned int round = 1; round <= 300 && !HasFailure(); ++round) {
+    for (unsigned int round = 1; round <= 200 && !HasFailure(); ++round) {
         Pipe pipe;
         ChildProcess recorder([&]() -> int { Recorder(root_.Path(), round, pipe).Run(); });
         pipe.CloseInput();
@@ -249,7 +248,7 @@ TEST_F(KillTest, DatabaseIsConsistentAndNothingToldIsLostOrUsedTwice) {
 
 TEST_F(KillTest, DatabaseThatWasBeingMadeIsMadeAtTheNextStart) {
     std::string const path = root_.Path() / "events.db";
-    for (int round = 1; round <= 200 && !HasFailure(); ++round) {
+    for (int round = 1; round <= 100 && !HasFailure(); ++round) {
         Pipe pipe;
         ChildProcess maker([&] {
             pipe.Tell({});

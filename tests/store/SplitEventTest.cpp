@@ -103,7 +103,8 @@ TEST_F(SplitEventTest, FileThatIsBeingRecordedCountsAsAWholeSlot) {
 
 TEST_F(SplitEventTest, PartCanBeSplitAgain) {
     for (int number = 1; number <= 4; ++number) {
-        Record(1, number, 100 * number, 100 * number + 99, slotSize);
+        std::int64_t const start = std::int64_t{100} * number;
+        Record(1, number, start, start + 99, slotSize);
     }
     Event const event = MakeEvent(100, 499);
     auto const halves = Split(event, 2 * slotKiB);

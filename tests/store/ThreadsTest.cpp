@@ -1,6 +1,8 @@
 // One store that many threads use at once.
+#include <array>
 #include <atomic>
 #include <thread>
+#include <vector>
 
 #include "StoreInvariants.h"
 #include "StoreTest.h"

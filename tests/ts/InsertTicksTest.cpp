@@ -55,7 +55,7 @@ protected:
     // The failure of a source with these bytes, which must leave nothing but the source behind.
     std::string FailureOf(Bytes const& source) const {
         Put("in.ts", source);
-        std::string const reason = Insert("in.ts", "out.ts");
+        std::string reason = Insert("in.ts", "out.ts");
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_), {}), 1);
         return reason;
     }

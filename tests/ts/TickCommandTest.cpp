@@ -1,6 +1,7 @@
 // The command line of d2b tick.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -38,10 +39,8 @@ protected:
     int Run(std::vector<std::string> options) const {
         options.insert(options.begin(), {"d2b", "tick"});
         options.insert(options.end(), {Source(), Target()});
-        std::vector<char const*> argv;
-        for (std::string const& option : options) {
-            argv.push_back(option.c_str());
-        }
+        std::vector<char const*> argv(options.size());
+        std::ranges::transform(options, argv.begin(), &std::string::c_str);
         return workstation::RunD2b(static_cast<int>(argv.size()), argv.data());
     }
 

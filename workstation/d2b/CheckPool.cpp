@@ -78,7 +78,7 @@ bool EmptyLostFiles(int descriptor, std::uint64_t size, std::uint32_t fileCount,
         if (!WriteAt(descriptor, word.data(), word.size(), offset, why)) {
             return false;
         }
-        lost += " " + std::to_string(number);
+        lost.append(" ").append(std::to_string(number));
     }
     return true;
 }

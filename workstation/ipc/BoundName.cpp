@@ -27,7 +27,7 @@ struct BoundName::Entry {
 
     // Called at exit() too, which a signal handler may call at any point: no lock, no allocation.
     void Remove() {
-        if (process == getpid() && Change(Bound, Reserved)) {
+        if (state == Bound && process == getpid() && Change(Bound, Reserved)) {
             unlinkat(directory, name.data(), 0);
         }
     }

@@ -12,7 +12,7 @@ namespace workstation {
 namespace {
 
 // How much is made present in one go, and so about a millisecond's work to wait for at the end.
-constexpr std::size_t pieceSize = 2 * 1024 * 1024;
+constexpr std::size_t pieceSize = 0x200000;
 
 bool HaveAnotherProcessor() {
     cpu_set_t processors;

@@ -13,8 +13,8 @@
 namespace workstation {
 namespace {
 
-// Blocks begin at the start of a huge page.
-constexpr std::size_t alignment = 2 * 1024 * 1024;
+// Blocks begin at the start of a huge page (2 MiB).
+constexpr std::size_t alignment = 0x200000;
 
 // Stands in a page of its own in front of the block.
 struct Header {

@@ -5,10 +5,10 @@
 
 namespace workstation {
 
-// From this size on a block of memory is a large one. The one that counts is the buffer for a
-// whole stream file: most of the time that it takes to read and scan one would go into making the
-// buffer present, page by page.
-constexpr std::size_t largeBlockSize = 32 * 1024 * 1024;
+// From this size (32 MiB) on a block of memory is a large one. The one that counts is the buffer
+// for a whole stream file: most of the time that it takes to read and scan one would go into making
+// the buffer present, page by page.
+constexpr std::size_t largeBlockSize = 0x2000000;
 
 // Zero-filled memory, made of huge pages where the system has them, and made present ahead of its
 // use. Null when there is none to be had. From any thread.

@@ -89,7 +89,8 @@ StreamFile::StreamFile(PoolImage& pool, int fileNumber, FileDescriptor file, Slo
     , file_(std::move(file))
     , use_(use)
     , owner_(getpid())
-    , listed_(PoolSession::Instance().ListThread(use, fileNumber)) {}
+    , listed_(PoolSession::Instance().ListThread(use, fileNumber))
+    , readAhead_(KernelReadAhead(file_.Get())) {}
 
 // The controller is set while the thread is listed and the lock is held, so that whoever finds one
 // that stayed behind can tell.

@@ -4,10 +4,13 @@
 #include <algorithm>
 #include <ctime>
 #include <exception>
-#include <limits>
+#include <filesystem>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "Item.h"
+#include "Root.h"
 #include "StreamMgrApi.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
@@ -38,6 +41,16 @@ std::string Describe(RecordedFile const& file) {
            " bytes, ticks " + std::to_string(file.firstTick) + " to " +
            std::to_string(file.lastTick) + ", " + LocalTime(file.startTime) + " to " +
            LocalTime(file.stopTime) + state;
+}
+
+// A client's relative path means nothing here, and a backup must not take the place of the pool.
+void CheckBackupPath(std::string const& path) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    if (!fs::path(path).is_absolute())
+        throw std::invalid_argument("'" + path + "' is not a full path");
+    if (fs::equivalent(path, PoolPath(), ignored))
+        throw std::invalid_argument("'" + path + "' is the pool");
 }
 
 class EventRequests {
@@ -164,6 +177,7 @@ void EventRequests::BackupDatabase(Letter& request) const {
                   StringItem path;
                   if (!DecodeItems(request.payload, {&path}))
                       return false;
+                  CheckBackupPath(path.Value());
                   context_.store.Backup(path.Value());
                   LogNotification("backed the database up to '" + path.Value() + "'");
                   return true;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -73,6 +74,7 @@ std::vector<char> EncodeRecording(Event const& recording) {
 } // namespace
 
 int RunService(ServiceOptions const& options) {
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files shows as a failed write
     SignalWatch signals;
     Failure why;
     FileDescriptor const root = LockRoot(why);
@@ -95,9 +97,7 @@ Service::Recorder::Recorder(Service& service, RecordOption const& option,
                             ServiceOptions const& options)
     : recording(option.stream, service.ring_, service.store_, service.notices_, service.clock_)
     , recorder({option.stream, option.source, options.isFast, options.loops}, recording,
-               service.ticks_, service.clock_, [stream = option.stream](std::string const& text) {
-                   LogNotification("stream " + std::to_string(stream) + ": " + text);
-               }) {}
+               service.ticks_, service.clock_, LogNotification) {}
 
 Service::Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool, EventStore& store)
     : signals_(signals)
@@ -125,8 +125,8 @@ void Service::Run() {
                                        {notices_.Descriptor(), POLLIN, 0}}};
         if (poll(watched.data(), watched.size(), WaitMs()) == -1 && errno != EINTR)
             throw std::system_error(errno, std::generic_category(), "poll");
+        HandleRequests(); // those that came before a signal, too
         HandleSignal();
-        HandleRequests();
         HandleNotices();
         TellStorage();
         subscribers_.DeliverWaiting();
@@ -200,8 +200,12 @@ void Service::Subscribe(Letter& request) {
     if (accepted.Value())
         subscribers_.Add(request.sender, subscription, messageId.Value());
     Reply(endpoint_, request, subscribeReply, {&accepted});
-    if (subscription == Subscription::storage)
-        subscribers_.Notify(request.sender, subscription, EncodeStorage(Storage()));
+    if (subscription == Subscription::storage) {
+        StorageFigures const storage = Storage();
+        subscribers_.Notify(request.sender, subscription, EncodeStorage(storage));
+        if (!toldStorage_)
+            toldStorage_ = storage;
+    }
 }
 
 void Service::Reap() {

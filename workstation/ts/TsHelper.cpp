@@ -9,7 +9,7 @@ using namespace workstation;
 TsHelper::TsHelper(std::vector<unsigned char>& stream)
     : stream_(stream) {}
 
-TsHelper::~TsHelper() = default;
+TsHelper::~TsHelper() {}
 
 std::vector<std::pair<unsigned int, StreamMetadata>> TsHelper::SystemTick(StreamSystickId id,
                                                                           unsigned int from) {

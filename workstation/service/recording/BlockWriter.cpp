@@ -1,6 +1,8 @@
 // Hands a recording to its target in blocks.
 #include "service/recording/BlockWriter.h"
 
+#include <utility>
+
 #include "ts/TsPacket.h"
 
 namespace workstation {
@@ -14,7 +16,7 @@ constexpr std::chrono::milliseconds longestWait(250);
 BlockWriter::BlockWriter(RecordingTarget& target, TickStamper stamper, RecordingClock& clock,
                          StopEvent const& stop)
     : target_(target)
-    , stamper_(stamper)
+    , stamper_(std::move(stamper))
     , clock_(clock)
     , stop_(stop) {}
 

@@ -21,14 +21,14 @@ static_assert(bufferSize > 2 * (lookAheadSize + decisionSize));
 } // namespace
 
 PacketAligner::PacketAligner()
-    : buffer_(bufferSize) {}
+    : buffer_(std::make_unique_for_overwrite<unsigned char[]>(bufferSize)) {}
 
 std::span<unsigned char> PacketAligner::Room() {
     auto const pending = Pending();
-    std::memmove(buffer_.data(), pending.data(), pending.size());
+    std::memmove(buffer_.get(), pending.data(), pending.size());
     end_ -= begin_;
     begin_ = 0;
-    return std::span(buffer_).subspan(end_);
+    return {buffer_.get() + end_, bufferSize - end_};
 }
 
 std::span<unsigned char const> PacketAligner::Next() {

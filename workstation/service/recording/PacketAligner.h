@@ -3,8 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
-#include <vector>
 
 #include "ts/PacketWalk.h"
 
@@ -55,7 +55,7 @@ public:
 
 private:
     std::span<unsigned char const> Pending() const {
-        return std::span(buffer_).subspan(begin_, end_ - begin_);
+        return {buffer_.get() + begin_, end_ - begin_};
     }
     std::size_t SizeInStep() const;
     std::size_t DecidableSize() const;
@@ -67,7 +67,7 @@ private:
     std::span<unsigned char const> Give(std::size_t size);
     void Drop(std::size_t size);
 
-    std::vector<unsigned char> buffer_;
+    std::unique_ptr<unsigned char[]> buffer_;
     std::size_t begin_ = 0; // of the bytes that are pending: neither given out nor dropped
     std::size_t end_ = 0;
     bool hasEnded_ = false;

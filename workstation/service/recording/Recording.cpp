@@ -10,7 +10,7 @@ namespace {
 
 // So much without a packet is no transport stream. What follows is looked through slowly, so that a
 // source that never ends takes no processor time to speak of.
-constexpr std::uint64_t noStreamSize = 1024 * 1024;
+constexpr std::uint64_t noStreamSize = 1 << 20;
 constexpr std::chrono::milliseconds noStreamPause(10);
 
 std::string Dropped(std::uint64_t size) {
@@ -49,12 +49,15 @@ void Recording::RecordSource() {
         report_("cannot open " + SourceName() + ": " + error);
         return;
     }
+    bool const mayLoop = settings_.loops && !source->IsLive();
+    std::uint64_t packetsBefore = 0;
     while (RecordOnce(*source) == Source::Outcome::end) {
-        bool const goesOn = settings_.loops && !source->IsLive() && earlier_.packets > 0;
-        if (!goesOn) {
+        bool const hadPackets = earlier_.packets > packetsBefore;
+        if (!mayLoop || !hadPackets) {
             ReportEnd();
             break;
         }
+        packetsBefore = earlier_.packets;
         source->Rewind();
     }
     writer_.Complete();

@@ -19,7 +19,7 @@ namespace {
 
 [[noreturn]] void Refuse(std::string const& target, std::string const& reason) {
     // What stands behind a zero in the path would take the reason with it.
-    throw DatabaseError(std::string("backup '") + target.c_str() + "': " + reason);
+    throw DatabaseError("backup '" + target.substr(0, target.find('\0')) + "': " + reason);
 }
 
 [[noreturn]] void RefuseWithErrno(std::string const& target) {
@@ -86,7 +86,7 @@ public:
     }
 
     ~TemporaryFile() {
-        for (char const* const suffix : {"", "-wal", "-shm"}) {
+        for (char const* const suffix : {"", "-wal", "-shm", "-journal"}) {
             unlink((path_ + suffix).c_str());
         }
     }

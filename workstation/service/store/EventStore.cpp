@@ -96,10 +96,10 @@ Event EventCovering(std::vector<RecordedFile> const& files, Interval wanted, std
 // --- splitting ---
 
 std::vector<std::uint64_t> SizesForSplit(std::vector<RecordedFile> const& files) {
-    std::vector<std::uint64_t> sizes;
-    for (RecordedFile const& file : files) {
-        sizes.push_back(file.finished ? file.size : poolSlotSize);
-    }
+    std::vector<std::uint64_t> sizes(files.size());
+    std::ranges::transform(files, sizes.begin(), [](RecordedFile const& file) {
+        return file.finished ? file.size : poolSlotSize;
+    });
     return sizes;
 }
 
