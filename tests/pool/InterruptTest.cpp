@@ -20,8 +20,7 @@ protected:
         ChildProcess worker([](ChildProcess::Parent const& parent) {
             dup2(parent.Out(), STDOUT_FILENO);
             setenv("ASAN_OPTIONS", "detect_leaks=0", 1); // an interrupted process has leaks
-            execl(INTERRUPTED_WORKER, "interrupted_worker", GetParam(), nullptr);
-            return 99;
+            return Execute({INTERRUPTED_WORKER, GetParam()});
         });
         EXPECT_TRUE(worker.Await());
         usleep(static_cast<useconds_t>(random_() % 1500));
