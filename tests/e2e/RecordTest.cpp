@@ -7,6 +7,7 @@
 #include <regex>
 
 #include "Events.h"
+#include "StreamFileTable.h"
 #include "TransportStream.h"
 
 namespace e2e {
@@ -186,16 +187,10 @@ TEST_F(Record, IsSeenInTheSharedTables) {
     Child& service = recorder.StartService({"--record", "2=-"});
     service.Type(Clip());
     recorder.WaitForData(1);
-    std::string const heading =
-        "StreamFileNum      WriteController        StreamDBMatch    NumProcAtomicRead      "
-        "FileSizeInBytes\n"
-        "-------------      ---------------        -------------    -----------------      "
-        "---------------\n";
-    std::string const row = "            1       ControlStream2                false               "
-                            "     0 SIZE\n";
     Outcome listed = recorder.Tool({"--lsmi"});
     listed.out = Replaced(listed.out, "   0 +[1-9][0-9]+\n", "   0 SIZE\n");
-    EXPECT_EQ(listed, (Outcome{0, heading + row + "Total number of files: 2\n", ""}));
+    std::string const table = StreamFileTable({{1, "ControlStream2", "false", 0, 1000}}, 2);
+    EXPECT_EQ(listed, (Outcome{0, Replaced(table, "   0 +1000\n", "   0 SIZE\n"), ""}));
 
     Outcome processes = recorder.Tool({"--lproc"});
     processes.out = Replaced(processes.out, "- +[0-9a-f]+ file", "- HANDLE file");
