@@ -152,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(Service, HostileMessage, testing::Values("Intruder", ""
 // nowhere to go.
 TEST_F(HostileMessage, OfOneWhoNeverListensDoesNotStopTheService) {
     Intruder const intruder(recorder, "Intruder");
-    for (std::uint32_t const subscription : {10, 11, 12}) {
+    for (std::uint32_t const subscription : {10U, 11U, 12U}) {
         intruder.Send(Message(0x3684, Word(subscription) + Word(0x3614) + Word(0)));
     }
     for (int request = 0; request < 100; ++request) {
