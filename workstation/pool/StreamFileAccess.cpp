@@ -83,7 +83,8 @@ StreamFileAccess::StreamFileAccess(int fileNumber, int /*mode*/) {
 StreamFileAccess::StreamFileAccess(int fileNumber, bool /*append*/,
                                    StreamMgrFileMgmnt::Control_t controller) {
     Failure why;
-    auto stream = StreamFile::OpenForWriting(fileNumber, controller, why);
+    auto stream =
+        StreamFile::OpenForWriting(fileNumber, static_cast<std::uint32_t>(controller), why);
     file_ = OpenFile::Make(std::move(stream), why);
 }
 
