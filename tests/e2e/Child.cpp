@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -109,6 +110,7 @@ void RestoreSignals() {
 [[noreturn]] void Become(char* const* words, char* const* environment, std::array<int, 3> streams,
                          bool onTerminal) {
     RestoreSignals();
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // a test that is killed leaves nothing running
     if (onTerminal) {
         setsid();
         ioctl(streams[0], TIOCSCTTY, 0);
