@@ -1,9 +1,9 @@
 // The d2b program: what it takes, what it prints, and its exit status.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include "pool/ChildProcess.h"
 #include "pool/TestRoot.h"
 
 namespace workstation {
@@ -20,21 +20,14 @@ protected:
     Outcome D2b(std::vector<std::string> arguments) const {
         std::string const out = root_.Path() + "/stdout";
         std::string const err = root_.Path() + "/stderr";
-        std::vector<char*> argv = {const_cast<char*>("d2b")};
-        for (auto& argument : arguments) {
-            argv.push_back(argument.data());
-        }
-        argv.push_back(nullptr);
-        pid_t const pid = fork();
-        if (pid == 0) {
+        arguments.insert(arguments.begin(), D2B_PROGRAM);
+        ChildProcess program([&](auto const&) {
             dup2(open(out.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), STDOUT_FILENO);
             dup2(open(err.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), STDERR_FILENO);
-            execv(D2B_PROGRAM, argv.data());
-            _exit(99);
-        }
-        int status = 0;
-        waitpid(pid, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, BytesOf(out), BytesOf(err)};
+            return Execute(arguments);
+        });
+        int const status = program.ExitStatus();
+        return {status, BytesOf(out), BytesOf(err)};
     }
 
     void Expect(int status, std::string const& out, std::string const& err,

@@ -72,7 +72,7 @@ protected:
 };
 
 TEST_F(DamagedPool, WithoutAHeaderPageIsRefused) {
-    for (std::uintmax_t const size : {0, 1, 4095}) {
+    for (std::uintmax_t const size : {0UL, 1UL, 4095UL}) {
         fs::resize_file(recorder.Pool(), size);
         EXPECT_EQ(
             recorder.Tool({"-x", "1"}),

@@ -3,10 +3,10 @@
 
 #include <chrono>
 #include <csignal>
-#include <ctime>
-#include <regex>
 
 #include "Events.h"
+#include "ProcessList.h"
+#include "StreamFileTable.h"
 #include "TransportStream.h"
 
 namespace e2e {
@@ -186,29 +186,18 @@ TEST_F(Record, IsSeenInTheSharedTables) {
     Child& service = recorder.StartService({"--record", "2=-"});
     service.Type(Clip());
     recorder.WaitForData(1);
-    std::string const heading =
-        "StreamFileNum      WriteController        StreamDBMatch    NumProcAtomicRead      "
-        "FileSizeInBytes\n"
-        "-------------      ---------------        -------------    -----------------      "
-        "---------------\n";
-    std::string const row = "            1       ControlStream2                false               "
-                            "     0 SIZE\n";
     Outcome listed = recorder.Tool({"--lsmi"});
     listed.out = Replaced(listed.out, "   0 +[1-9][0-9]+\n", "   0 SIZE\n");
-    EXPECT_EQ(listed, (Outcome{0, heading + row + "Total number of files: 2\n", ""}));
+    std::string const table = StreamFileTable({{1, "ControlStream2", "false", 0, 1000}}, 2);
+    EXPECT_EQ(listed, (Outcome{0, Replaced(table, "   0 +1000\n", "   0 SIZE\n"), ""}));
 
-    Outcome processes = recorder.Tool({"--lproc"});
-    processes.out = Replaced(processes.out, "- +[0-9a-f]+ file", "- HANDLE file");
-    std::string pid = std::to_string(service.Pid());
-    pid.insert(0, 6 - std::min<std::size_t>(pid.size(), 6), ' ');
-    EXPECT_EQ(processes, (Outcome{0,
-                                  "  0" + pid + "   " SERVICE_PATH " --record 2=- \n" +
-                                      "       - HANDLE file: 1\n",
-                                  ""}));
-
+    Words const commandLine{SERVICE_PATH, "--record", "2=-"};
+    EXPECT_EQ(ListProcesses(recorder),
+              (Outcome{0, ListedProcess(0, service.Pid(), commandLine, {1}), ""}));
     service.EndInput();
     ASSERT_TRUE(recorder.Logs(stopped));
-    EXPECT_EQ(recorder.Tool({"--lproc"}).out, "  0" + pid + "   " SERVICE_PATH " --record 2=- \n");
+    EXPECT_EQ(ListProcesses(recorder),
+              (Outcome{0, ListedProcess(0, service.Pid(), commandLine), ""}));
 }
 
 // --- sources that are not as they should be ----------------------------------------------------

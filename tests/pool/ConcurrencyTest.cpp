@@ -31,6 +31,7 @@ int ReadOne(int number) {
 int ReadInThreads(int threadCount) {
     std::atomic<int> failures = 0;
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(threadCount));
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back([&failures, i] { failures += ReadOne(i % 3 + 1); });
     }
@@ -78,6 +79,7 @@ TEST_F(ConcurrencyTest, SixtyFourThreadsInitialiseAndRead) {
 
 TEST_F(ConcurrencyTest, SixteenProcessesOfSixtyFourThreadsRead) {
     std::vector<std::unique_ptr<ChildProcess>> children;
+    children.reserve(16);
     for (int i = 0; i < 16; ++i) {
         children.push_back(std::make_unique<ChildProcess>([](auto const& parent) {
             parent.Await();
@@ -102,6 +104,7 @@ TEST_F(ConcurrencyTest, ForksInTheMidstOfInitialisingFindNothingHeld) {
     std::atomic<bool> stop = false;
     std::atomic<int> failures = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             while (!stop) {

@@ -153,9 +153,9 @@ TEST(FileSystemType, DISABLED_ExitWithIt) {
 
 int TypeSeenByNewProcess() {
     ChildProcess child([](auto const&) {
-        execl("/proc/self/exe", "pool_tests", "--gtest_filter=FileSystemType.DISABLED_ExitWithIt",
-              "--gtest_also_run_disabled_tests", "--gtest_brief=1", nullptr);
-        return 99;
+        return Execute({std::filesystem::read_symlink("/proc/self/exe"),
+                        "--gtest_filter=FileSystemType.DISABLED_ExitWithIt",
+                        "--gtest_also_run_disabled_tests", "--gtest_brief=1"});
     });
     return child.ExitStatus() - 10;
 }

@@ -19,9 +19,9 @@ protected:
     int InterruptWorker() {
         ChildProcess worker([](ChildProcess::Parent const& parent) {
             dup2(parent.Out(), STDOUT_FILENO);
-            setenv("ASAN_OPTIONS", "detect_leaks=0", 1); // an interrupted process has leaks
-            execl(INTERRUPTED_WORKER, "interrupted_worker", GetParam(), nullptr);
-            return 99;
+            setenv("ASAN_OPTIONS", "detect_leaks=0", 1);    // an interrupted process has leaks
+            setenv("TSAN_OPTIONS", "atexit_sleep_ms=0", 1); // its threads do not end either
+            return Execute({INTERRUPTED_WORKER, GetParam()});
         });
         EXPECT_TRUE(worker.Await());
         usleep(static_cast<useconds_t>(random_() % 1500));

@@ -37,7 +37,7 @@ protected:
 
     // How many of the bytes in [from, to) are in memory, by whole pages.
     std::size_t Resident(std::uint64_t from, std::uint64_t to) const {
-        std::size_t const size = to - from;
+        auto const size = static_cast<std::size_t>(to - from);
         void* const data =
             mmap(nullptr, size, PROT_READ, MAP_SHARED, file_.Get(), static_cast<off_t>(from));
         std::vector<unsigned char> pages((size + page - 1) / page);

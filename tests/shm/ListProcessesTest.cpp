@@ -150,7 +150,9 @@ TEST_F(ListProcessesTest, ProcessWhoseCommandLineCannotBeOpenedHasNoNameButItsTh
 TEST_F(ListProcessesTest, DescriptorZeroCountsAsFailed) {
     PutProcess(0, 77, "a");
     platform.Script("open", 1, {0});
+    platform.Opened(0, "standard input"); // a read from it would be recorded
     EXPECT_TRUE(ListProcesses());
+    platform.Closed(0);
     ExpectOutput("  0    77   \n", "");
     EXPECT_EQ(platform.Calls(), ListCalls("kill(77, 0)\nopen(\"/proc/77/cmdline\", O_RDONLY)\n"));
 }

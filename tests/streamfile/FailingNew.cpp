@@ -1,8 +1,8 @@
-// Lets memory run out where a test wants it to: replaces the allocation of the whole program.
+// Lets memory run out where a test wants it to. The linker leads every operator new of the program
+// here (--wrap, see CMakeLists.txt, which also says under which name).
 #include "FailingNew.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <limits>
 #include <new>
 
@@ -12,10 +12,6 @@ constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
 
 std::atomic<std::size_t> smallestFailingSize = never;
 std::atomic<bool> nothrowFails = false;
-
-void* Allocate(std::size_t size) {
-    return size >= smallestFailingSize ? nullptr : std::malloc(size == 0 ? 1 : size);
-}
 
 } // namespace
 
@@ -35,25 +31,20 @@ FailingNothrowNew::~FailingNothrowNew() {
     nothrowFails = false;
 }
 
-void* operator new(std::size_t size) {
-    void* const block = Allocate(size);
-    if (block == nullptr)
+void* RealNew(std::size_t size) __asm__("__real_" OPERATOR_NEW);
+void* RealNothrowNew(std::size_t size, std::nothrow_t const& tag) noexcept
+    __asm__("__real_" OPERATOR_NEW "RKSt9nothrow_t");
+
+void* WrappedNew(std::size_t size) __asm__("__wrap_" OPERATOR_NEW);
+void* WrappedNothrowNew(std::size_t size, std::nothrow_t const& tag) noexcept
+    __asm__("__wrap_" OPERATOR_NEW "RKSt9nothrow_t");
+
+void* WrappedNew(std::size_t size) {
+    if (size >= smallestFailingSize)
         throw std::bad_alloc();
-    return block;
+    return RealNew(size);
 }
 
-void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
-    return nothrowFails ? nullptr : Allocate(size);
-}
-
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
-
-void operator delete(void* block, std::nothrow_t const&) noexcept {
-    std::free(block);
+void* WrappedNothrowNew(std::size_t size, std::nothrow_t const& tag) noexcept {
+    return nothrowFails || size >= smallestFailingSize ? nullptr : RealNothrowNew(size, tag);
 }

@@ -16,7 +16,7 @@
 namespace workstation {
 namespace {
 
-constexpr std::size_t chunkSize = 1024 * 188; // as all the transfers of stream files
+constexpr std::size_t chunkSize = std::size_t{1024} * 188; // as all the transfers of stream files
 
 // The size of a source that can be loaded; -1 for any other.
 long SizeOfSource(int descriptor, std::string const& source, Failure& why) {

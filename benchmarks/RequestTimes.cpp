@@ -1,0 +1,104 @@
+// How long requests to a running StreamMgr take, and how many notifications a subscriber takes.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "IpcMessage.h"
+#include "Item.h"
+#include "LinxIpc.h"
+#include "LinxServerNameList.h"
+#include "StreamMgrApi.h"
+#include "api/ServiceMessages.h"
+#include "ipc/Endpoint.h"
+#include "ipc/Payload.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Microseconds = std::chrono::duration<double, std::micro>;
+
+// Runs an operation that often and prints the percentiles of its times. False when it failed.
+bool Measure(char const* name, int count, std::function<bool()> const& operation) {
+    std::vector<double> times;
+    for (int round = 0; round < count; ++round) {
+        auto const start = Clock::now();
+        if (!operation()) {
+            std::cerr << name << " failed" << std::endl;
+            return false;
+        }
+        times.push_back(Microseconds(Clock::now() - start).count());
+    }
+    std::sort(times.begin(), times.end());
+    auto const percentile = [&](std::size_t part) {
+        return times[std::min(times.size() - 1, times.size() * part / 100)];
+    };
+    std::printf("%-34s %8.0f %8.0f %8.0f %8.0f\n", name, percentile(50), percentile(90),
+                percentile(99), times.back());
+    return true;
+}
+
+bool AskLogLevel(LinxIpc& ipc) {
+    IpcMessage request;
+    IpcMessage reply;
+    UIntItem level;
+    return workstation::PackMessage(request, workstation::getLogLevelRequest, {}) &&
+           ipc.Request(LinxServerNameList::Instance()->Name(e_StreamMgr), request,
+                       workstation::getLogLevelReply, 5000, &reply) == 0 &&
+           workstation::UnpackMessage(reply, {&level});
+}
+
+// The service has recorded something until just now.
+bool RecordAfterTheFact(LinxIpc& ipc) {
+    std::time_t const now = std::time(nullptr);
+    std::string reid;
+    return StreamMgrApi::RecordAfterTheFact(ipc, static_cast<long>(now - 3600),
+                                            static_cast<long>(now), reid, 5000,
+                                            StreamMgrApi::EventStreamBoth) &&
+           StreamMgrApi::DeleteEvent(reid, ipc);
+}
+
+// One sender as fast as the subscriber takes what it sends.
+bool MeasureNotifications(LinxIpc& subscriber, std::string const& name) {
+    constexpr unsigned int messageId = workstation::recordStartNotification;
+    constexpr int count = 50000;
+    std::thread sender([&] {
+        std::string error;
+        auto endpoint = workstation::Endpoint::Open("Benchmark", error);
+        StringItem reid("20260131-134510:5f3a9c21");
+        auto const payload = workstation::EncodeItems({&reid});
+        for (int sent = 0; endpoint && sent < count; ++sent)
+            endpoint->Send(name, messageId, payload, 0, 5000);
+    });
+    auto const start = Clock::now();
+    int received = 0;
+    while (received < count &&
+           subscriber.Receive(5000, messageId, LinxIpc::emptyString, nullptr) == 0)
+        ++received;
+    double const seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    sender.join();
+    std::printf("notifications taken by one subscriber: %.0f a second\n", received / seconds);
+    return received == count;
+}
+
+} // namespace
+
+int main() {
+    std::string const name = "StreamMgrCli_benchmark";
+    LinxIpc ipc(name);
+    if (ipc.Init() != 0) {
+        std::cerr << "no connection" << std::endl;
+        return 1;
+    }
+    std::printf("%-34s %8s %8s %8s %8s\n", "microseconds", "median", "90 %", "99 %", "longest");
+    bool const good =
+        Measure("request with an answer", 5000, [&] { return AskLogLevel(ipc); }) &&
+        Measure("record after the fact, delete", 200, [&] { return RecordAfterTheFact(ipc); }) &&
+        MeasureNotifications(ipc, name);
+    return good ? 0 : 1;
+}

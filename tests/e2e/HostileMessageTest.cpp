@@ -1,0 +1,165 @@
+// Messages to the service that no tool would send.
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "BigEndian.h"
+#include "EventDatabase.h"
+#include "Events.h"
+#include "FileDescriptor.h"
+
+namespace e2e {
+namespace {
+
+std::string Word(std::uint32_t value) {
+    std::string word(4, '\0');
+    workstation::PutBig32(reinterpret_cast<unsigned char*>(word.data()), value);
+    return word;
+}
+
+std::string Header(std::uint32_t magic, std::uint32_t id, std::uint32_t payloadSize) {
+    return Word(magic) + Word(id) + Word(1) + Word(payloadSize);
+}
+
+constexpr std::uint32_t magic = 0x4C4E5831;
+constexpr std::uint32_t quit = 0x500;
+
+std::string Message(std::uint32_t id, std::string const& payload) {
+    return Header(magic, id, static_cast<std::uint32_t>(payload.size())) + payload;
+}
+
+// Every request there is but the one that ends the service, and ids around them.
+std::vector<std::uint32_t> RequestIds() {
+    std::vector<std::uint32_t> ids{0, 0x4FF, 0x501, 0x3602, 0x3603, 0x360E, 0x360F, 0x363A};
+    for (std::uint32_t id = 0x3680; id <= 0x369F; ++id) {
+        ids.push_back(id);
+    }
+    ids.push_back(0xFFFFFFFF);
+    return ids;
+}
+
+std::vector<std::string> Payloads() {
+    return {"",
+            std::string(1, '\0'),
+            std::string(1, '\xFF'),
+            Word(0xFFFFFFFF),
+            Word(0xFFFFFFFF) + "abc",
+            Word(5) + "abc",
+            Word(0x7FFFFFFF) + Word(0x80000000) + Word(3),
+            std::string(1000, '\xFF'),
+            Noise(65536)};
+}
+
+std::vector<std::string> Malformed() {
+    std::vector<std::string> datagrams{"x",
+                                       std::string(15, '\0'),
+                                       std::string(16, '\0'),
+                                       Header(magic + 1, quit, 0),
+                                       Header(magic, quit, 0).substr(0, 15),
+                                       Header(magic, quit, 5) + "quit",
+                                       Header(magic, quit, 4) + std::string("quit\0", 5),
+                                       Header(magic, quit, 0xFFFFFFFF),
+                                       Header(magic, quit, 0xFFFFFFF0) + "quit",
+                                       Message(quit, std::string(65537, 'q')),
+                                       Noise(70000)};
+    for (std::uint32_t const id : RequestIds()) {
+        for (std::string const& payload : Payloads()) {
+            datagrams.push_back(Message(id, payload));
+        }
+    }
+    return datagrams;
+}
+
+// Somebody with a name of its own, or without one, who sends and never listens.
+class Intruder {
+public:
+    explicit Intruder(Recorder const& recorder, std::string const& name)
+        : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+        std::string const directory = (recorder.Root() / "ipc/").string();
+        if (!name.empty()) {
+            auto const own = Address(directory + name);
+            EXPECT_EQ(bind(socket_.Get(), Pointer(own), sizeof own), 0);
+        }
+        service_ = Address(directory + "StreamMgr");
+    }
+
+    // Waits for room in the service's queue.
+    void Send(std::string const& datagram) const {
+        ssize_t const sent = sendto(socket_.Get(), datagram.data(), datagram.size(), 0,
+                                    Pointer(service_), sizeof service_);
+        EXPECT_EQ(sent, static_cast<ssize_t>(datagram.size())) << std::strerror(errno);
+    }
+
+private:
+    static sockaddr_un Address(std::string const& path) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        EXPECT_LT(path.size(), sizeof address.sun_path);
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        return address;
+    }
+
+    static sockaddr const* Pointer(sockaddr_un const& address) {
+        return reinterpret_cast<sockaddr const*>(&address);
+    }
+
+    workstation::FileDescriptor socket_;
+    sockaddr_un service_;
+};
+
+class HostileMessage : public testing::TestWithParam<char const*> {
+protected:
+    HostileMessage() {
+        recorder.CreatePool(2);
+        recorder.StartService({"--record", "1=" CLIP_PATH, "--fast"});
+        EXPECT_TRUE(recorder.Logs(" stopped\n"));
+        reid = MakeEvent(recorder, everySince2000);
+        before = Everything(Database());
+    }
+
+    std::filesystem::path Database() const { return recorder.Root() / "events.db"; }
+
+    void ExpectThatTheServiceServes() {
+        EXPECT_EQ(recorder.Tool({"-s", "3", "-p", "-i", "-S"}).status, 0);
+        EXPECT_EQ(Everything(Database()), before);
+        EXPECT_EQ(Faults(Database()), "");
+        MakeEvent(recorder, everySince2000);
+        EXPECT_EQ(recorder.Tool({"-q"}).status, 0);
+        EXPECT_EQ(recorder.Service().Finish(), (Outcome{0, "StreamMgr: ready\n", ""}));
+    }
+
+    Recorder recorder;
+    std::string reid;
+    std::string before;
+};
+
+TEST_P(HostileMessage, DoesNotKeepTheServiceFromServing) {
+    Intruder const intruder(recorder, GetParam());
+    for (std::string const& datagram : Malformed()) {
+        intruder.Send(datagram);
+    }
+    ExpectThatTheServiceServes();
+}
+
+// Whoever has no name, or one that is none, is not heard at all.
+INSTANTIATE_TEST_SUITE_P(Service, HostileMessage, testing::Values("Intruder", "", ".hidden"));
+
+// The answers fill the intruder's queue, if that is as short as the kernel makes it, and then have
+// nowhere to go.
+TEST_F(HostileMessage, OfOneWhoNeverListensDoesNotStopTheService) {
+    Intruder const intruder(recorder, "Intruder");
+    for (std::uint32_t const subscription : {10U, 11U, 12U}) {
+        intruder.Send(Message(0x3684, Word(subscription) + Word(0x3614) + Word(0)));
+    }
+    for (int request = 0; request < 100; ++request) {
+        intruder.Send(Message(0x3680, ""));
+    }
+    ExpectThatTheServiceServes();
+}
+
+} // namespace
+} // namespace e2e

@@ -1,0 +1,317 @@
+// Files of the hard disk written over stream files with -Y and -y.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "Events.h"
+#include "FileDescriptor.h"
+#include "StreamFileTable.h"
+
+namespace e2e {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string const slotText = std::to_string(slotSize);
+
+std::string Dots(std::size_t size) {
+    return std::string((size + chunkSize - 1) / chunkSize / 8, '.') + '\n';
+}
+
+std::string Result(std::size_t planned, std::size_t copied) {
+    return "Stated file length: " + std::to_string(planned) +
+           "  copied: " + std::to_string(copied) + '\n';
+}
+
+std::string const busy = "could not open stream file: 16Device or resource busy\n" + Result(0, 0);
+
+class Insert : public testing::Test {
+protected:
+    Insert() { recorder.CreatePool(3); }
+
+    std::string CopyingFrom(std::string const& source, std::string const& destination) const {
+        return "Copying requested stream file from '" + (recorder.HardDisk() / source).string() +
+               ".ts' to D2B " + destination + '\n';
+    }
+
+    // What -y says from the copy on.
+    std::string Copied(std::string const& source, int number, std::size_t size,
+                       char const* notified) const {
+        return CopyingFrom(source, "file number " + std::to_string(number)) +
+               "fstat returned a file size of " + std::to_string(size) + " bytes\n" + Dots(size) +
+               "StreamMgrApi::UpdateFileSize() notify message returned: " + notified + '\n' +
+               Result(size, size);
+    }
+
+    void WriteSource(std::string const& name, std::string const& content) const {
+        WriteFile(recorder.HardDisk() / (name + ".ts"), content);
+    }
+
+    // The tool with a source that it waits for in the middle of the copy: a pipe that has given it
+    // eight chunks and stays open.
+    struct HeldWriter {
+        explicit HeldWriter(Recorder const& recorder) {
+            auto const source = recorder.Extracted(1);
+            EXPECT_EQ(mkfifo(source.c_str(), 0600), 0);
+            end = workstation::FileDescriptor(open(source.c_str(), O_RDWR | O_CLOEXEC));
+            tool = std::make_unique<Child>(recorder.ToolCommand({"-Y", "1"}));
+            for (int chunk = 0; chunk < 8; ++chunk) {
+                std::string const bytes = Noise(chunkSize);
+                EXPECT_EQ(write(end.Get(), bytes.data(), bytes.size()),
+                          static_cast<ssize_t>(bytes.size()));
+            }
+        }
+
+        workstation::FileDescriptor end; // of the pipe
+        std::unique_ptr<Child> tool;
+    };
+
+    Recorder recorder;
+};
+
+// --- -Y ----------------------------------------------------------------------------------------
+
+class InsertUnbounded : public Insert, public testing::WithParamInterface<std::size_t> {};
+
+// What is read last is repeated up to the end of the slot, each time in the length of a chunk.
+std::string FilledUp(std::string const& source) {
+    std::string buffer(chunkSize, '\0');
+    std::string slot;
+    for (std::size_t offset = 0; offset < slotSize; offset += chunkSize) {
+        std::string const piece =
+            offset < source.size() ? source.substr(offset, chunkSize) : std::string();
+        buffer.replace(0, piece.size(), piece);
+        slot += buffer;
+    }
+    return slot;
+}
+
+TEST_P(InsertUnbounded, WritesTheWholeSlotAndLeavesTheStatedLength) {
+    std::string const source = Noise(GetParam());
+    recorder.Load(1, Noise(1000));
+    WriteSource("1", source);
+    EXPECT_EQ(recorder.Tool({"-Y", "1"}), (Outcome{0,
+                                                   notRunning + CopyingFrom("1", "filesystem") +
+                                                       Dots(slotSize) + Result(slotSize, slotSize),
+                                                   ""}));
+    fs::remove(recorder.Extracted(1));
+    EXPECT_EQ(recorder.Tool({"-X", "1"}).status, 0);
+    EXPECT_TRUE(ReadFile(recorder.Extracted(1)) == FilledUp(source));
+    EXPECT_EQ(recorder.Tool({"--lsm"}),
+              (Outcome{0,
+                       notRunning + StreamFileTable({{1, "ControlUnknown", "false", 0, 1000},
+                                                     {2, "ControlUnknown", "false", 0, 0},
+                                                     {3, "ControlUnknown", "false", 0, 0}},
+                                                    3),
+                       ""}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Insert, InsertUnbounded,
+                         testing::Values(0, 1, chunkSize, 3 * chunkSize + 5, slotSize + 1));
+
+TEST_F(Insert, WithoutASourceIsRefused) {
+    EXPECT_EQ(recorder.Tool({"-Y", "1"}),
+              (Outcome{99, notRunning,
+                       "Could not open outfile '" + recorder.Extracted(1).string() +
+                           "': 2No such file or directory\n" + Result(0, 0)}));
+    EXPECT_EQ(recorder.Tool({"-Y", "0"}),
+              (Outcome{99, notRunning, "File number is invalid: 0\n" + Result(0, 0)}));
+}
+
+TEST_F(Insert, IntoAFileThatThePoolDoesNotHaveIsRefused) {
+    WriteSource("4", "x");
+    EXPECT_EQ(recorder.Tool({"-Y", "4"}),
+              (Outcome{99, notRunning + CopyingFrom("4", "filesystem"),
+                       "could not open stream file: 2No such file or directory\n" + Result(0, 0)}));
+}
+
+// --- -y ----------------------------------------------------------------------------------------
+
+class InsertOfLength : public Insert, public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(InsertOfLength, IsReadBackTheSameAndKnownToTheService) {
+    std::string const content = Noise(GetParam());
+    WriteSource("clip", content);
+    recorder.StartService();
+    EXPECT_EQ(recorder.Tool({"-y", "2,clip"}),
+              (Outcome{0,
+                       "complete option string = [2,clip]\nfilenumstr = [2]\n"
+                       "destination file number = 2\noptarg_ less prefix = [clip]\n\n"
+                       "destination file number = 2\nsource file name = [clip.ts]\n\n" +
+                           Copied("clip", 2, content.size(), "success"),
+                       ""}));
+    EXPECT_NE(recorder.LogOf("StreamMgr")
+                  .find("stream file 2 has " + std::to_string(content.size()) + " bytes\n"),
+              std::string::npos)
+        << recorder.Log();
+    EXPECT_EQ(recorder.Tool({"--lsm"}),
+              (Outcome{0,
+                       StreamFileTable({{1, "ControlUnknown", "false", 0, 0},
+                                        {2, "ControlUnknown", "false", 0, content.size()},
+                                        {3, "ControlUnknown", "false", 0, 0}},
+                                       3),
+                       ""}));
+    if (!content.empty()) {
+        EXPECT_EQ(recorder.Tool({"-x", "2"}).status, 0);
+        EXPECT_TRUE(ReadFile(recorder.Extracted(2)) == content);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Insert, InsertOfLength,
+                         testing::Values(0, 1, chunkSize, 8 * chunkSize + 1, slotSize));
+
+// The chain of files, the table and the database say the same of a file that was recorded.
+TEST_F(Insert, OverARecordedFileChangesItsSizeEverywhere) {
+    recorder.StartService({"--record", "1=" CLIP_PATH, "--fast"});
+    ASSERT_TRUE(recorder.Logs(" stopped\n"));
+    WriteSource("1.day1", Noise(5000));
+    EXPECT_EQ(recorder.Tool({"-y", "1.day1.ts"}),
+              (Outcome{0,
+                       "complete option string = [1.day1.ts]\nfilenumstr = [1]\n"
+                       "destination file number = 1\n"
+                       "base filename for source file = [1.day1.ts]\nsuffixstr = [ts]\n"
+                       "optarg_ less suffix = [1.day1]\n\n"
+                       "destination file number = 1\nsource file name = [1.day1.ts]\n\n" +
+                           Copied("1.day1", 1, 5000, "success"),
+                       ""}));
+    EXPECT_EQ(recorder.Tool({"-F", "0"}).status, 0);
+    ASSERT_TRUE(recorder.Logs("StreamMgr:   file 1, 5000 bytes, "));
+    EXPECT_EQ(recorder.Tool({"--lsmi"}),
+              (Outcome{0, StreamFileTable({{1, "ControlUnknown", "true", 0, 5000}}, 3), ""}));
+}
+
+TEST_F(Insert, WithoutAServiceSaysThatNobodyWasTold) {
+    WriteSource("clip.mpg", Noise(100));
+    EXPECT_EQ(recorder.Tool({"-y", "3,clip.mpg"}),
+              (Outcome{0,
+                       notRunning +
+                           "complete option string = [3,clip.mpg]\nfilenumstr = [3]\n"
+                           "destination file number = 3\noptarg_ less prefix = [clip.mpg]\n"
+                           "suffixstr = [mpg]\n\n"
+                           "destination file number = 3\nsource file name = [clip.mpg.ts]\n\n" +
+                           Copied("clip.mpg", 3, 100, "fail"),
+                       ""}));
+}
+
+TEST_F(Insert, OfMoreThanASlotIsCutOff) {
+    WriteSource("2", Noise(slotSize + 10));
+    std::string const size = std::to_string(slotSize + 10);
+    EXPECT_EQ(
+        recorder.Tool({"-y", "2.ts"}),
+        (Outcome{0,
+                 notRunning +
+                     "complete option string = [2.ts]\nfilenumstr = [2]\n"
+                     "destination file number = 2\nbase filename for source file = [2.ts]\n"
+                     "suffixstr = [ts]\noptarg_ less suffix = [2]\n\n"
+                     "destination file number = 2\nsource file name = [2.ts]\n\n" +
+                     CopyingFrom("2", "file number 2") + "fstat returned a file size of " + size +
+                     " bytes\n" + Dots(slotSize) +
+                     "StreamMgrApi::UpdateFileSize() notify message returned: fail\n" +
+                     Result(slotSize + 10, slotSize),
+                 " unexpected EOF: fileSize=" + size + " expectedWrite=10  actualWrite=0\n"}));
+    EXPECT_EQ(recorder.Tool({"--lsmi"}).out,
+              notRunning + StreamFileTable({}, 3)); // full, and nobody's
+}
+
+struct OddArgument {
+    char const* text;
+    std::string out;
+    std::string err;
+};
+
+void PrintTo(OddArgument const& argument, std::ostream* stream) {
+    *stream << argument.text;
+}
+
+class OddInsert : public Insert, public testing::WithParamInterface<OddArgument> {};
+
+TEST_P(OddInsert, IsRefused) {
+    EXPECT_EQ(recorder.Tool({"-y", GetParam().text}),
+              (Outcome{99,
+                       notRunning + "complete option string = [" + GetParam().text + "]\n" +
+                           GetParam().out,
+                       GetParam().err}));
+}
+
+constexpr char const* noNumber = "error: comma implies a preceding destination file number.\n";
+std::string const number0 = "File number is invalid: 0\n" + Result(0, 0);
+
+INSTANTIATE_TEST_SUITE_P(
+    Insert, OddInsert,
+    testing::Values(
+        OddArgument{",clip", "", ""}, OddArgument{"x,clip", "filenumstr = [x]\n", noNumber},
+        OddArgument{"0,clip", "filenumstr = [0]\n", noNumber},
+        OddArgument{"-1,clip", "filenumstr = [-1]\n", noNumber},
+        OddArgument{"abc.ts", "filenumstr = [abc]\n", ""},
+        OddArgument{"12", "\ndestination file number = 0\nsource file name = [12.ts]\n\n", number0},
+        OddArgument{"", "\ndestination file number = 0\nsource file name = [.ts]\n\n", number0}));
+
+// --- writers beside each other -----------------------------------------------------------------
+
+TEST_F(Insert, IntoAFileThatIsBeingRecordedIsRefused) {
+    Child& service = recorder.StartService({"--record", "1=-"});
+    service.Type(ReadFile(CLIP_PATH));
+    recorder.WaitForData(1);
+    WriteSource("1", "x");
+    EXPECT_EQ(recorder.Tool({"-Y", "1"}), (Outcome{99, CopyingFrom("1", "filesystem"), busy}));
+    Outcome const byName = recorder.Tool({"-y", "1.ts"});
+    EXPECT_EQ(byName.status, 99);
+    EXPECT_EQ(byName.err, busy);
+    service.EndInput();
+    ASSERT_TRUE(recorder.Logs(" stopped\n"));
+    EXPECT_EQ(recorder.Tool({"-y", "1.ts"}).status, 0);
+}
+
+TEST_F(Insert, IsSeenInTheTableAndKeepsOthersOut) {
+    HeldWriter const held(recorder);
+    ASSERT_TRUE(held.tool->Says("."));
+    EXPECT_EQ(recorder.Tool({"--lsmi"}).out,
+              notRunning + StreamFileTable({{1, "ControlExternalProc", "false", 0, 0}}, 3));
+    WriteSource("x", "x");
+    EXPECT_EQ(recorder.Tool({"-y", "1,x"}).err, busy);
+}
+
+TEST_F(Insert, ThatWasKilledKeepsNobodyOut) {
+    HeldWriter held(recorder);
+    ASSERT_TRUE(held.tool->Says("."));
+    held.tool->Signal(SIGKILL);
+    EXPECT_EQ(held.tool->Finish().status, -SIGKILL);
+    WriteSource("x", "x");
+    EXPECT_EQ(recorder.Tool({"-y", "1,x"}).status, 0);
+    EXPECT_EQ(recorder.Tool({"--lsmi"}).out,
+              notRunning + StreamFileTable({{1, "ControlUnknown", "false", 0, 1}}, 3));
+    EXPECT_FALSE(recorder.IsRegistered(held.tool->Pid()));
+}
+
+TEST_F(Insert, ThatIsInterruptedGivesTheFileFree) {
+    HeldWriter held(recorder);
+    ASSERT_TRUE(held.tool->Says("."));
+    held.tool->Signal(SIGINT);
+    EXPECT_EQ(held.tool->Finish().status, 255);
+    EXPECT_FALSE(recorder.IsRegistered(held.tool->Pid()));
+    EXPECT_EQ(recorder.Tool({"--lsmi"}).out, notRunning + StreamFileTable({}, 3));
+}
+
+// Copying goes on for ever, since the bytes that the source stated never come.
+TEST_F(Insert, OfASourceThatShrinksIsEndedByAnInterrupt) {
+    fs::path const source = recorder.HardDisk() / "1.ts";
+    bool goesOn = false;
+    for (int attempt = 0; attempt < 20 && !goesOn; ++attempt) {
+        WriteFile(source, Noise(slotSize)); // may be copied before it shrinks; then once more
+        Child tool(recorder.ToolCommand({"-y", "1.ts"}));
+        ASSERT_TRUE(tool.Says("fstat returned a file size of " + slotText));
+        fs::resize_file(source, 0);
+        goesOn = tool.Says(Dots(slotSize * 2).substr(0, 100));
+        tool.Signal(SIGINT);
+        EXPECT_EQ(tool.Finish().status, goesOn ? 255 : 0);
+        EXPECT_FALSE(recorder.IsRegistered(tool.Pid()));
+    }
+    EXPECT_TRUE(goesOn);
+    EXPECT_EQ(recorder.Tool({"--lsm"}).out.find("ControlExternalProc"), std::string::npos);
+}
+
+} // namespace
+} // namespace e2e

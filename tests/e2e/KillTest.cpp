@@ -1,0 +1,129 @@
+// The service killed at any moment, and what the next start finds.
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <csignal>
+#include <list>
+#include <random>
+#include <sstream>
+
+#include "EventDatabase.h"
+#include "Events.h"
+#include "TransportStream.h"
+
+namespace e2e {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Kill : public testing::Test {
+protected:
+    static constexpr int files = 4;
+
+    Kill() { recorder.CreatePool(files); }
+
+    fs::path Database() const { return recorder.Root() / "events.db"; }
+    fs::path Backup() const { return recorder.Directory() / "backup"; }
+
+    // Records two streams while events are made and deleted and the database is backed up, and ends
+    // all that after so long.
+    void RecordAndKill(int delayMs) {
+        std::string const reids = fs::exists(Database()) ? Rows(Database(), "SELECT reid FROM event"
+                                                                            " ORDER BY id LIMIT 1")
+                                                         : "";
+        recorder.StartService(
+            {"--record", "1=" CLIP_PATH, "--record", "2=" CLIP_PATH, "--fast", "--loop"});
+        std::list<Child> clients;
+        for (Words const& request : {Words{"-d", FirstReid(reids)}, Words{"--bkupdb", Backup()},
+                                     Words{"--ratf", everySince2000}}) {
+            clients.emplace_back(recorder.ToolCommand(request));
+        }
+        poll(nullptr, 0, delayMs);
+        recorder.StopService(SIGKILL);
+        for (Child& client : clients) {
+            EXPECT_GE(client.Finish().status, 0); // whatever it says, it ends
+        }
+    }
+
+    // What the dead service left is looked at in a copy: looking at it would mend it.
+    void ExpectConsistentRemains() const {
+        fs::path const remains = recorder.Directory() / "remains";
+        fs::create_directory(remains);
+        for (char const* const name : {"events.db", "events.db-wal"}) {
+            if (fs::exists(recorder.Root() / name)) {
+                fs::copy_file(recorder.Root() / name, remains / name);
+            }
+        }
+        EXPECT_EQ(Faults(remains / "events.db"), "");
+        fs::remove_all(remains);
+        if (fs::exists(Backup())) {
+            EXPECT_EQ(Faults(Backup()), "");
+        }
+    }
+
+    // Every file that the database knows of has the ticks that it is said to have.
+    void ExpectThatFilesAreAsTheDatabaseKnows() const {
+        std::istringstream rows(Rows(Database(), "SELECT file_number, first_tick, last_tick,"
+                                                 " finished FROM file WHERE wiped = 0"));
+        int number = 0;
+        std::uint32_t first = 0;
+        std::uint32_t last = 0;
+        bool isFinished = false;
+        char bar = 0;
+        while (rows >> number >> bar >> first >> bar >> last >> bar >> isFinished) {
+            Outcome const shown = recorder.Tool({"--tickinfo", std::to_string(number)});
+            EXPECT_EQ(shown.err, "");
+            EXPECT_TRUE(isFinished);
+            ASSERT_GE(last, first);
+            EXPECT_EQ(Numbers(TicksShown(shown.out)), NumbersFrom(first, last - first + 1))
+                << "file " << number;
+        }
+    }
+
+    // The sizes in the table and in the database are the same.
+    void ExpectTablesInOrder(pid_t service) const {
+        std::string const listed = Replaced(recorder.Tool({"--lsm"}).out, " +", " ");
+        std::istringstream lines(listed.substr(listed.find("\n -", 2) + 1));
+        std::string sizes;
+        for (std::string line; std::getline(lines, line);) {
+            std::istringstream words(line);
+            std::string number;
+            std::string controller;
+            std::string isKnown;
+            std::string readers;
+            std::string size;
+            if (words >> number >> controller >> isKnown >> readers >> size &&
+                controller.starts_with("Control")) {
+                EXPECT_EQ(controller, "ControlUnknown") << listed;
+                sizes += isKnown == "true" ? number + '|' + size + '\n' : "";
+            }
+        }
+        EXPECT_EQ(sizes, Rows(Database(), "SELECT file_number, size FROM file WHERE wiped = 0"
+                                          " ORDER BY file_number"));
+        EXPECT_EQ(Replaced(recorder.Tool({"--lproc"}).out, " +", " "),
+                  " 0 " + std::to_string(service) + " " SERVICE_PATH " \n");
+    }
+
+    Recorder recorder;
+};
+
+TEST_F(Kill, AtAnyMomentLosesNothingThatWasFinished) {
+    constexpr int rounds = 25;
+    constexpr int longestDelayMs = 60;
+    std::minstd_rand random(1);
+    for (int round = 0; round < rounds && !HasFailure(); ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        RecordAndKill(static_cast<int>(random() % longestDelayMs));
+        ExpectConsistentRemains();
+        pid_t const service = recorder.StartService().Pid();
+        ExpectTablesInOrder(service);
+        ExpectThatFilesAreAsTheDatabaseKnows();
+        EXPECT_EQ(Faults(Database()), "");
+        EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
+    }
+    Outcome const check = recorder.PoolTool({"check"});
+    EXPECT_EQ(check.status, 0) << check;
+}
+
+} // namespace
+} // namespace e2e
