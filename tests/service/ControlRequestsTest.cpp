@@ -105,7 +105,7 @@ TEST_F(ControlRequestsTest, LogLevelThatDoesNotExistIsRefused) {
 }
 
 TEST_F(ControlRequestsTest, MalformedLogLevelIsRefused) {
-    for (std::size_t size : {0, 1, 3, 5}) {
+    for (std::size_t const size : {0U, 1U, 3U, 5U}) {
         Ask(setLogLevelRequest, std::vector<char>(size));
         BoolItem done(true);
         EXPECT_EQ(Answer(done), setLogLevelReply);

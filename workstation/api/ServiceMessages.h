@@ -24,7 +24,8 @@ constexpr unsigned int setLogLevelReply = 0x3683;   // BoolItem: false when ther
 // Subscriptions: UIntItem subscription id, UIntItem id of its notifications, and the item that
 // narrows it.
 constexpr unsigned int subscribeRequest = 0x3684;
-constexpr unsigned int subscribeReply = 0x3685; // BoolItem: false when there is no such notification
+constexpr unsigned int subscribeReply =
+    0x3685; // BoolItem: false when there is no such notification
 
 // Operations on events and files. Those without a reply of their own are answered with doneReply,
 // but for the first two, which are not answered at all.
