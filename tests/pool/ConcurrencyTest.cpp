@@ -9,8 +9,20 @@
 #include "pool/ChildProcess.h"
 #include "pool/TestRoot.h"
 
+#ifdef __has_feature
+#define STREAMMGR_HAS_FEATURE(feature) __has_feature(feature)
+#else
+#define STREAMMGR_HAS_FEATURE(feature) 0
+#endif
+
 namespace workstation {
 namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || STREAMMGR_HAS_FEATURE(address_sanitizer)
+constexpr bool hasAddressSanitizer = true;
+#else
+constexpr bool hasAddressSanitizer = false;
+#endif
 
 constexpr unsigned int length = 50000;
 
@@ -98,9 +110,9 @@ TEST_F(ConcurrencyTest, SixteenProcessesOfSixtyFourThreadsRead) {
 }
 
 TEST_F(ConcurrencyTest, ForksInTheMidstOfInitialisingFindNothingHeld) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the address sanitizer's own allocator may be held over a fork";
-#endif
+    if (hasAddressSanitizer) {
+        GTEST_SKIP() << "the address sanitizer's own allocator may be held over a fork";
+    }
     std::atomic<bool> stop = false;
     std::atomic<int> failures = 0;
     std::vector<std::thread> threads;

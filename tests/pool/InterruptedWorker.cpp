@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -14,7 +15,10 @@ namespace {
 
 StreamFileAccess fileAccess;
 
+std::atomic<bool> isEnding = false;
+
 void Terminate(int /*signal*/) {
+    isEnding = true;
     fileAccess.Unload();
     exit(-1); // NOLINT(cert-err33-c,bugprone-signal-handler): just what the tool does
 }
@@ -54,6 +58,9 @@ int main(int /*argc*/, char** argv) {
     }
     for (bool unload = false;; unload = !unload) {
         if (!WorkOnce(kind == "write")) {
+            while (isEnding) {
+                pause(); // the handler runs in another thread, and is about to end the process
+            }
             return 2;
         }
         if (unload && kind != "threads") {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cerrno>
+#include <cstring>
 #include <string>
-#include <system_error>
 #include <utility>
 
 namespace workstation {
@@ -22,7 +22,7 @@ inline bool Fail(Failure& why, int error, std::string text) {
 // The same for a system call that has just failed: errno and its text are added.
 inline bool FailWithErrno(Failure& why, std::string const& text) {
     int const error = errno;
-    return Fail(why, error, text + ": " + std::generic_category().message(error));
+    return Fail(why, error, text + ": " + std::strerror(error));
 }
 
 } // namespace workstation
