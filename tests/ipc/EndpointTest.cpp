@@ -18,12 +18,12 @@
 #include <memory>
 
 #include "IpcMessage.h"
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "ipc/Datagram.h"
 #include "ipc/RawSocket.h"
 #include "ipc/ServerThread.h"
 #include "ipc/Stopwatch.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "StreamFileAccess.h"
-#include "pool/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "pool/TestRoot.h"
 
 #ifdef __has_feature
@@ -104,7 +104,7 @@ TEST_F(ConcurrencyTest, SixteenProcessesOfSixtyFourThreadsRead) {
         child->Tell();
     }
     for (auto const& child : children) {
-        EXPECT_EQ(child->ExitStatus(), 0);
+        EXPECT_EQ(child->Wait(), 0);
     }
     EXPECT_EQ(UsedWords(), 0);
 }
@@ -126,12 +126,12 @@ TEST_F(ConcurrencyTest, ForksInTheMidstOfInitialisingFindNothingHeld) {
         });
     }
     for (int round = 0; round < 50; ++round) {
-        ChildProcess child([](auto const&) {
+        ChildProcess child([] {
             int const failed = ReadOne(2);
             StreamFileAccess().Unload();
             return failed;
         });
-        EXPECT_EQ(child.ExitStatus(), 0);
+        EXPECT_EQ(child.Wait(), 0);
     }
     stop = true;
     for (auto& thread : threads) {

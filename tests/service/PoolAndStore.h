@@ -11,7 +11,7 @@
 
 #include "Root.h"
 #include "StreamFileAccess.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 #include "service/LogFile.h"
