@@ -136,11 +136,11 @@ TEST_F(SubscribersTest, ManyThatDoNotReadKeepNobodyFromBeingTold) {
         sleepers.push_back(Open(name));
         subscribers_.Add(name, Subscription::recordStart, 100);
     }
-    Endpoint client = Open("Client");
-    subscribers_.Add("Client", Subscription::recordStart, 100);
+    Endpoint vigilant = Open("Vigilant");
+    subscribers_.Add("Vigilant", Subscription::recordStart, 100);
     for (int told = 0; told < 100; ++told) {
         subscribers_.Notify(Subscription::recordStart, Bytes("start"));
-        EXPECT_THAT(Received(client), ElementsAre("100 start")) << told;
+        EXPECT_THAT(Received(vigilant), ElementsAre("100 start")) << told;
     }
     EXPECT_EQ(subscribers_.Count(), 1U);
 }
