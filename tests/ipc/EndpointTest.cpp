@@ -256,6 +256,46 @@ TEST_F(EndpointTest, FullQueueIsNotWaitedForWithoutTime) {
     EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 0), 0);
 }
 
+// The kernel counts unread messages against the socket that they were sent from.
+TEST_F(EndpointTest, WhatManyLeaveUnreadDoesNotKeepAnotherFromItsMessages) {
+    Endpoint sender = MustOpen("Sender");
+    Endpoint reader = MustOpen("Reader");
+    int const before = OpenDescriptors();
+    std::vector<RawSocket> sleepers;
+    for (int number = 1; number <= 60; ++number) {
+        std::string const name = "Sleeper" + std::to_string(number);
+        sleepers.emplace_back(root_.Ipc() / name);
+        FillQueue(sender, name);
+        ASSERT_EQ(sender.Send("Reader", 7, {}, 0, 0), 0) << name;
+        auto const letter = reader.Receive();
+        ASSERT_TRUE(letter);
+        EXPECT_EQ(letter->sender, "Sender");
+    }
+    EXPECT_LE(OpenDescriptors(), before + 60 + 1);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root_.Ipc()), {}), 60 + 2);
+
+    // Nothing that was sent is lost, and answers still come to the one name.
+    for (RawSocket const& sleeper : sleepers) {
+        EXPECT_EQ(sleeper.Receive(), Datagram(1, 0, ""));
+    }
+    ASSERT_EQ(reader.Send("Sender", 8, {}, 0, 0), 0);
+    EXPECT_TRUE(sender.Receive());
+}
+
+TEST_F(EndpointTest, WhatAKilledProcessLeftDoesNotKeepItsSuccessorFromSending) {
+    std::filesystem::create_directories(root_.Ipc() / ".Sender");
+    { RawSocket const left(root_.Ipc() / ".Sender" / "Sender"); }
+    Endpoint const sender = MustOpen("Sender");
+    std::vector<RawSocket> sleepers;
+    for (int number = 1; number <= 60; ++number) {
+        std::string const name = "Sleeper" + std::to_string(number);
+        sleepers.emplace_back(root_.Ipc() / name);
+        ASSERT_EQ(sender.Send(name, 1, {}, 0, 0), 0) << name;
+        FillQueue(sender, name);
+    }
+    EXPECT_FALSE(std::filesystem::exists(root_.Ipc() / ".Sender"));
+}
+
 TEST_F(EndpointTest, FullQueueIsWaitedForInBoundedTime) {
     Endpoint const receiver = MustOpen("Receiver");
     Endpoint const sender = MustOpen("Sender");

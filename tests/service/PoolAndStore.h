@@ -76,6 +76,7 @@ private:
 
 public:
     std::vector<std::string> Log() const { return log_.Entries(); }
+    void AwaitLog(std::string const& text) const { log_.Await(text); }
 };
 
 // What a file holds with these ticks and sizes, one tick a second.
