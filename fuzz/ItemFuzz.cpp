@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Item.h"
-#include "Messages.h"
+#include "Require.h"
 #include "StreamMgrApi.h"
 #include "ipc/Datagram.h"
 #include "ipc/DecodeScope.h"

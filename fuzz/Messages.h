@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdlib>
 #include <span>
 #include <vector>
 
@@ -26,11 +25,6 @@ inline std::vector<FuzzedMessage> MessagesIn(std::span<unsigned char const> inpu
         input = input.subspan(headSize + length);
     }
     return messages;
-}
-
-inline void Require(bool condition) {
-    if (!condition)
-        std::abort();
 }
 
 } // namespace workstation

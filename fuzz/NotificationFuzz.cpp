@@ -7,10 +7,11 @@
 #include "LinxIpc.h"
 #include "LogClient.h"
 #include "Messages.h"
+#include "Require.h"
 #include "StreamMgrCli.h"
 #include "ipc/Datagram.h"
 #include "ipc/RawSocket.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 

@@ -9,17 +9,18 @@
 #include "Item.h"
 #include "LogClient.h"
 #include "Messages.h"
+#include "Require.h"
 #include "Root.h"
 #include "StreamFileAccess.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
-#include "ipc/TemporaryRoot.h"
 #include "pool/PoolImage.h"
 #include "service/ControlRequests.h"
 #include "service/EventRequests.h"
 #include "service/FileRing.h"
 #include "service/StorageNews.h"
 #include "service/SubscriptionRequests.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 

@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "ipc/ServerThread.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
 
 using namespace workstation;

@@ -7,7 +7,7 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "ipc/ServerThread.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
 
 using namespace workstation;
