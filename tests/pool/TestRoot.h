@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Root.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 
@@ -33,7 +34,9 @@ public:
 
     std::string const& Path() const { return path_; }
     std::string Pool() const { return path_ + "/pool"; }
-    std::string ProcessTable() const { return path_ + "/shm/process_table"; }
+    std::string ProcessTable() const {
+        return path_ + "/shm/" + std::filesystem::path(ProcessTablePath()).filename().string();
+    }
 
     // Makes this directory the recorder's again, after another one was.
     void Use() const { setenv("STREAMMGR_ROOT", path_.c_str(), 1); }
