@@ -1,6 +1,7 @@
 # Toolchain of the recorder's processor: 32-bit big-endian PowerPC, run under emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ppc)
+set(CMAKE_C_COMPILER powerpc-linux-gnu-gcc) # GoogleTest asks for one
 set(CMAKE_CXX_COMPILER powerpc-linux-gnu-g++)
 set(CMAKE_STRIP powerpc-linux-gnu-strip)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-ppc -L /usr/powerpc-linux-gnu)

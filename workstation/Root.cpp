@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cstdlib>
 #include <optional>
 #include <vector>
@@ -54,7 +55,8 @@ std::string IpcDirectory() {
 }
 
 std::string ProcessTablePath() {
-    return RootDirectory() + "/shm/process_table";
+    constexpr bool isLittleEndian = std::endian::native == std::endian::little;
+    return RootDirectory() + "/shm/process_table" + (isLittleEndian ? "" : ".big-endian");
 }
 
 std::string DatabasePath() {

@@ -15,7 +15,8 @@ std::string PoolPath();
 // The directory with the socket of each IPC endpoint.
 std::string IpcDirectory();
 
-// The table of processes that have stream files open.
+// The table of processes that have stream files open. Its words are the machine's: processes of
+// the other byte order, as under emulation, have another.
 std::string ProcessTablePath();
 
 // The service's event database.

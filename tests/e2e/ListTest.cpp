@@ -4,10 +4,10 @@
 
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 
 #include "ProcessList.h"
+#include "ProcessTable.h"
 #include "StreamFileTable.h"
 
 namespace e2e {
@@ -131,9 +131,8 @@ private:
     }
 
     void WriteWord(std::streamoff offset, std::int32_t word) const {
-        std::string bytes(sizeof word, '\0');
-        std::memcpy(bytes.data(), &word, sizeof word);
-        WritePiece(recorder.Root() / "shm/process_table", offset, bytes);
+        WritePiece(ProcessTablePath(recorder, ToolsByteOrder()), offset,
+                   Word(word, ToolsByteOrder()));
     }
 };
 
@@ -192,7 +191,7 @@ TEST_F(ProcessTable, ShowsTheFirstBytesOfALongCommandLine) {
 
 TEST_F(ProcessTable, ThatIsMissingOrDamagedIsTold) {
     Outcome const failed{99, notRunning + "failed to initialize shared memory\n", ""};
-    fs::path const table = recorder.Root() / "shm/process_table";
+    fs::path const table = ProcessTablePath(recorder, ToolsByteOrder());
     fs::resize_file(table, fs::file_size(table) - 1);
     EXPECT_EQ(recorder.Tool({"--lproc"}), failed);
     WriteFile(table, std::string(28 + 128 * 772, '\xFF'));

@@ -10,6 +10,7 @@
 
 #include "FileDescriptor.h"
 #include "ProcessList.h"
+#include "ProcessTable.h"
 
 namespace e2e {
 namespace {
@@ -189,8 +190,11 @@ TEST_F(Held, ProcessThatIsKilledIsNotListedAndItsRecordIsUsedAgain) {
     EXPECT_TRUE(recorder.IsRegistered(killed));
     EXPECT_EQ(ListProcesses(recorder), (Outcome{0, notRunning, ""}));
     pid_t const service = recorder.StartService().Pid();
+    if (ToolsByteOrder() != std::endian::native) {
+        recorder.Tool({"--lsm"}); // whoever works on the same table does it
+    }
     EXPECT_FALSE(recorder.IsRegistered(killed));
-    EXPECT_EQ(ListProcesses(recorder), (Outcome{0, ListedProcess(0, service, {SERVICE_PATH}), ""}));
+    EXPECT_EQ(ListProcesses(recorder), (Outcome{0, ListedService(service), ""}));
 }
 
 TEST_F(Held, ProcessThatIsInterruptedEndsWithoutATrace) {

@@ -6,6 +6,8 @@
 #include <regex>
 #include <sstream>
 
+#include "ProcessTable.h"
+
 namespace e2e {
 namespace {
 
@@ -45,6 +47,15 @@ std::string ListedProcess(int record, pid_t pid, Words const& commandLine,
         text << "       - HANDLE file: " << file << '\n';
     }
     return text.str();
+}
+
+std::string ListedService(pid_t pid, Words const& arguments, std::vector<int> const& files) {
+    if (ToolsByteOrder() != std::endian::native) {
+        return "";
+    }
+    Words commandLine{SERVICE_PATH};
+    commandLine.insert(commandLine.end(), arguments.begin(), arguments.end());
+    return ListedProcess(0, pid, commandLine, files);
 }
 
 Outcome ListProcesses(Recorder const& recorder) {

@@ -14,6 +14,10 @@ namespace e2e {
 std::string ListedProcess(int record, pid_t pid, Words const& commandLine,
                           std::vector<int> const& files = {});
 
+// The service likewise, which is there for a tool of its byte order only.
+std::string ListedService(pid_t pid, Words const& arguments = {},
+                          std::vector<int> const& files = {});
+
 // What --lproc says, with HANDLE for the handles and the threads of a process by their files.
 Outcome ListProcesses(Recorder const& recorder);
 

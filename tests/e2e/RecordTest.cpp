@@ -191,13 +191,12 @@ TEST_F(Record, IsSeenInTheSharedTables) {
     std::string const table = StreamFileTable({{1, "ControlStream2", "false", 0, 1000}}, 2);
     EXPECT_EQ(listed, (Outcome{0, Replaced(table, "   0 +1000\n", "   0 SIZE\n"), ""}));
 
-    Words const commandLine{SERVICE_PATH, "--record", "2=-"};
+    Words const arguments{"--record", "2=-"};
     EXPECT_EQ(ListProcesses(recorder),
-              (Outcome{0, ListedProcess(0, service.Pid(), commandLine, {1}), ""}));
+              (Outcome{0, ListedService(service.Pid(), arguments, {1}), ""}));
     service.EndInput();
     ASSERT_TRUE(recorder.Logs(stopped));
-    EXPECT_EQ(ListProcesses(recorder),
-              (Outcome{0, ListedProcess(0, service.Pid(), commandLine), ""}));
+    EXPECT_EQ(ListProcesses(recorder), (Outcome{0, ListedService(service.Pid(), arguments), ""}));
 }
 
 // --- sources that are not as they should be ----------------------------------------------------

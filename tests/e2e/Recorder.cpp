@@ -17,6 +17,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "ProcessTable.h"
+
 namespace e2e {
 namespace {
 
@@ -40,7 +42,7 @@ Words ToolWords() {
     for (std::string word; prefix >> word;) {
         words.push_back(word);
     }
-    words.push_back(Variable("STREAMMGR_TEST_TOOL", TOOL_PATH));
+    words.push_back(ToolPath());
     return words;
 }
 
@@ -66,6 +68,14 @@ void WritePidof(fs::path const& directory) {
 }
 
 } // namespace
+
+std::string ToolPath() {
+    return Variable("STREAMMGR_TEST_TOOL", TOOL_PATH);
+}
+
+bool ToolIsEmulated() {
+    return ToolWords().size() > 1;
+}
 
 Recorder::Recorder() {
     for (fs::path const& directory : {Root(), HardDisk(), Directory() / "bin"}) {
@@ -177,15 +187,14 @@ Outcome Recorder::StopService(int signal) {
 }
 
 bool Recorder::IsRegistered(pid_t pid) const {
-    std::string const table = ReadFile(Root() / "shm/process_table");
-    for (std::size_t record = 0; record < processRecordCount; ++record) {
-        std::size_t const offset = processTableHeaderSize + record * processRecordSize;
-        std::int32_t registered = 0;
-        if (offset + sizeof registered <= table.size()) {
-            std::memcpy(&registered, table.data() + offset, sizeof registered);
-        }
-        if (registered == pid) {
-            return true;
+    for (std::endian const order : {std::endian::native, ToolsByteOrder()}) {
+        std::string const table = ReadFile(ProcessTablePath(*this, order));
+        std::string const word = Word(pid, order);
+        for (std::size_t record = 0; record < processRecordCount; ++record) {
+            std::size_t const offset = processTableHeaderSize + record * processRecordSize;
+            if (offset < table.size() && table.compare(offset, word.size(), word) == 0) {
+                return true;
+            }
         }
     }
     return false;

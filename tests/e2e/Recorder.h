@@ -24,6 +24,10 @@ inline std::string const notRunning = "StreamMgr is currently NOT running\n";
 std::string ReadFile(std::filesystem::path const& path);
 void WriteFile(std::filesystem::path const& path, std::string const& content);
 
+// The tool under test, and whether an emulator runs it, each start of which takes its time.
+std::string ToolPath();
+bool ToolIsEmulated();
+
 // Everything lies in one temporary directory, which goes with the object. The tool sees only the
 // service of this recorder, so that tests can run side by side.
 class Recorder {
@@ -70,7 +74,7 @@ public:
     // Ends the service with a signal and waits for its end.
     Outcome StopService(int signal);
 
-    // Whether the process table has a record of the process.
+    // Whether a process table has a record of the process.
     bool IsRegistered(pid_t pid) const;
 
 private:

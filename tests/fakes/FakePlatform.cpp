@@ -111,7 +111,7 @@ std::optional<Answer> FakePlatform::Enter(std::string_view object, std::string c
 long FakePlatform::Ask(std::string_view object, std::string const& call,
                        std::string const& arguments, long usual) {
     auto const answer = Enter(object, call, arguments);
-    return answer ? answer->value : usual;
+    return answer ? static_cast<long>(answer->value) : usual;
 }
 
 void FakePlatform::Note(std::string line) {

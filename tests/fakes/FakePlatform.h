@@ -23,7 +23,7 @@ class LinxIpc;
 
 // What a scripted call answers; `error` becomes errno.
 struct Answer {
-    long value = 0;
+    long long value = 0;
     int error = 0;
 };
 

@@ -5,6 +5,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cstdlib>
 
 using namespace workstation;
@@ -69,6 +70,8 @@ TEST_F(RootTest, FilesLieUnderTheRoot) {
     setenv("STREAMMGR_ROOT", "/srv/recorder", 1);
     EXPECT_EQ(PoolPath(), "/srv/recorder/pool");
     EXPECT_EQ(IpcDirectory(), "/srv/recorder/ipc");
-    EXPECT_EQ(ProcessTablePath(), "/srv/recorder/shm/process_table");
+    EXPECT_EQ(ProcessTablePath(), std::endian::native == std::endian::little
+                                      ? "/srv/recorder/shm/process_table"
+                                      : "/srv/recorder/shm/process_table.big-endian");
     EXPECT_EQ(DatabasePath(), "/srv/recorder/events.db");
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Root.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 #include "support/TemporaryRoot.h"
@@ -24,7 +25,9 @@ public:
 
     std::string Path() const { return root_.Path(); }
     std::string Pool() const { return root_.Path() / "pool"; }
-    std::string ProcessTable() const { return root_.Path() / "shm/process_table"; }
+    std::string ProcessTable() const {
+        return root_.Path() / "shm" / std::filesystem::path(ProcessTablePath()).filename();
+    }
 
     // Makes this directory the recorder's again, after another one was.
     void Use() const { root_.Use(); }

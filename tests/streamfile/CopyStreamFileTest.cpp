@@ -181,7 +181,7 @@ TEST_F(CopyStreamFileTest, LengthThatCannotBeHadIsToldWithTheSystemsReason) {
     PutOnHardDisk(output, "old");
     platform.AddStreamFiles({number}, 200);
     for (int ordinal = 1; ordinal <= 2; ++ordinal) {
-        platform.Script("DataLength", ordinal, {ordinal == 1 ? -1 : -2147483648L, EIO});
+        platform.Script("DataLength", ordinal, {ordinal == 1 ? -1 : -2147483648LL, EIO});
         EXPECT_FALSE(Copy());
     }
     ExpectCounters(untouched, 0);

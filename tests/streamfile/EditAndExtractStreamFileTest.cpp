@@ -177,7 +177,7 @@ TEST_F(EditTest, BytesCountIsAddedToAndWrapsAt32Bits) {
     long const moved = length + cut.prologEnd + cut.EpilogSize(length);
     bytesCount = 2147483647L;
     EXPECT_TRUE(Edit(cut));
-    ExpectCounters(length, -2147483648L + moved - 1);
+    ExpectCounters(length, -2147483647L - 1 + moved - 1);
 }
 
 TEST_F(EditTest, LongerFileOfThatNameIsReplaced) {

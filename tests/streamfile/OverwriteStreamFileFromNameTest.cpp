@@ -128,7 +128,7 @@ TEST_F(InsertByNameTest, SizeThatCannotBeHadIsToldWithoutAReason) {
     std::string err;
     std::string calls;
     int ordinal = 0;
-    for (Answer const& answer : {Fail(EIO), Answer{0x7fffffffL + 1}, Answer{0x7fffffffL + 100}}) {
+    for (Answer const& answer : {Fail(EIO), Answer{0x80000000LL}, Answer{0x80000063LL}}) {
         platform.Script("fstat", ++ordinal, answer);
         EXPECT_FALSE(Insert());
         out += CopyingLine();
