@@ -81,8 +81,9 @@ void CheckTarget(std::string const& path, std::string const& source) {
 std::string const copySuffix = ".StreamMgr-backup-";
 constexpr std::size_t randomSize = 6;
 
+// The copy itself goes last: while it is there, what a kill leaves of the others is found by it.
 void RemoveCopy(std::string const& path) {
-    for (char const* const suffix : {"", "-wal", "-shm", "-journal"}) {
+    for (char const* const suffix : {"-wal", "-shm", "-journal", ""}) {
         unlink((path + suffix).c_str());
     }
 }
