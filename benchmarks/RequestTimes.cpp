@@ -1,5 +1,7 @@
 // How long requests to a running StreamMgr take, and how many notifications a subscriber takes.
+// Usage: request_times TOOL, the path of a StreamMgrCli.
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
@@ -13,6 +15,7 @@
 #include "Item.h"
 #include "LinxIpc.h"
 #include "LinxServerNameList.h"
+#include "MeasuredCommand.h"
 #include "StreamMgrApi.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Endpoint.h"
@@ -43,6 +46,16 @@ bool Measure(char const* name, int count, std::function<bool()> const& operation
     return true;
 }
 
+// Delivered only: nothing answers a ping.
+bool Ping(LinxIpc& ipc) {
+    constexpr char text[] = "ping";
+    IpcMessage request;
+    return request.Allocate(workstation::pingRequest, sizeof text, nullptr) == 0 &&
+           request.Fill(text, sizeof text) == 0 &&
+           ipc.Request(LinxServerNameList::Instance()->Name(e_StreamMgr), request, 0, -1,
+                       nullptr) == 0;
+}
+
 bool AskLogLevel(LinxIpc& ipc) {
     IpcMessage request;
     IpcMessage reply;
@@ -61,6 +74,19 @@ bool RecordAfterTheFact(LinxIpc& ipc) {
                                             static_cast<long>(now), reid, 5000,
                                             StreamMgrApi::EventStreamBoth) &&
            StreamMgrApi::DeleteEvent(reid, ipc);
+}
+
+// The last hour, as --ratf takes it.
+std::string LastHour() {
+    auto const text = [](std::time_t time) {
+        tm local{};
+        localtime_r(&time, &local);
+        std::array<char, 16> buffer{};
+        std::strftime(buffer.data(), buffer.size(), "%m%d%y-%H%M%S", &local);
+        return std::string(buffer.data());
+    };
+    std::time_t const now = std::time(nullptr);
+    return text(now - 3600) + "," + text(now);
 }
 
 // One sender as fast as the subscriber takes what it sends.
@@ -88,7 +114,12 @@ bool MeasureNotifications(LinxIpc& subscriber, std::string const& name) {
 
 } // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::cerr << "Usage: request_times TOOL" << std::endl;
+        return 2;
+    }
+    std::string const tool = argv[1];
     std::string const name = "StreamMgrCli_benchmark";
     LinxIpc ipc(name);
     if (ipc.Init() != 0) {
@@ -97,8 +128,13 @@ int main() {
     }
     std::printf("%-34s %8s %8s %8s %8s\n", "microseconds", "median", "90 %", "99 %", "longest");
     bool const good =
+        Measure("ping, delivered", 5000, [&] { return Ping(ipc); }) &&
         Measure("request with an answer", 5000, [&] { return AskLogLevel(ipc); }) &&
         Measure("record after the fact, delete", 200, [&] { return RecordAfterTheFact(ipc); }) &&
+        Measure("StreamMgrCli --ping, the process", 100,
+                [&] { return benchmarks::Measure({tool, "--ping"}).has_value(); }) &&
+        Measure("StreamMgrCli --ratf, the process", 100,
+                [&] { return benchmarks::Measure({tool, "--ratf", LastHour()}).has_value(); }) &&
         MeasureNotifications(ipc, name);
     return good ? 0 : 1;
 }

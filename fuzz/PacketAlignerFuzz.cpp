@@ -2,9 +2,9 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
+#include "Require.h"
 #include "service/recording/PacketAligner.h"
 
 using namespace workstation;
@@ -14,11 +14,6 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t longestStream = 16 << 10;
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 // Packets around pieces of the input, so that the aligner finds sync, and loses it.
 Bytes MakeStream(FuzzedDataProvider& input) {

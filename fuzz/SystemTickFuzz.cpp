@@ -2,9 +2,9 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
+#include "Require.h"
 #include "TsHelper.h"
 #include "ts/SystemTickPacket.h"
 
@@ -14,12 +14,6 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 using Ticks = std::vector<std::pair<unsigned int, StreamMetadata>>;
-
-void Require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 bool Same(StreamMetadata const& left, StreamMetadata const& right) {
     return left.tick == right.tick && left.time == right.time &&

@@ -2,24 +2,14 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
+#include "Require.h"
 #include "TsHelper.h"
 #include "ts/SystemTickPacket.h"
 #include "ts/TickInserter.h"
 
 using namespace workstation;
-
-namespace {
-
-void Require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
-
-} // namespace
 
 // The ticks stand in front of the packet and count up, the packet is passed on as it is.
 extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {

@@ -5,7 +5,7 @@
 #include <signal.h>
 
 #include "StreamFileAccess.h"
-#include "pool/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "pool/RootLock.h"
 #include "pool/TestRoot.h"
 
@@ -208,9 +208,8 @@ TEST_F(CheckTest, KilledWriterIsFoundInBothTables) {
     });
     ASSERT_TRUE(writer.Await());
     EXPECT_EQ(Check(true), Lines{}) << "it is alive";
-    writer.Signal(SIGKILL);
     std::string const pid = std::to_string(writer.Pid());
-    writer.Wait();
+    writer.Kill();
     Lines const findings = {"stream file 2: controller 4 without a live writer",
                             "process table: process " + pid + " is gone"};
     EXPECT_EQ(Check(false), (Lines{"(remains) " + findings[0], "(remains) " + findings[1]}));
@@ -239,9 +238,8 @@ TEST_F(CheckTest, RecordsCannotBeClearedWithoutAPool) {
         return 0;
     });
     ASSERT_TRUE(reader.Await());
-    reader.Signal(SIGKILL);
     std::string const pid = std::to_string(reader.Pid());
-    reader.Wait();
+    reader.Kill();
     std::filesystem::resize_file(root_.Pool(), 100);
     EXPECT_EQ(Check(true)[1], "(remains) process table: process " + pid +
                                   " is gone; not repaired: the pool cannot be opened");

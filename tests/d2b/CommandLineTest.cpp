@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "pool/ChildProcess.h"
+#include "support/ChildProcess.h"
+#include "support/Execute.h"
 #include "pool/TestRoot.h"
 
 namespace workstation {
@@ -21,12 +22,12 @@ protected:
         std::string const out = root_.Path() + "/stdout";
         std::string const err = root_.Path() + "/stderr";
         arguments.insert(arguments.begin(), D2B_PROGRAM);
-        ChildProcess program([&](auto const&) {
+        ChildProcess program([&] {
             dup2(open(out.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), STDOUT_FILENO);
             dup2(open(err.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), STDERR_FILENO);
             return Execute(arguments);
         });
-        int const status = program.ExitStatus();
+        int const status = program.Wait();
         return {status, BytesOf(out), BytesOf(err)};
     }
 

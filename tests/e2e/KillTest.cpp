@@ -105,6 +105,19 @@ protected:
                   Replaced(ListedService(service), " +", " "));
     }
 
+    // Services that were killed in a backup have left unfinished copies.
+    void ExpectThatABackupLeavesNothingElse() {
+        recorder.StartService();
+        EXPECT_EQ(recorder.Tool({"--bkupdb", Backup()}),
+                  (Outcome{0, "backup successful\n", ""}));
+        EXPECT_EQ(Faults(Backup()), "");
+        recorder.StopService(SIGTERM);
+        for (auto const& entry : fs::directory_iterator(recorder.Directory())) {
+            std::string const name = entry.path().filename();
+            EXPECT_TRUE(name == "backup" || !name.starts_with("backup")) << name;
+        }
+    }
+
     Recorder recorder;
 };
 
@@ -122,6 +135,7 @@ TEST_F(Kill, AtAnyMomentLosesNothingThatWasFinished) {
         EXPECT_EQ(Faults(Database()), "");
         EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
     }
+    ExpectThatABackupLeavesNothingElse();
     Outcome const check = recorder.PoolTool({"check"});
     EXPECT_EQ(check.status, 0) << check;
 }

@@ -80,22 +80,11 @@ bool ToolIsEmulated() {
 }
 
 Recorder::Recorder() {
-    std::string name = (fs::temp_directory_path() / "streammgr-e2e-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error(name + ": " + std::strerror(errno));
-    }
-    directory_ = name;
-    for (fs::path const& directory : {Root(), HardDisk(), directory_ / "bin"}) {
+    for (fs::path const& directory : {Root(), HardDisk(), Directory() / "bin"}) {
         fs::create_directory(directory);
     }
     fs::permissions(Root(), fs::perms::owner_all);
-    WritePidof(directory_);
-}
-
-Recorder::~Recorder() {
-    service_.reset();
-    std::error_code ignored;
-    fs::remove_all(directory_, ignored);
+    WritePidof(Directory());
 }
 
 fs::path Recorder::Extracted(int number) const {
@@ -116,7 +105,7 @@ std::string Recorder::LogOf(std::string const& process) const {
 bool Recorder::Logs(std::string const& text, int times) const {
     auto const deadline = std::chrono::steady_clock::now() + patience;
     workstation::FileDescriptor const changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (inotify_add_watch(changes.Get(), directory_.c_str(), IN_MODIFY | IN_CREATE) < 0) {
+    if (inotify_add_watch(changes.Get(), directory_.Path().c_str(), IN_MODIFY | IN_CREATE) < 0) {
         throw std::runtime_error(std::string("inotify: ") + std::strerror(errno));
     }
     while (Count(Log(), text) < times) {
@@ -153,7 +142,7 @@ Command Recorder::ToolCommand(Words const& arguments) const {
     Command command = ServiceCommand();
     command.words = ToolWords();
     Append(command.words, arguments);
-    command.environment["PATH"] = (directory_ / "bin").string() + ':' + Variable("PATH", "/bin");
+    command.environment["PATH"] = (Directory() / "bin").string() + ':' + Variable("PATH", "/bin");
     return command;
 }
 
@@ -163,7 +152,7 @@ void Recorder::CreatePool(int files) {
 }
 
 void Recorder::Load(int number, std::string const& content) const {
-    auto const source = directory_ / "loaded";
+    auto const source = Directory() / "loaded";
     WriteFile(source, content);
     auto const outcome = RunToEnd(PoolToolCommand({"load", std::to_string(number), source}));
     fs::remove(source);
@@ -175,7 +164,7 @@ Child& Recorder::StartService(Words const& arguments) {
     if (!service_->Says("StreamMgr: ready\n")) {
         throw std::runtime_error("the service does not start: " + service_->Finish().err);
     }
-    WriteFile(directory_ / "service.pid", std::to_string(service_->Pid()) + '\n');
+    WriteFile(Directory() / "service.pid", std::to_string(service_->Pid()) + '\n');
     return *service_;
 }
 
@@ -195,7 +184,7 @@ Outcome Recorder::StopService(int signal) {
     service_->Signal(signal);
     Outcome outcome = service_->Finish();
     service_.reset();
-    fs::remove(directory_ / "service.pid");
+    fs::remove(Directory() / "service.pid");
     return outcome;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Child.h"
+#include "support/TemporaryDirectory.h"
 
 namespace e2e {
 
@@ -37,17 +38,16 @@ bool ToolIsEmulated(); // each start then takes its time
 class Recorder {
 public:
     Recorder();
-    ~Recorder();
 
     Recorder(Recorder const&) = delete;
     Recorder& operator=(Recorder const&) = delete;
 
-    std::filesystem::path Directory() const { return directory_; }
-    std::filesystem::path Root() const { return directory_ / "root"; }
+    std::filesystem::path Directory() const { return directory_.Path(); }
+    std::filesystem::path Root() const { return Directory() / "root"; }
     std::filesystem::path Pool() const { return Root() / "pool"; }
-    std::filesystem::path HardDisk() const { return directory_ / "hd"; }
+    std::filesystem::path HardDisk() const { return Directory() / "hd"; }
     std::filesystem::path Extracted(int number) const;
-    std::filesystem::path LogPath() const { return directory_ / "log"; }
+    std::filesystem::path LogPath() const { return Directory() / "log"; }
     std::string Log() const { return ReadFile(LogPath()); }
 
     // What one process wrote into the log, one entry a line, without the time and its name.
@@ -83,8 +83,8 @@ public:
     bool IsRegistered(pid_t pid) const;
 
 private:
-    std::filesystem::path directory_;
-    std::unique_ptr<Child> service_;
+    TemporaryDirectory directory_;
+    std::unique_ptr<Child> service_; // ends before the directory goes
 };
 
 // Bytes without any repetition that a misplaced chunk could hide behind.

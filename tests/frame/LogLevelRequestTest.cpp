@@ -11,7 +11,7 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "ipc/ServerThread.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 

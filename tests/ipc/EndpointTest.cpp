@@ -18,12 +18,12 @@
 #include <memory>
 
 #include "IpcMessage.h"
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "ipc/Datagram.h"
 #include "ipc/RawSocket.h"
 #include "ipc/ServerThread.h"
 #include "ipc/Stopwatch.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 
@@ -254,6 +254,46 @@ TEST_F(EndpointTest, FullQueueIsNotWaitedForWithoutTime) {
     while (receiver.Receive()) {
     }
     EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 0), 0);
+}
+
+// The kernel counts unread messages against the socket that they were sent from.
+TEST_F(EndpointTest, WhatManyLeaveUnreadDoesNotKeepAnotherFromItsMessages) {
+    Endpoint sender = MustOpen("Sender");
+    Endpoint reader = MustOpen("Reader");
+    int const before = OpenDescriptors();
+    std::vector<RawSocket> sleepers;
+    for (int number = 1; number <= 60; ++number) {
+        std::string const name = "Sleeper" + std::to_string(number);
+        sleepers.emplace_back(root_.Ipc() / name);
+        FillQueue(sender, name);
+        ASSERT_EQ(sender.Send("Reader", 7, {}, 0, 0), 0) << name;
+        auto const letter = reader.Receive();
+        ASSERT_TRUE(letter);
+        EXPECT_EQ(letter->sender, "Sender");
+    }
+    EXPECT_LE(OpenDescriptors(), before + 60 + 1);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root_.Ipc()), {}), 60 + 2);
+
+    // Nothing that was sent is lost, and answers still come to the one name.
+    for (RawSocket const& sleeper : sleepers) {
+        EXPECT_EQ(sleeper.Receive(), Datagram(1, 0, ""));
+    }
+    ASSERT_EQ(reader.Send("Sender", 8, {}, 0, 0), 0);
+    EXPECT_TRUE(sender.Receive());
+}
+
+TEST_F(EndpointTest, WhatAKilledProcessLeftDoesNotKeepItsSuccessorFromSending) {
+    std::filesystem::create_directories(root_.Ipc() / ".Sender");
+    { RawSocket const left(root_.Ipc() / ".Sender" / "Sender"); }
+    Endpoint const sender = MustOpen("Sender");
+    std::vector<RawSocket> sleepers;
+    for (int number = 1; number <= 60; ++number) {
+        std::string const name = "Sleeper" + std::to_string(number);
+        sleepers.emplace_back(root_.Ipc() / name);
+        ASSERT_EQ(sender.Send(name, 1, {}, 0, 0), 0) << name;
+        FillQueue(sender, name);
+    }
+    EXPECT_FALSE(std::filesystem::exists(root_.Ipc() / ".Sender"));
 }
 
 TEST_F(EndpointTest, FullQueueIsWaitedForInBoundedTime) {

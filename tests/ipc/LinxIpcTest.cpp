@@ -12,13 +12,13 @@
 
 #include "IpcMessage.h"
 #include "Item.h"
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "ipc/Endpoint.h"
 #include "ipc/Payload.h"
 #include "ipc/RawSocket.h"
 #include "ipc/ServerThread.h"
 #include "ipc/Stopwatch.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;
 using workstation::Endpoint;

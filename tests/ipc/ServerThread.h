@@ -7,7 +7,7 @@
 #include <thread>
 #include <utility>
 
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "ipc/Endpoint.h"
 
 // Serves a name from construction to destruction; `script` then has the endpoint to itself, in a

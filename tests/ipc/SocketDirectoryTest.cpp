@@ -6,9 +6,9 @@
 
 #include <fstream>
 
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "ipc/RawSocket.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 

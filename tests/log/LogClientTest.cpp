@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 namespace {
 

@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "log/LogEntry.h"
 
 using testing::ElementsAre;

@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "StreamFileAccess.h"
-#include "pool/ChildProcess.h"
 #include "pool/TestRoot.h"
+#include "support/ChildProcess.h"
 
 #ifdef __has_feature
 #define STREAMMGR_HAS_FEATURE(feature) __has_feature(feature)
@@ -104,9 +104,87 @@ TEST_F(ConcurrencyTest, SixteenProcessesOfSixtyFourThreadsRead) {
         child->Tell();
     }
     for (auto const& child : children) {
-        EXPECT_EQ(child->ExitStatus(), 0);
+        EXPECT_EQ(child->Wait(), 0);
     }
     EXPECT_EQ(UsedWords(), 0);
+}
+
+// Writes a file over and over: its bytes become 'a', 'b', ... in turn, its length one more each
+// time.
+int WriteOver(int number, int rounds) {
+    for (int round = 1; round <= rounds; ++round) {
+        StreamFileAccess file(number, false, StreamMgrFileMgmnt::ControlExternalProc);
+        std::vector<unsigned char> bytes(length, static_cast<unsigned char>('a' + round % 26));
+        if (file.Write(bytes.data(), length) != static_cast<int>(length) ||
+            file.Truncate(static_cast<long>(length) + round) != 0) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+// Reads the file once; whether every byte is one of those that stood there at some time.
+bool ReadsWhatWasWritten(int number) {
+    StreamFileAccess file(number, 0);
+    std::vector<unsigned char> bytes(length);
+    auto const old = Pattern(length);
+    if (file.Read(bytes.data(), length, false) != static_cast<int>(length)) {
+        return false;
+    }
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        bool const isNew = bytes[at] >= 'a' && bytes[at] <= 'z';
+        if (!isNew && bytes[at] != old[at]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+TEST_F(ConcurrencyTest, WritersAmongReadersLoseNoUpdateOfTheTable) {
+    constexpr int rounds = 300;
+    std::vector<std::unique_ptr<ChildProcess>> writers;
+    for (int number = 1; number <= 3; ++number) {
+        writers.push_back(std::make_unique<ChildProcess>([number](auto const& parent) {
+            StreamFileAccess pool;
+            bool const isReached = pool.InitializeFileAccess(false, true);
+            parent.Await();
+            int const status = isReached ? WriteOver(number, rounds) : 2;
+            parent.Tell();
+            pool.Unload();
+            return status;
+        }));
+    }
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    std::atomic<bool> stop = false;
+    std::atomic<int> failures = 0;
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 6; ++i) {
+        readers.emplace_back([&, number = i % 3 + 1] {
+            while (!stop) {
+                failures += ReadsWhatWasWritten(number) ? 0 : 1;
+            }
+        });
+    }
+    for (auto const& writer : writers) {
+        writer->Tell();
+    }
+    for (auto const& writer : writers) {
+        EXPECT_TRUE(writer->Await());
+        EXPECT_EQ(writer->Wait(), 0);
+    }
+    stop = true;
+    for (auto& reader : readers) {
+        reader.join();
+    }
+    EXPECT_EQ(failures, 0);
+    for (int number = 1; number <= 3; ++number) {
+        StreamMgrFileMgmnt::FileMgmnt_t info{};
+        ASSERT_TRUE(pool.GetFileInfo(number, info));
+        EXPECT_EQ(info.fileSize, length + rounds) << number;
+        EXPECT_EQ(info.writeController, StreamMgrFileMgmnt::ControlUnknown) << number;
+    }
+    EXPECT_EQ(UsedWords(), 1) << "this process";
 }
 
 TEST_F(ConcurrencyTest, ForksInTheMidstOfInitialisingFindNothingHeld) {
@@ -126,12 +204,12 @@ TEST_F(ConcurrencyTest, ForksInTheMidstOfInitialisingFindNothingHeld) {
         });
     }
     for (int round = 0; round < 50; ++round) {
-        ChildProcess child([](auto const&) {
+        ChildProcess child([] {
             int const failed = ReadOne(2);
             StreamFileAccess().Unload();
             return failed;
         });
-        EXPECT_EQ(child.ExitStatus(), 0);
+        EXPECT_EQ(child.Wait(), 0);
     }
     stop = true;
     for (auto& thread : threads) {

@@ -6,7 +6,8 @@
 
 #include "StreamFileAccess.h"
 #include "pool/Captured.h"
-#include "pool/ChildProcess.h"
+#include "support/ChildProcess.h"
+#include "support/Execute.h"
 #include "pool/ProcessTable.h"
 #include "pool/TestRoot.h"
 
@@ -145,19 +146,10 @@ TEST(Initialize, UnlistedProcessLeavesTheTableAlone) {
     EXPECT_NE(BytesOf(root.ProcessTable()), empty);
 }
 
-// The type is fixed before main, so each case is a process of its own: this program once more.
-// It exits with 10 + the type.
-TEST(FileSystemType, DISABLED_ExitWithIt) {
-    _exit(10 + StreamFileAccess::fileSystemType);
-}
-
+// The type is fixed before main, so each case is a process of its own.
 int TypeSeenByNewProcess() {
-    ChildProcess child([](auto const&) {
-        return Execute({std::filesystem::read_symlink("/proc/self/exe"),
-                        "--gtest_filter=FileSystemType.DISABLED_ExitWithIt",
-                        "--gtest_also_run_disabled_tests", "--gtest_brief=1"});
-    });
-    return child.ExitStatus() - 10;
+    ChildProcess child([] { return Execute({FILE_SYSTEM_TYPE_PROBE}); });
+    return child.Wait();
 }
 
 TEST(FileSystemType, ImageIs2DirectoryIs1AnythingElseIs0) {

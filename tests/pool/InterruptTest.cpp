@@ -5,7 +5,8 @@
 
 #include <random>
 
-#include "pool/ChildProcess.h"
+#include "support/ChildProcess.h"
+#include "support/Execute.h"
 #include "pool/TestRoot.h"
 
 namespace workstation {
@@ -26,7 +27,7 @@ protected:
         EXPECT_TRUE(worker.Await());
         usleep(static_cast<useconds_t>(random_() % 1500));
         worker.Signal(SIGINT);
-        return worker.ExitStatus();
+        return worker.Wait();
     }
 
     // Records in use with their slots, and controllers. A slot in a free record means nothing.

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "StreamFileAccess.h"
-#include "pool/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "pool/TestRoot.h"
 
 namespace workstation {
@@ -345,7 +345,7 @@ TEST_F(ProcessTableTest, ForkedChildHasARecordOfItsOwn) {
                            .Thread(1, 0, Reading(child.Pid()), child.Pid(), 2)
                            .Bytes());
     child.Tell();
-    EXPECT_EQ(child.ExitStatus(), 0);
+    EXPECT_EQ(child.Wait(), 0);
     EXPECT_EQ(Processes(), std::vector<int>{self_});
 }
 
@@ -360,8 +360,7 @@ TEST_F(ProcessTableTest, KilledReaderIsReaped) {
     });
     ASSERT_TRUE(child.Await());
     EXPECT_EQ(Processes(), (std::vector<int>{self_, child.Pid()}));
-    child.Signal(SIGKILL);
-    child.Wait();
+    child.Kill();
     EXPECT_EQ(Processes().size(), 2U);
     EXPECT_EQ(ReapDeadProcesses(), 1U);
     EXPECT_EQ(Processes(), std::vector<int>{self_});
@@ -389,7 +388,7 @@ TEST_F(ProcessTableTest, ProcessesThatMakeTheTableTogetherAllGetARecord) {
         EXPECT_EQ(Processes().size(), 16U);
         for (auto const& child : children) {
             child->Tell();
-            EXPECT_EQ(child->ExitStatus(), 0);
+            EXPECT_EQ(child->Wait(), 0);
         }
     }
 }

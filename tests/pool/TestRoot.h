@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -12,34 +10,27 @@
 #include "Root.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
+#include "support/TemporaryRoot.h"
 
 namespace workstation {
 
-// Makes a new directory, makes it the recorder's, and removes it at the end.
+// A new directory that is the recorder's while the object lives.
 class TestRoot {
 public:
-    TestRoot() {
-        if (mkdtemp(path_.data()) == nullptr) {
-            throw std::runtime_error("mkdtemp failed");
-        }
-        setenv("STREAMMGR_ROOT", path_.c_str(), 1);
-    }
-    ~TestRoot() {
-        PoolSession::Instance().Unload();
-        unsetenv("STREAMMGR_ROOT");
-        std::filesystem::remove_all(path_);
-    }
+    TestRoot() = default;
+    ~TestRoot() { PoolSession::Instance().Unload(); }
+
     TestRoot(TestRoot const&) = delete;
     TestRoot& operator=(TestRoot const&) = delete;
 
-    std::string const& Path() const { return path_; }
-    std::string Pool() const { return path_ + "/pool"; }
+    std::string Path() const { return root_.Path(); }
+    std::string Pool() const { return root_.Path() / "pool"; }
     std::string ProcessTable() const {
-        return path_ + "/shm/" + std::filesystem::path(ProcessTablePath()).filename().string();
+        return root_.Path() / "shm" / std::filesystem::path(ProcessTablePath()).filename();
     }
 
     // Makes this directory the recorder's again, after another one was.
-    void Use() const { setenv("STREAMMGR_ROOT", path_.c_str(), 1); }
+    void Use() const { root_.Use(); }
 
     void MakePool(std::uint32_t fileCount) const {
         Failure why;
@@ -49,7 +40,7 @@ public:
     }
 
 private:
-    std::string path_ = "/tmp/streammgr_test_XXXXXX";
+    TemporaryRoot root_;
 };
 
 inline std::string BytesOf(std::string const& path) {

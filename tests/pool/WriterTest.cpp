@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "StreamFileAccess.h"
-#include "pool/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "pool/ProcessTable.h"
 #include "pool/TestRoot.h"
 #include "pool/WriterLock.h"
@@ -87,7 +87,7 @@ TEST_F(WriterTest, SecondWriterInAnotherProcessIsBusyUntilTheFirstCloses) {
     EXPECT_EQ(ReapDeadProcesses(), 0U);
     EXPECT_EQ(Controller(2), StreamMgrFileMgmnt::ControlStream3);
     child.Tell();
-    EXPECT_EQ(child.ExitStatus(), 0);
+    EXPECT_EQ(child.Wait(), 0);
     EXPECT_EQ(Controller(2), 0);
     EXPECT_EQ(ErrorOfOpening(2), 0);
 }
@@ -120,8 +120,7 @@ TEST_F(WriterTest, OnlyOneOfManyWritersGetsTheFile) {
 TEST_F(WriterTest, KilledWriterIsReaped) {
     ChildProcess child([](auto const& parent) { return WriteForEver(parent, 2); });
     ASSERT_TRUE(child.Await());
-    child.Signal(SIGKILL);
-    child.Wait();
+    child.Kill();
     EXPECT_EQ(Controller(2), StreamMgrFileMgmnt::ControlStream3);
     EXPECT_EQ(ReapDeadProcesses(), 1U);
     EXPECT_EQ(Controller(2), 0);
@@ -131,8 +130,7 @@ TEST_F(WriterTest, KilledWriterIsReaped) {
 TEST_F(WriterTest, KilledWriterDoesNotStopTheNext) {
     ChildProcess child([](auto const& parent) { return WriteForEver(parent, 2); });
     ASSERT_TRUE(child.Await());
-    child.Signal(SIGKILL);
-    child.Wait();
+    child.Kill();
     {
         StreamFileAccess next(2, false, StreamMgrFileMgmnt::ControlStream1);
         EXPECT_TRUE(next.IsOpen());
@@ -145,15 +143,14 @@ TEST_F(WriterTest, KilledWriterDoesNotStopTheNext) {
 TEST_F(WriterTest, KilledWriterIsPutRightByTheNextProcessThatRegisters) {
     ChildProcess writer([](auto const& parent) { return WriteForEver(parent, 3); });
     ASSERT_TRUE(writer.Await());
-    writer.Signal(SIGKILL);
-    writer.Wait();
-    ChildProcess next([](auto const&) {
+    writer.Kill();
+    ChildProcess next([] {
         StreamFileAccess pool;
         pool.InitializeFileAccess(false, true);
         StreamMgrFileMgmnt::FileMgmnt_t info{};
         return pool.GetFileInfo(3, info) ? info.writeController : 99;
     });
-    EXPECT_EQ(next.ExitStatus(), 0);
+    EXPECT_EQ(next.Wait(), 0);
 }
 
 TEST_F(WriterTest, UnloadResetsTheControllersOfThisProcessOnly) {
@@ -172,12 +169,12 @@ TEST_F(WriterTest, UnloadResetsTheControllersOfThisProcessOnly) {
 TEST_F(WriterTest, ChildThatInheritsAWriterTakesNothingFromItsParent) {
     auto file = std::make_unique<StreamFileAccess>(2, false, StreamMgrFileMgmnt::ControlStream2);
     std::string const table = BytesOf(root_.ProcessTable());
-    ChildProcess child([&](auto const&) {
+    ChildProcess child([&] {
         file.reset();
         StreamFileAccess().Unload();
         return 0;
     });
-    EXPECT_EQ(child.ExitStatus(), 0);
+    EXPECT_EQ(child.Wait(), 0);
     EXPECT_EQ(Controller(2), StreamMgrFileMgmnt::ControlStream2);
     EXPECT_EQ(ErrorOfOpening(2), EBUSY);
     EXPECT_EQ(BytesOf(root_.ProcessTable()), table);

@@ -6,30 +6,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "FileDescriptor.h"
+#include "support/TemporaryDirectory.h"
 
 namespace recording_test {
 
 class TestDirectory {
 public:
-    TestDirectory()
-        : path_(testing::TempDir() + "recordingXXXXXX") {
-        if (mkdtemp(path_.data()) == nullptr)
-            throw std::runtime_error("mkdtemp " + path_);
-    }
-    ~TestDirectory() { std::filesystem::remove_all(path_); }
-
-    TestDirectory(TestDirectory const&) = delete;
-    TestDirectory& operator=(TestDirectory const&) = delete;
-
-    std::string Path(std::string const& name) const { return path_ + "/" + name; }
+    std::string Path(std::string const& name) const { return directory_.Path(name); }
 
     // Makes a file. Its path.
     std::string Write(std::string const& name, std::string const& content) const {
@@ -49,7 +37,7 @@ public:
     }
 
 private:
-    std::string path_;
+    TemporaryDirectory directory_;
 };
 
 // While it lives, standard input is that file.

@@ -6,7 +6,7 @@
 #include "Item.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
 
 using namespace workstation;

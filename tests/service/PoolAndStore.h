@@ -11,7 +11,7 @@
 
 #include "Root.h"
 #include "StreamFileAccess.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 #include "service/LogFile.h"
@@ -76,6 +76,7 @@ private:
 
 public:
     std::vector<std::string> Log() const { return log_.Entries(); }
+    void AwaitLog(std::string const& text) const { log_.Await(text); }
 };
 
 // What a file holds with these ticks and sizes, one tick a second.

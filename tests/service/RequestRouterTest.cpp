@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
 
 using testing::ElementsAre;

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
 
 using testing::ElementsAre;
@@ -37,6 +37,8 @@ protected:
                                std::string(letter->payload.begin(), letter->payload.end()));
         return messages;
     }
+
+    std::vector<std::string> TellUntilWaiting(std::size_t count);
 
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
@@ -86,29 +88,61 @@ TEST_F(SubscribersTest, OneThatIsGoneIsDropped) {
     EXPECT_THAT(log_.Entries(), ElementsAre("subscriber Client is gone"));
 }
 
-TEST_F(SubscribersTest, OneThatDoesNotReadGetsTheLatestLater) {
+// Tells of a start and a stop in turn until so many wait, and returns all that was told.
+std::vector<std::string> SubscribersTest::TellUntilWaiting(std::size_t count) {
+    std::vector<std::string> told;
+    std::size_t waiting = 0;
+    while (waiting < count) {
+        bool const isStart = told.size() % 2 == 0;
+        std::string const text = std::to_string(told.size());
+        subscribers_.Notify(isStart ? Subscription::recordStart : Subscription::recordStop,
+                            Bytes(text));
+        told.push_back((isStart ? "100 " : "200 ") + text);
+        waiting += subscribers_.HasWaiting() ? 1 : 0;
+    }
+    return told;
+}
+
+TEST_F(SubscribersTest, OneThatReadsLateGetsEverythingInOrder) {
     Endpoint client = Open("Client");
     subscribers_.Add("Client", Subscription::recordStart, 100);
-    int told = 0;
-    while (!subscribers_.HasWaiting())
-        subscribers_.Notify(Subscription::recordStart, Bytes(std::to_string(++told)));
-    int const queued = told - 1; // all but the one that waits
-    for (std::size_t more = 0; more < Subscribers::maxWaiting; ++more)
-        subscribers_.Notify(Subscription::recordStart, Bytes(std::to_string(++told)));
-
-    // The one that waited first was lost: there is room for maxWaiting.
-    std::vector<std::string> expected;
-    for (int number = 1; number <= told; ++number) {
-        if (number != queued + 1)
-            expected.push_back("100 " + std::to_string(number));
-    }
+    subscribers_.Add("Client", Subscription::recordStop, 200);
+    auto const told = TellUntilWaiting(Subscribers::maxWaiting);
     std::vector<std::string> received;
     do {
         std::ranges::copy(Received(client), std::back_inserter(received));
         subscribers_.DeliverWaiting();
     } while (subscribers_.HasWaiting());
     std::ranges::copy(Received(client), std::back_inserter(received));
-    EXPECT_EQ(received, expected);
+    EXPECT_EQ(received, told);
+}
+
+TEST_F(SubscribersTest, OneThatLeavesTooMuchUnreadIsDropped) {
+    Endpoint const client = Open("Client");
+    subscribers_.Add("Client", Subscription::recordStart, 100);
+    subscribers_.Add("Client", Subscription::recordStop, 200);
+    TellUntilWaiting(Subscribers::maxWaiting);
+    EXPECT_EQ(subscribers_.Count(), 2U);
+    subscribers_.Notify(Subscription::recordStop, Bytes("one too many"));
+    EXPECT_EQ(subscribers_.Count(), 0U);
+    EXPECT_FALSE(subscribers_.HasWaiting());
+    EXPECT_THAT(log_.Entries(), ElementsAre("subscriber Client does not read and is dropped"));
+}
+
+TEST_F(SubscribersTest, ManyThatDoNotReadKeepNobodyFromBeingTold) {
+    std::vector<Endpoint> sleepers;
+    for (int number = 1; number <= 60; ++number) {
+        std::string const name = "Sleeper" + std::to_string(number);
+        sleepers.push_back(Open(name));
+        subscribers_.Add(name, Subscription::recordStart, 100);
+    }
+    Endpoint vigilant = Open("Vigilant");
+    subscribers_.Add("Vigilant", Subscription::recordStart, 100);
+    for (int told = 0; told < 100; ++told) {
+        subscribers_.Notify(Subscription::recordStart, Bytes("start"));
+        EXPECT_THAT(Received(vigilant), ElementsAre("100 start")) << told;
+    }
+    EXPECT_EQ(subscribers_.Count(), 1U);
 }
 
 TEST_F(SubscribersTest, OnlyTheLatestStorageFiguresWait) {

@@ -1,6 +1,8 @@
 // Copies of the database.
 #include "service/store/DatabaseBackup.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,7 +14,7 @@
 
 #include "StoreInvariants.h"
 #include "StoreTest.h"
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 namespace workstation {
 namespace {
@@ -178,6 +180,43 @@ TEST_F(DatabaseBackupTest, DamagedDatabaseLeavesTheOldFile) {
     EXPECT_THROW(BackUpDatabase(damaged, copy_), DatabaseError);
     EXPECT_EQ(Content(copy_), "old");
     EXPECT_THAT(FilesBesideTheCopy(), ElementsAre("copy.db"));
+}
+
+TEST_F(DatabaseBackupTest, CopiesThatADeadProcessLeftAreRemovedAndNothingElse) {
+    std::string const left = "copy.db.StreamMgr-backup-";
+    Write(directory_ / (left + "abcdef"), "left");
+    Write(directory_ / (left + "abcdef-journal"), "left");
+    Write(directory_ / (left + "123456"), "");
+    std::filesystem::create_directory(directory_ / (left + "folder"));
+    std::filesystem::create_symlink(Path(), directory_ / (left + "a-link"));
+    for (std::string const& other :
+         {std::string("copy.db.backup"), std::string("other.db.StreamMgr-backup-abcdef"),
+          left + "abcdefg", left}) {
+        Write(directory_ / other, "kept");
+    }
+    store_.Backup(copy_);
+    EXPECT_THAT(FilesBesideTheCopy(),
+                UnorderedElementsAre("copy.db", "copy.db.backup",
+                                     "other.db.StreamMgr-backup-abcdef", left + "abcdefg", left,
+                                     left + "folder", left + "a-link"));
+}
+
+TEST_F(DatabaseBackupTest, CopyThatAnotherProcessIsMakingIsLeftAlone) {
+    ::Event locked;
+    auto const others = directory_ / "copy.db.StreamMgr-backup-abcdef";
+    Write(others, "");
+    ChildProcess other([&] {
+        FileDescriptor const file(open(others.c_str(), O_RDWR));
+        flock(file.Get(), LOCK_EX);
+        locked.Signal();
+        return pause();
+    });
+    ASSERT_TRUE(locked.Wait());
+    store_.Backup(copy_);
+    EXPECT_TRUE(std::filesystem::exists(others));
+    other.Kill();
+    store_.Backup(copy_);
+    EXPECT_FALSE(std::filesystem::exists(others));
 }
 
 TEST_F(DatabaseBackupTest, EachCopyIsOfOneMomentWhileOthersWrite) {

@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <limits>
 
-#include "ipc/ChildProcess.h"
-#include "ipc/TemporaryRoot.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryRoot.h"
 #include "service/store/Database.h"
 #include "service/store/Statement.h"
 #include "service/store/Transaction.h"

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "service/store/Database.h"
 #include "service/store/EventSchema.h"
 #include "service/store/EventStore.h"

@@ -12,7 +12,7 @@
 
 #include "StoreInvariants.h"
 #include "StoreTest.h"
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "ipc/Stopwatch.h"
 
 namespace workstation {

@@ -14,7 +14,7 @@
 
 #include "StoreInvariants.h"
 #include "StoreTest.h"
-#include "ipc/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 namespace workstation {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "ipc/TemporaryRoot.h"
+#include "support/TemporaryRoot.h"
 #include "service/store/EventStore.h"
 
 namespace workstation {

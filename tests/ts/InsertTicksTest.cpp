@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "support/TemporaryDirectory.h"
 #include "ts/TestStream.h"
 
 using namespace workstation;
@@ -24,13 +25,7 @@ constexpr std::uint64_t ms = PcrClock::unitsPerSecond / 1000;
 
 class InsertTicksTest : public testing::Test {
 protected:
-    InsertTicksTest() {
-        std::string name = testing::TempDir() + "insert-ticks-XXXXXX";
-        directory_ = mkdtemp(name.data());
-    }
-    ~InsertTicksTest() override { std::filesystem::remove_all(directory_); }
-
-    std::string Path(std::string const& name) const { return directory_ / name; }
+    std::string Path(std::string const& name) const { return directory_.Path(name); }
 
     void Put(std::string const& name, Bytes const& bytes) const {
         std::ofstream file(Path(name), std::ios::binary);
@@ -56,7 +51,7 @@ protected:
     std::string FailureOf(Bytes const& source) const {
         Put("in.ts", source);
         std::string reason = Insert("in.ts", "out.ts");
-        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_), {}), 1);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.Path()), {}), 1);
         return reason;
     }
 
@@ -72,7 +67,7 @@ protected:
     }
 
 private:
-    std::filesystem::path directory_;
+    TemporaryDirectory directory_;
 };
 
 TEST_F(InsertTicksTest, LargeStreamIsGivenItsTicks) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "d2b/D2b.h"
+#include "support/TemporaryDirectory.h"
 #include "ts/TestStream.h"
 
 using namespace ts_test;
@@ -23,8 +24,6 @@ using NumbersAndTimes = std::vector<std::pair<unsigned int, int>>;
 class TickCommand : public testing::Test {
 protected:
     TickCommand() {
-        std::string name = testing::TempDir() + "d2b-tick-XXXXXX";
-        directory_ = mkdtemp(name.data());
         TestStream stream;
         for (std::uint64_t i = 0; i < 10; ++i) {
             stream.Add(PcrPacket(i * second / 20));
@@ -33,7 +32,6 @@ protected:
             .write(reinterpret_cast<char const*>(stream.Data().data()),
                    static_cast<std::streamsize>(stream.Data().size()));
     }
-    ~TickCommand() override { std::filesystem::remove_all(directory_); }
 
     // The exit status of d2b tick with these options before the two files.
     int Run(std::vector<std::string> options) const {
@@ -59,11 +57,11 @@ protected:
     void RemoveSource() const { std::filesystem::remove(Source()); }
     bool HasTarget() const { return std::filesystem::exists(Target()); }
 
-    std::string Source() const { return directory_ / "in.ts"; }
-    std::string Target() const { return directory_ / "out.ts"; }
+    std::string Source() const { return directory_.Path("in.ts"); }
+    std::string Target() const { return directory_.Path("out.ts"); }
 
 private:
-    std::filesystem::path directory_;
+    TemporaryDirectory directory_;
 };
 
 TEST_F(TickCommand, GivesTwentyTicksASecond) {

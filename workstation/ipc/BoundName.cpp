@@ -85,6 +85,10 @@ std::optional<BoundName> BoundName::Bind(FileDescriptor const& socket,
     return owner;
 }
 
+char const* BoundName::Get() const {
+    return entry_->name.data();
+}
+
 BoundName::~BoundName() {
     if (entry_ != nullptr) {
         entry_->Remove();

@@ -29,6 +29,8 @@ public:
         : entry_(std::exchange(other.entry_, nullptr)) {}
     BoundName& operator=(BoundName&&) = delete;
 
+    char const* Get() const;
+
 private:
     struct Entry;
     class Register;

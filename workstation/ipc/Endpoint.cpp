@@ -195,7 +195,8 @@ int Endpoint::Send(std::string const& to, std::uint32_t id, std::span<char const
     datagram.msg_namelen = sizeof address;
     datagram.msg_iov = parts.data();
     datagram.msg_iovlen = parts.size();
-    return SendBounded(Descriptor(), datagram, roomTimeoutMs);
+    return SendBounded(sending_.WithRoom(directory_, name_.Get(), Descriptor()), datagram,
+                       roomTimeoutMs);
 }
 
 } // namespace workstation

@@ -11,6 +11,7 @@
 
 #include "FileDescriptor.h"
 #include "ipc/BoundName.h"
+#include "ipc/SendingSocket.h"
 #include "ipc/SocketDirectory.h"
 
 namespace workstation {
@@ -44,8 +45,9 @@ public:
     bool Wait(int timeoutMs) const;
 
     // Sends a message to the endpoint `to`. When its queue is full, waits up to `roomTimeoutMs` for
-    // room; with 0 it never blocks. Returns 0, else the errno: ENOENT or ECONNREFUSED when nobody
-    // serves the name, EAGAIN when there is no room.
+    // room; with 0 it never blocks. What others leave unread in theirs does not count. Returns 0,
+    // else the errno: ENOENT or ECONNREFUSED when nobody serves the name, EAGAIN when there is no
+    // room.
     int Send(std::string const& to, std::uint32_t id, std::span<char const> payload,
              std::uint32_t correlation, int roomTimeoutMs) const;
 
@@ -61,6 +63,7 @@ private:
     SocketDirectory directory_;
     FileDescriptor socket_;
     BoundName name_;
+    mutable SendingSocket sending_; // in place of socket_, once unread messages have filled that
     std::vector<unsigned char> buffer_; // one datagram
 };
 

@@ -50,11 +50,11 @@ std::optional<SocketDirectory> SocketDirectory::Open(std::string& error) {
     return SocketDirectory(std::move(descriptor));
 }
 
-sockaddr_un SocketDirectory::Address(std::string const& name) const {
+sockaddr_un AddressIn(int directory, std::string const& name) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s",
-                  descriptor_.Get(), name.c_str());
+    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", directory,
+                  name.c_str());
     return address;
 }
 

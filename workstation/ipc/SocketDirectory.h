@@ -17,6 +17,10 @@ namespace workstation {
 constexpr std::size_t maxEndpointNameLength = 64;
 bool IsEndpointName(std::string const& name);
 
+// Address of a name in an open directory. It goes through /proc/self/fd, so that the length of the
+// directory's path does not count.
+sockaddr_un AddressIn(int directory, std::string const& name);
+
 // Which socket a name stands for. A process that takes over a name makes a socket of its own.
 struct SocketIdentity {
     dev_t device;
@@ -33,9 +37,7 @@ public:
     // the reason in `error`.
     static std::optional<SocketDirectory> Open(std::string& error);
 
-    // Address of a name. It goes through /proc/self/fd, so that the length of the root's path does
-    // not count.
-    sockaddr_un Address(std::string const& name) const;
+    sockaddr_un Address(std::string const& name) const { return AddressIn(Descriptor(), name); }
 
     // The socket behind `name`; nothing when there is none or its process is gone.
     std::optional<SocketIdentity> Served(std::string const& name) const;

@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -18,7 +17,6 @@
 #include "LogClient.h"
 #include "Root.h"
 #include "StreamMgrApi.h"
-#include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "ipc/SocketDirectory.h"
 #include "pool/PoolSession.h"
@@ -26,14 +24,13 @@
 #include "service/ControlRequests.h"
 #include "service/EventRequests.h"
 #include "service/Recovery.h"
-#include "service/Reply.h"
 #include "service/ServiceLog.h"
+#include "service/SubscriptionRequests.h"
 
 namespace workstation {
 namespace {
 
-// How often subscribers are told of the storage at most, and looked after when they are slow.
-constexpr std::chrono::milliseconds storageInterval(1000);
+// How often slow subscribers are looked after.
 constexpr int retryMs = 50;
 
 int FailToStart(std::string const& reason) {
@@ -96,8 +93,8 @@ int RunService(ServiceOptions const& options) {
 Service::Recorder::Recorder(Service& service, RecordOption const& option,
                             ServiceOptions const& options)
     : recording(option.stream, service.ring_, service.store_, service.notices_, service.clock_)
-    , recorder({option.stream, option.source, options.isFast, options.loops}, recording,
-               service.ticks_, service.clock_, LogNotification) {}
+    , recorder({option.stream, option.source, options.isFast, options.loops}, recording, recording,
+               service.clock_, LogNotification) {}
 
 Service::Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool, EventStore& store)
     : signals_(signals)
@@ -108,7 +105,9 @@ Service::Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool
                                  [this] { return Describe(); },
                                  [this] { return DescribeStorage(Storage()); }});
     AddEventRequests(router_, {endpoint_, pool_, store_});
-    router_.On(subscribeRequest, "subscription", [this](Letter& request) { Subscribe(request); });
+    AddSubscriptionRequests(router_, {endpoint_, subscribers_, [this](std::string const& name) {
+                                          storageNews_.TellNewcomer(name);
+                                      }});
 }
 
 void Service::Record(ServiceOptions const& options) {
@@ -128,7 +127,7 @@ void Service::Run() {
         HandleRequests(); // those that came before a signal, too
         HandleSignal();
         HandleNotices();
-        TellStorage();
+        storageNews_.TellChanges(Clock::now());
         subscribers_.DeliverWaiting();
     }
     recorders_.clear(); // ends the recordings
@@ -137,12 +136,7 @@ void Service::Run() {
 
 // -1: until something happens.
 int Service::WaitMs() const {
-    if (subscribers_.HasWaiting())
-        return retryMs;
-    if (!subscribers_.Has(Subscription::storage))
-        return -1;
-    auto const left = std::chrono::ceil<std::chrono::milliseconds>(nextStorage_ - Clock::now());
-    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
+    return subscribers_.HasWaiting() ? retryMs : storageNews_.WaitMs(Clock::now());
 }
 
 void Service::HandleSignal() {
@@ -169,42 +163,6 @@ void Service::HandleNotices() {
         } else if (auto const* const stopped = std::get_if<RecordStopped>(&notice)) {
             subscribers_.Notify(Subscription::recordStop, EncodeRecording(stopped->recording));
         }
-    }
-}
-
-// Others change the table of files too, so the figures are looked at anew for as long as somebody
-// wants to know them.
-void Service::TellStorage() {
-    if (!subscribers_.Has(Subscription::storage) || Clock::now() < nextStorage_)
-        return;
-    nextStorage_ = Clock::now() + storageInterval;
-    StorageFigures const storage = Storage();
-    if (storage != toldStorage_)
-        subscribers_.Notify(Subscription::storage, EncodeStorage(storage));
-    toldStorage_ = storage;
-}
-
-// What narrows a subscription is not looked at: everyone is told everything.
-void Service::Subscribe(Letter& request) {
-    UIntItem number;
-    UIntItem messageId;
-    std::span<char> const payload(request.payload);
-    std::size_t const headSize = number.Size() + messageId.Size();
-    auto const subscription = static_cast<Subscription>(
-        payload.size() >= headSize && DecodeItems(payload.first(headSize), {&number, &messageId})
-            ? number.Value()
-            : 0);
-    BoolItem accepted(subscription == Subscription::storage ||
-                      subscription == Subscription::recordStart ||
-                      subscription == Subscription::recordStop);
-    if (accepted.Value())
-        subscribers_.Add(request.sender, subscription, messageId.Value());
-    Reply(endpoint_, request, subscribeReply, {&accepted});
-    if (subscription == Subscription::storage) {
-        StorageFigures const storage = Storage();
-        subscribers_.Notify(request.sender, subscription, EncodeStorage(storage));
-        if (!toldStorage_)
-            toldStorage_ = storage;
     }
 }
 

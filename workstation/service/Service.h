@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +15,7 @@
 #include "service/SignalWatch.h"
 #include "service/SlotRecording.h"
 #include "service/StorageFigures.h"
-#include "service/StoreTicks.h"
+#include "service/StorageNews.h"
 #include "service/Subscribers.h"
 #include "service/recording/RecordingClock.h"
 #include "service/recording/StreamRecorder.h"
@@ -56,9 +55,7 @@ private:
     void HandleSignal();
     void HandleRequests();
     void HandleNotices();
-    void TellStorage();
 
-    void Subscribe(Letter& request);
     void Reap();
     std::string Describe() const;
     StorageFigures Storage() const;
@@ -68,14 +65,12 @@ private:
     StreamFileAccess& pool_;
     EventStore& store_;
     FileRing ring_{pool_, store_};
-    StoreTicks ticks_{store_};
     SystemRecordingClock clock_;
     Notices notices_;
     Subscribers subscribers_{endpoint_};
+    StorageNews storageNews_{subscribers_, [this] { return Storage(); }};
     RequestRouter router_;
     std::vector<std::unique_ptr<Recorder>> recorders_;
-    std::optional<StorageFigures> toldStorage_; // what subscribers were told last
-    Clock::time_point nextStorage_ = Clock::now();
     Clock::time_point const started_ = Clock::now();
     bool isRunning_ = true;
 };

@@ -23,64 +23,85 @@ SlotRecording::SlotRecording(int stream, FileRing& ring, EventStore& store, Noti
     , notices_(notices)
     , clock_(clock) {}
 
-void SlotRecording::Begin(StopEvent const&) {
+// Repeats the operation until it succeeds. Says once that it did not, and gives up, with what it
+// threw, when the recording is to stop.
+template <typename Operation>
+auto SlotRecording::Insist(std::string const& what, Operation operation) const {
+    for (bool isFirst = true;; isFirst = false) {
+        try {
+            return operation();
+        } catch (std::exception const& failure) {
+            if (isFirst)
+                Log("cannot " + what + ": " + failure.what());
+            if (stop_->WaitFor(retryInterval))
+                throw;
+        }
+    }
+}
+
+void SlotRecording::Begin(StopEvent const& stop) {
+    stop_ = &stop;
     std::int64_t const now = WallSeconds();
-    recording_ = {store_.NewReid(now), now, now, 1U << (stream_ - 1), false, ""};
-    Log("recording " + recording_.reid + " started");
-    notices_.Post(RecordStarted{recording_.reid});
+    std::string const reid = Insist("begin to record", [&] { return store_.NewReid(now); });
+    recording_ = {reid, now, now, 1U << (stream_ - 1), false, ""};
+    Log("recording " + reid + " started");
+    notices_.Post(RecordStarted{reid});
 }
 
 void SlotRecording::Write(TickedPackets const& packets, StopEvent const& stop) {
-    stop_ = &stop;
     filler_.Write(packets, stop);
 }
 
+// Who was told of the start is told of the end, whatever has failed.
 void SlotRecording::End() {
-    filler_.Finish();
+    try {
+        filler_.Finish();
+    } catch (std::exception const&) {
+        Log("stream file " + std::to_string(file_->Number()) +
+            " is left for the next start to finish");
+        file_.reset();
+    }
     recording_.stopTime = std::max(recording_.startTime, WallSeconds());
     Log("recording " + recording_.reid + " stopped");
     notices_.Post(RecordStopped{recording_});
 }
 
+std::uint32_t SlotRecording::ReserveTicks(int stream, std::uint32_t count) {
+    return Insist("number ticks",
+                  [&] { return store_.ReserveTicks(static_cast<unsigned int>(stream), count); });
+}
+
+void SlotRecording::ReturnTicks(int stream, std::uint32_t next) {
+    store_.ReturnTicks(static_cast<unsigned int>(stream), next);
+}
+
 bool SlotRecording::OpenSlot(StopEvent const& stop) {
-    file_ = ring_.Take(stream_);
+    file_ = TakeFile();
     if (!file_)
         Log("no file to record into: events hold them all, or others write them");
     while (!file_) {
         if (stop.WaitFor(retryInterval))
             return false;
-        file_ = ring_.Take(stream_);
+        file_ = TakeFile();
     }
     Log("recording into stream file " + std::to_string(file_->Number()));
     return true;
 }
 
+std::unique_ptr<RingFile> SlotRecording::TakeFile() const {
+    return Insist("take a stream file", [&] { return ring_.Take(stream_); });
+}
+
 void SlotRecording::WriteSlot(std::span<unsigned char const> packets,
                               SlotContents const& contents) {
-    Insist([&] { file_->Append(packets, contents, WallSeconds()); });
+    Insist("record into stream file " + std::to_string(file_->Number()),
+           [&] { file_->Append(packets, contents, WallSeconds()); });
 }
 
 void SlotRecording::CloseSlot(SlotContents const& contents) {
-    Insist([&] { file_->Finish(contents, WallSeconds()); });
+    Insist("finish stream file " + std::to_string(file_->Number()),
+           [&] { file_->Finish(contents, WallSeconds()); });
     file_.reset();
-}
-
-// Repeats the operation until it succeeds. Says once that it did not, and gives up, with what it
-// threw, when the recording is to stop.
-template <typename Operation>
-void SlotRecording::Insist(Operation operation) {
-    for (bool isFirst = true;; isFirst = false) {
-        try {
-            operation();
-            return;
-        } catch (std::exception const& failure) {
-            if (isFirst)
-                Log("cannot record into stream file " + std::to_string(file_->Number()) + ": " +
-                    failure.what());
-            if (stop_->WaitFor(retryInterval))
-                throw;
-        }
-    }
 }
 
 std::int64_t SlotRecording::WallSeconds() const {

@@ -13,9 +13,10 @@
 
 namespace workstation {
 
-// Fills file after file, and posts when it begins and ends. Where the ring has no file for it, or
-// the disk no room, it says so and waits.
-class SlotRecording : public RecordingTarget, private SlotSink {
+// Fills file after file, with ticks that the event database numbers, and posts when it begins and
+// ends. Where the ring has no file for it, the disk no room, or the database cannot be used, it
+// says so and waits.
+class SlotRecording : public RecordingTarget, public TickSource, private SlotSink {
 public:
     SlotRecording(int stream, FileRing& ring, EventStore& store, Notices& notices,
                   RecordingClock& clock);
@@ -24,13 +25,18 @@ public:
     void Write(TickedPackets const& packets, StopEvent const& stop) override;
     void End() override;
 
+    // Between Begin and End.
+    std::uint32_t ReserveTicks(int stream, std::uint32_t count) override;
+    void ReturnTicks(int stream, std::uint32_t next) override;
+
 private:
     bool OpenSlot(StopEvent const& stop) override;
     void WriteSlot(std::span<unsigned char const> packets, SlotContents const& contents) override;
     void CloseSlot(SlotContents const& contents) override;
 
     template <typename Operation>
-    void Insist(Operation operation);
+    auto Insist(std::string const& what, Operation operation) const;
+    std::unique_ptr<RingFile> TakeFile() const;
     std::int64_t WallSeconds() const;
     void Log(std::string const& text) const;
 
@@ -39,7 +45,7 @@ private:
     EventStore& store_;
     Notices& notices_;
     RecordingClock& clock_;
-    StopEvent const* stop_ = nullptr; // of the call that is being carried out
+    StopEvent const* stop_ = nullptr; // of the recording
     SlotFiller filler_{*this};
     std::unique_ptr<RingFile> file_;
     Event recording_;

@@ -9,46 +9,40 @@
 namespace workstation {
 
 void Subscribers::Add(std::string const& name, Subscription subscription, std::uint32_t messageId) {
-    subscribers_[{name, subscription}] = Subscriber{messageId, {}};
-}
-
-// Sends what waits to those who are meant, and drops those who are gone.
-template <typename IsMeant>
-void Subscribers::DeliverWhere(IsMeant isMeant) {
-    for (auto entry = subscribers_.begin(); entry != subscribers_.end();) {
-        auto& [key, subscriber] = *entry;
-        bool const isGone = isMeant(key) && !Deliver(key, subscriber);
-        if (isGone)
-            LogNote("subscriber " + key.first + " is gone");
-        entry = isGone ? subscribers_.erase(entry) : std::next(entry);
-    }
+    Subscriber& subscriber = subscribers_[name];
+    subscriber.messageIds[subscription] = messageId;
+    std::erase_if(subscriber.waiting, [&](Notification const& notification) {
+        return notification.subscription == subscription;
+    });
 }
 
 void Subscribers::Notify(Subscription subscription, std::vector<char> const& payload) {
-    auto const isMeant = [&](Key const& key) { return key.second == subscription; };
-    for (auto& [key, subscriber] : subscribers_) {
-        if (isMeant(key))
-            Keep(key, subscriber, payload);
+    for (auto entry = subscribers_.begin(); entry != subscribers_.end();) {
+        bool const isMeant = entry->second.messageIds.contains(subscription);
+        if (isMeant)
+            Keep(entry->second, {subscription, payload});
+        entry = isMeant ? Deliver(entry) : std::next(entry);
     }
-    DeliverWhere(isMeant);
 }
 
 void Subscribers::Notify(std::string const& name, Subscription subscription,
                          std::vector<char> const& payload) {
-    auto const found = subscribers_.find({name, subscription});
-    if (found == subscribers_.end())
+    auto const found = subscribers_.find(name);
+    if (found == subscribers_.end() || !found->second.messageIds.contains(subscription))
         return;
-    Keep(found->first, found->second, payload);
-    DeliverWhere([&](Key const& key) { return key == found->first; });
+    Keep(found->second, {subscription, payload});
+    Deliver(found);
 }
 
 void Subscribers::DeliverWaiting() {
-    DeliverWhere([](Key const&) { return true; });
+    for (auto entry = subscribers_.begin(); entry != subscribers_.end();)
+        entry = Deliver(entry);
 }
 
 bool Subscribers::Has(Subscription subscription) const {
-    return std::ranges::any_of(
-        subscribers_, [&](auto const& entry) { return entry.first.second == subscription; });
+    return std::ranges::any_of(subscribers_, [&](auto const& entry) {
+        return entry.second.messageIds.contains(subscription);
+    });
 }
 
 bool Subscribers::HasWaiting() const {
@@ -56,27 +50,49 @@ bool Subscribers::HasWaiting() const {
                                [](auto const& entry) { return !entry.second.waiting.empty(); });
 }
 
-// Of the storage only the latest figures are of interest.
-void Subscribers::Keep(Key const& key, Subscriber& subscriber, std::vector<char> const& payload) {
-    if (key.second == Subscription::storage)
-        subscriber.waiting.clear();
-    if (subscriber.waiting.size() == maxWaiting)
-        subscriber.waiting.pop_front();
-    subscriber.waiting.push_back(payload);
+std::size_t Subscribers::Count() const {
+    std::size_t count = 0;
+    for (auto const& [name, subscriber] : subscribers_)
+        count += subscriber.messageIds.size();
+    return count;
 }
 
-// Sends what waits, as far as there is room. False when the subscriber is gone.
-bool Subscribers::Deliver(Key const& key, Subscriber& subscriber) const {
-    while (!subscriber.waiting.empty()) {
-        int const error =
-            endpoint_.Send(key.first, subscriber.messageId, subscriber.waiting.front(), 0, 0);
-        if (error == EAGAIN)
-            return true;
-        if (error != 0)
-            return false;
-        subscriber.waiting.pop_front();
+// Of the storage only the latest figures are of interest.
+void Subscribers::Keep(Subscriber& subscriber, Notification notification) {
+    if (notification.subscription == Subscription::storage) {
+        std::erase_if(subscriber.waiting, [](Notification const& kept) {
+            return kept.subscription == Subscription::storage;
+        });
     }
-    return true;
+    subscriber.waiting.push_back(std::move(notification));
+}
+
+// Sends what waits, as far as there is room, and drops the subscriber when it is gone or leaves too
+// much unread. Returns the next one.
+Subscribers::Subscriptions::iterator Subscribers::Deliver(Subscriptions::iterator subscriber) {
+    auto& [name, state] = *subscriber;
+    int const error = Send(name, state);
+    if (error != 0 && error != EAGAIN) {
+        LogNote("subscriber " + name + " is gone");
+        return subscribers_.erase(subscriber);
+    }
+    if (state.waiting.size() > maxWaiting) {
+        LogNotification("subscriber " + name + " does not read and is dropped");
+        return subscribers_.erase(subscriber);
+    }
+    return std::next(subscriber);
+}
+
+// Returns 0, else the errno of what could not be sent.
+int Subscribers::Send(std::string const& name, Subscriber& subscriber) const {
+    int error = 0;
+    while (error == 0 && !subscriber.waiting.empty()) {
+        auto const& [subscription, payload] = subscriber.waiting.front();
+        error = endpoint_.Send(name, subscriber.messageIds.at(subscription), payload, 0, 0);
+        if (error == 0)
+            subscriber.waiting.pop_front();
+    }
+    return error;
 }
 
 } // namespace workstation

@@ -19,11 +19,11 @@ enum class Subscription : std::uint32_t {
     recordStop = 12,
 };
 
-// Never waits for a subscriber. What one that is slow or stopped cannot take is kept for it, up to
-// a limit, beyond which the oldest is lost; one that is gone is dropped.
+// Never waits for a subscriber. What one that is slow or stopped cannot take is kept for it in its
+// order, up to a limit; one that goes beyond it, or is gone, is dropped.
 class Subscribers {
 public:
-    // Notifications that wait for one subscriber of one subscription.
+    // Notifications that wait for one subscriber.
     static constexpr std::size_t maxWaiting = 64;
 
     explicit Subscribers(Endpoint const& endpoint)
@@ -45,22 +45,27 @@ public:
     bool HasWaiting() const;
 
     bool Has(Subscription subscription) const;
-    std::size_t Count() const { return subscribers_.size(); }
+
+    // The number of subscriptions.
+    std::size_t Count() const;
 
 private:
-    using Key = std::pair<std::string, Subscription>;
-    struct Subscriber {
-        std::uint32_t messageId;
-        std::deque<std::vector<char>> waiting;
+    struct Notification {
+        Subscription subscription;
+        std::vector<char> payload;
     };
+    struct Subscriber {
+        std::map<Subscription, std::uint32_t> messageIds;
+        std::deque<Notification> waiting;
+    };
+    using Subscriptions = std::map<std::string, Subscriber>; // by endpoint
 
-    static void Keep(Key const& key, Subscriber& subscriber, std::vector<char> const& payload);
-    bool Deliver(Key const& key, Subscriber& subscriber) const;
-    template <typename IsMeant>
-    void DeliverWhere(IsMeant isMeant);
+    static void Keep(Subscriber& subscriber, Notification notification);
+    Subscriptions::iterator Deliver(Subscriptions::iterator subscriber);
+    int Send(std::string const& name, Subscriber& subscriber) const;
 
     Endpoint const& endpoint_;
-    std::map<Key, Subscriber> subscribers_;
+    Subscriptions subscribers_;
 };
 
 } // namespace workstation

@@ -1,15 +1,20 @@
 // A consistent copy of a database that is in use.
 #include "service/store/DatabaseBackup.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <optional>
+#include <system_error>
+#include <vector>
 
 #include "FileDescriptor.h"
 #include "service/store/Database.h"
@@ -72,24 +77,55 @@ void CheckTarget(std::string const& path, std::string const& source) {
     CheckJournals(path);
 }
 
+// What a copy is called until it is complete: nobody else gives a file such a name.
+std::string const copySuffix = ".StreamMgr-backup-";
+constexpr std::size_t randomSize = 6;
+
+void RemoveCopy(std::string const& path) {
+    for (char const* const suffix : {"", "-wal", "-shm", "-journal"}) {
+        unlink((path + suffix).c_str());
+    }
+}
+
+// A copy that is being made is locked; one that is not was left by a process that died.
+bool IsAbandoned(std::string const& path) {
+    FileDescriptor const file(open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return file && flock(file.Get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+void RemoveAbandonedCopies(std::filesystem::path const& target) {
+    std::string const prefix = target.filename().string() + copySuffix;
+    std::error_code ignored;
+    std::vector<std::string> copies;
+    for (auto entry = std::filesystem::directory_iterator(target.parent_path(), ignored);
+         entry != std::filesystem::directory_iterator(); entry.increment(ignored)) {
+        std::string const name = entry->path().filename();
+        if (name.starts_with(prefix) && name.size() == prefix.size() + randomSize) {
+            copies.push_back(entry->path());
+        }
+    }
+    for (std::string const& copy : copies) {
+        if (IsAbandoned(copy)) {
+            RemoveCopy(copy);
+        }
+    }
+}
+
 // An empty file next to the target, removed with what SQLite put beside it unless it has taken the
 // target's place.
 class TemporaryFile {
 public:
     explicit TemporaryFile(std::string const& target)
         : target_(target)
-        , path_(target + ".XXXXXX") {
-        // Closed at once: closing it later would drop SQLite's locks on it.
-        if (!FileDescriptor(mkstemp(path_.data()))) {
+        , path_(target + copySuffix + std::string(randomSize, 'X'))
+        , file_(mkostemp(path_.data(), O_CLOEXEC)) {
+        if (!file_) {
             RefuseWithErrno(target);
         }
+        flock(file_.Get(), LOCK_EX | LOCK_NB);
     }
 
-    ~TemporaryFile() {
-        for (char const* const suffix : {"", "-wal", "-shm", "-journal"}) {
-            unlink((path_ + suffix).c_str());
-        }
-    }
+    ~TemporaryFile() { RemoveCopy(path_); }
 
     TemporaryFile(TemporaryFile const&) = delete;
     TemporaryFile& operator=(TemporaryFile const&) = delete;
@@ -105,6 +141,7 @@ public:
 private:
     std::string target_;
     std::string path_;
+    FileDescriptor file_; // closed last: closing it would drop SQLite's own locks
 };
 
 struct FinishBackup {
@@ -135,6 +172,7 @@ void Copy(std::string const& source, std::string const& target) {
 
 void BackUpDatabase(std::string const& source, std::string const& target) {
     CheckTarget(target, source);
+    RemoveAbandonedCopies(target);
     TemporaryFile copy(target);
     Copy(source, copy.Path());
     copy.TakePlaceOfTarget();

@@ -1,0 +1,99 @@
+// Decodes arbitrary bytes as any items, and as a datagram.
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "Item.h"
+#include "Require.h"
+#include "StreamMgrApi.h"
+#include "ipc/Datagram.h"
+#include "ipc/DecodeScope.h"
+#include "ipc/Payload.h"
+
+using namespace workstation;
+
+namespace {
+
+std::unique_ptr<Item> AnyItem(FuzzedDataProvider& plan) {
+    switch (plan.ConsumeIntegralInRange(0, 4)) {
+    case 0:
+        return std::make_unique<UIntItem>(plan.ConsumeIntegral<unsigned int>());
+    case 1:
+        return std::make_unique<IntItem>(plan.ConsumeIntegral<int>());
+    case 2:
+        return std::make_unique<BoolItem>(plan.ConsumeBool());
+    case 3:
+        return std::make_unique<StringItem>(plan.ConsumeRandomLengthString(40));
+    default:
+        auto record = std::make_unique<StreamMgrApi::EventRecordItem>();
+        record->reid.Value(plan.ConsumeRandomLengthString(40));
+        return record;
+    }
+}
+
+// Every step stays in the payload, which ends where the memory does. What had room has its size.
+void DecodeArbitraryBytes(FuzzedDataProvider& plan) {
+    std::vector<std::unique_ptr<Item>> items;
+    for (auto count = plan.ConsumeIntegralInRange(1, 10); count > 0; --count)
+        items.push_back(AnyItem(plan));
+    auto payload = plan.ConsumeRemainingBytes<char>();
+    payload.shrink_to_fit();
+    DecodeScope const scope(payload.data(), payload.size());
+    auto* in = reinterpret_cast<unsigned char*>(payload.data());
+    unsigned char const* const end = in + payload.size();
+    for (auto const& item : items) {
+        unsigned char* const next = item->Decode(in);
+        Require(in <= next && next <= end);
+        Require(next == end || next == in + item->Size());
+        in = next;
+    }
+}
+
+// Items that were encoded come back, and no other payload is taken for them.
+void DecodeWhatWasEncoded(FuzzedDataProvider& plan) {
+    auto const seed = plan.ConsumeRemainingBytes<unsigned char>();
+    FuzzedDataProvider values(seed.data(), seed.size());
+    FuzzedDataProvider kinds(seed.data(), seed.size());
+    auto const first = AnyItem(values);
+    auto const second = AnyItem(values);
+    auto const gotFirst = AnyItem(kinds);
+    auto const gotSecond = AnyItem(kinds);
+    auto payload = EncodeItems({first.get(), second.get()});
+    auto const original = payload;
+    Require(DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
+    Require(EncodeItems({gotFirst.get(), gotSecond.get()}) == original);
+    payload.push_back(0);
+    Require(!DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
+    payload.resize(original.size() - 1);
+    payload.shrink_to_fit();
+    Require(!DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
+}
+
+void DecodeDatagram(FuzzedDataProvider& plan) {
+    auto bytes = plan.ConsumeRemainingBytes<unsigned char>();
+    bytes.shrink_to_fit();
+    if (auto const header = DecodeHeader(bytes)) {
+        Require(header->payloadSize == bytes.size() - datagramHeaderSize);
+        Require(
+            std::ranges::equal(EncodeHeader(*header), std::span(bytes).first(datagramHeaderSize)));
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    FuzzedDataProvider plan(data, size);
+    switch (plan.ConsumeIntegralInRange(0, 2)) {
+    case 0:
+        DecodeArbitraryBytes(plan);
+        break;
+    case 1:
+        DecodeWhatWasEncoded(plan);
+        break;
+    default:
+        DecodeDatagram(plan);
+    }
+    return 0;
+}

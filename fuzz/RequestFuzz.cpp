@@ -1,0 +1,184 @@
+// Hands the service whatever a client can ask for.
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+
+#include "Item.h"
+#include "LogClient.h"
+#include "Messages.h"
+#include "Require.h"
+#include "Root.h"
+#include "StreamFileAccess.h"
+#include "api/ServiceMessages.h"
+#include "ipc/Payload.h"
+#include "pool/PoolImage.h"
+#include "service/ControlRequests.h"
+#include "service/EventRequests.h"
+#include "service/FileRing.h"
+#include "service/StorageNews.h"
+#include "service/SubscriptionRequests.h"
+#include "support/TemporaryRoot.h"
+
+using namespace workstation;
+
+namespace {
+
+constexpr int fileCount = 6;
+constexpr std::uint32_t noReply = 0;
+constexpr std::uint32_t correlation = 77;
+
+// Every request and the id of its answer, and an id that is none.
+struct Request {
+    std::uint32_t id;
+    std::uint32_t reply;
+};
+constexpr std::array<Request, 16> requests{{{pingRequest, noReply},
+                                            {quitRequest, noReply},
+                                            {reapRequest, noReply},
+                                            {infoRequest, noReply},
+                                            {storageDumpRequest, noReply},
+                                            {getLogLevelRequest, getLogLevelReply},
+                                            {setLogLevelRequest, setLogLevelReply},
+                                            {subscribeRequest, subscribeReply},
+                                            {deleteEventRequest, noReply},
+                                            {logFileChainRequest, noReply},
+                                            {recordAfterTheFactRequest, recordAfterTheFactReply},
+                                            {setTagsCompleteRequest, doneReply},
+                                            {splitEventRequest, splitEventReply},
+                                            {backupDatabaseRequest, doneReply},
+                                            {updateFileSizeRequest, doneReply},
+                                            {0xFFFFFFFF, noReply}}};
+
+Endpoint Open(std::string const& name) {
+    std::string error;
+    auto endpoint = Endpoint::Open(name, error);
+    Require(endpoint.has_value());
+    return std::move(*endpoint);
+}
+
+// All that answers requests, with a pool and a database that have something to be asked for.
+class Service {
+public:
+    Service() {
+        setenv("STREAMMGR_LOG", "/dev/null", 1);
+        Failure why;
+        Require(PoolImage::Create(PoolPath(), fileCount, why));
+        Require(pool_.InitializeFileAccess(false, true));
+        AddControlRequests(router_,
+                           {service_, [] {}, [this] { ring_.Reap(); }, [] { return "info"; },
+                            [this] { return DescribeStorage(Storage()); }});
+        AddEventRequests(router_, {service_, pool_, store_});
+        AddSubscriptionRequests(router_, {service_, subscribers_, [this](std::string const& name) {
+                                              news_.TellNewcomer(name);
+                                          }});
+    }
+    ~Service() { pool_.Unload(); }
+
+    Service(Service const&) = delete;
+    Service& operator=(Service const&) = delete;
+
+    // As before every input: something recorded in all files, one event of them.
+    void Renew() {
+        LogClient::Instance()->Level(3);
+        for (Event const& event : store_.Events())
+            Require(store_.DeleteEvent(event.reid));
+        for (auto tick = static_cast<std::uint32_t>(store_.FilesInUse().size()); tick < fileCount;
+             ++tick)
+            Record(static_cast<int>(tick % 4 + 1), tick);
+        Require(store_.RecordAfterTheFact(0, 100, 0xF, 100).has_value());
+    }
+
+    // Asks, and looks at what comes back.
+    void Ask(Request const& request, std::vector<char> payload) {
+        Letter letter{"Client", request.id, correlation, std::move(payload)};
+        router_.Handle(letter);
+        std::map<std::uint32_t, int> answers;
+        while (auto const answer = client_.Receive()) {
+            ++answers[answer->correlation];
+            Require(answer->correlation == 0 ||
+                    (answer->correlation == correlation && answer->id == request.reply));
+        }
+        Require(answers[correlation] == (request.reply == noReply ? 0 : 1));
+    }
+
+    // The identifier of the first event, for what is to be asked about one that is there.
+    std::string KnownReid() const {
+        auto const events = store_.Events();
+        return events.empty() ? std::string() : events.front().reid;
+    }
+
+    std::string Backup() const { return root_.Path() / "backup"; }
+
+    // Events hold files, files are held once in each slot, and the figures add up.
+    void Check() const {
+        for (Event const& event : store_.Events()) {
+            auto const files = store_.FilesOf(event.reid);
+            Require(!files.empty());
+            Require(std::ranges::none_of(files, &RecordedFile::wiped));
+        }
+        std::set<int> numbers;
+        for (RecordedFile const& file : store_.FilesInUse())
+            Require(numbers.insert(file.fileNumber).second);
+        StorageFigures const storage = Storage();
+        Require(storage.total == storage.buffer + storage.untransferredNotInBuffer + storage.free);
+        Require(storage.untransferredInBuffer <= storage.buffer);
+    }
+
+private:
+    void Record(int stream, std::uint32_t tick) {
+        auto const file = ring_.Take(stream);
+        Require(file != nullptr);
+        TickStamp const stamp{tick, static_cast<int>(tick)};
+        std::vector<unsigned char> const packet(188, 0x47);
+        file->Append(packet, {packet.size(), TickRange{stamp, stamp}}, 0);
+        file->Finish({packet.size(), TickRange{stamp, stamp}}, 0);
+    }
+
+    StorageFigures Storage() const { return CountStorage(pool_, store_.FilesHeldByEvents()); }
+
+    TemporaryRoot root_;
+    mutable StreamFileAccess pool_;
+    EventStore store_{DatabasePath()};
+    FileRing ring_{pool_, store_};
+    Endpoint service_ = Open("StreamMgr");
+    Endpoint client_ = Open("Client");
+    Subscribers subscribers_{service_};
+    StorageNews news_{subscribers_, [this] { return Storage(); }};
+    RequestRouter router_;
+};
+
+std::vector<char> Encoded(std::string const& text) {
+    StringItem item(text);
+    return EncodeItems({&item});
+}
+
+// The upper half of the kinds are the same requests about what exists: the payload then goes on
+// behind the identifier of an event. A backup is never let go anywhere but into the test's root.
+std::vector<char> Payload(Service const& service, FuzzedMessage const& message, bool isBackup) {
+    bool const isKnown = message.kind >= 0x80;
+    if (isBackup && isKnown)
+        return Encoded(service.Backup());
+    if (isBackup && std::ranges::count(message.payload, '/') != 0)
+        return {};
+    if (!isKnown)
+        return message.payload;
+    auto payload = Encoded(service.KnownReid());
+    payload.insert(payload.end(), message.payload.begin(), message.payload.end());
+    return payload;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    static Service service;
+    service.Renew();
+    for (FuzzedMessage const& message : MessagesIn({data, size})) {
+        Request const& request = requests.at(message.kind % requests.size());
+        service.Ask(request, Payload(service, message, request.id == backupDatabaseRequest));
+    }
+    service.Check();
+    return 0;
+}

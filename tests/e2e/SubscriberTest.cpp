@@ -1,0 +1,121 @@
+// Subscribers that do not read for a while, or get what nobody should send them.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <csignal>
+#include <list>
+#include <sstream>
+
+#include "Events.h"
+#include "Intruder.h"
+#include "TransportStream.h"
+
+namespace e2e {
+namespace {
+
+std::string NameOf(Child const& tool) {
+    return "StreamMgrCli_" + std::to_string(tool.Pid());
+}
+
+class Subscriber : public testing::Test {
+protected:
+    static constexpr int streams = 4;
+
+    // The service then records what is written into the pipes.
+    Subscriber() {
+        recorder.CreatePool(streams);
+        Words arguments;
+        for (int stream = 1; stream <= streams; ++stream) {
+            EXPECT_EQ(mkfifo(Pipe(stream).c_str(), 0600), 0);
+            arguments.insert(arguments.end(),
+                             {"--record", std::to_string(stream) + '=' + Pipe(stream)});
+        }
+        recorder.StartService(arguments);
+    }
+
+    std::string Pipe(int stream) const {
+        return recorder.Directory() / ("pipe" + std::to_string(stream));
+    }
+
+    Child& Subscribe() {
+        Child& client = clients.emplace_back(recorder.ToolCommand({"-c"}));
+        EXPECT_TRUE(recorder.Logs("subscription requested by " + NameOf(client) + '\n', 3));
+        return client;
+    }
+
+    // Records the clip into each stream, one after the other.
+    void RecordAll() const {
+        for (int stream = 1; stream <= streams; ++stream) {
+            WriteFile(Pipe(stream), Clip());
+            ASSERT_TRUE(recorder.Logs(" stopped\n", stream));
+        }
+    }
+
+    // What the service recorded, and what a client was told of it, in the same words.
+    std::string Recorded() const {
+        std::string const log = recorder.LogOf("StreamMgr");
+        return Replaced(Only("recording .* (started|stopped)", log),
+                        "stream .: recording (.*) (start|stop)(ed|ped)", "Record $2, reid $1");
+    }
+    std::string Told(Child const& client) const {
+        return Replaced(Only("Record (start|stop), reid", recorder.LogOf(NameOf(client))),
+                        ".*: Record", "Record");
+    }
+
+    // The lines that the expression matches.
+    static std::string Only(std::string const& expression, std::string const& text) {
+        std::istringstream lines(text);
+        std::string found;
+        for (std::string line; std::getline(lines, line);) {
+            if (Replaced(line, expression, "") != line) {
+                found += line + '\n';
+            }
+        }
+        return found;
+    }
+
+    Recorder recorder;
+    std::list<Child> clients;
+};
+
+TEST_F(Subscriber, ThatSleepKeepNobodyFromBeingServedAndAreToldEverythingWhenTheyWake) {
+    for (int number = 0; number < 60; ++number) {
+        Subscribe().Signal(SIGSTOP);
+    }
+    Child const& awake = Subscribe();
+    RecordAll();
+    EXPECT_EQ(recorder.Tool({"-s", "3", "-p"}).status, 0);
+    ASSERT_TRUE(recorder.Logs("RecordStopHandler", streams));
+    EXPECT_EQ(Told(awake), Recorded());
+
+    clients.front().Signal(SIGCONT);
+    ASSERT_TRUE(recorder.Logs("RecordStopHandler", 2 * streams));
+    EXPECT_EQ(Told(clients.front()), Recorded());
+}
+
+// A length beyond the message, a short one, and one that is no notification at all.
+TEST_F(Subscriber, ThatIsLiedToReadsNothingOutsideOfTheMessage) {
+    Child& client = Subscribe();
+    Intruder const intruder(recorder, "Intruder");
+    for (std::uint32_t const id : {0x3615U, 0x3616U}) {
+        for (std::string const& payload :
+             {std::string(), Word(1), Word(4) + "abc", Word(0x7FFFFFFF) + "abc",
+              Word(0xFFFFFFFF) + "abc", Word(0xFFFFFFFC), std::string(65536, '\xFF')}) {
+            intruder.Send(Message(id, payload), NameOf(client));
+        }
+    }
+    intruder.Send(Message(0x3614, Word(0x400)), NameOf(client));
+    intruder.Send(Message(0x4711, Word(5)), NameOf(client));
+    intruder.Send("x", NameOf(client));
+    intruder.Send(Message(0x3615, Word(4) + "good"), NameOf(client));
+    ASSERT_TRUE(recorder.Logs("reid good\n"));
+    std::string const told = Told(client);
+    EXPECT_EQ(Replaced(told, "Record (start|stop), reid \n", ""), "Record start, reid good\n");
+    EXPECT_EQ(std::ranges::count(told, '\n'), 7 + 7 + 1);
+    client.Signal(SIGINT);
+    EXPECT_EQ(client.Finish(), (Outcome{255, "", ""}));
+}
+
+} // namespace
+} // namespace e2e

@@ -1,0 +1,196 @@
+// The service's loop: what it wakes up for, and what ends it.
+#include "service/Service.h"
+
+#include <pthread.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include "Item.h"
+#include "api/ServiceMessages.h"
+#include "ipc/Payload.h"
+#include "ipc/RawSocket.h"
+#include "ipc/ServerThread.h"
+#include "service/PoolAndStore.h"
+
+using namespace workstation;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsSupersetOf;
+
+namespace {
+
+constexpr std::uint32_t startId = 101;
+constexpr std::uint32_t stopId = 102;
+
+class ServiceTest : public testing::Test {
+protected:
+    ~ServiceTest() override {
+        if (thread_.joinable())
+            Quit();
+    }
+
+    void Start(ServiceOptions const& options = {}) {
+        service_.Record(options);
+        thread_ = std::thread([this] { service_.Run(); });
+    }
+
+    void Send(std::uint32_t id, std::vector<char> const& payload = {}) {
+        EXPECT_EQ(client_.Send("StreamMgr", id, payload, 9, patienceMs), 0);
+    }
+
+    // The id of the next message, waited for.
+    std::uint32_t Next() { return ServerThread::Next(client_).id; }
+
+    void ExpectThatItServes() {
+        Send(getLogLevelRequest);
+        EXPECT_EQ(Next(), getLogLevelReply);
+    }
+
+    void Subscribe(Subscription subscription, std::uint32_t messageId) {
+        UIntItem number(static_cast<unsigned int>(subscription));
+        UIntItem message(messageId);
+        Send(subscribeRequest, EncodeItems({&number, &message}));
+        EXPECT_EQ(Next(), subscribeReply);
+    }
+
+    void Quit() {
+        Send(quitRequest);
+        thread_.join();
+    }
+
+    std::vector<std::string> Log() const { return parts_.Log(); }
+
+    SignalWatch signals_; // before any thread
+    PoolAndStore parts_{2};
+    Endpoint client_ = ServerThread::MustOpen("Client");
+    Service service_{signals_, ServerThread::MustOpen("StreamMgr"), parts_.Pool(), parts_.Store()};
+    std::thread thread_;
+};
+
+TEST_F(ServiceTest, ServesUntilItIsToldToQuit) {
+    Start();
+    ExpectThatItServes();
+    ExpectThatItServes();
+    Quit();
+    EXPECT_THAT(Log(), ElementsAre("log level requested by Client", "log level requested by Client",
+                                   "quit requested by Client"));
+}
+
+TEST_F(ServiceTest, RequestsBehindAQuitAreNotHandled) {
+    Send(quitRequest);
+    Send(getLogLevelRequest);
+    service_.Run();
+    EXPECT_FALSE(client_.Receive());
+    EXPECT_THAT(Log(), ElementsAre("quit requested by Client"));
+}
+
+TEST_F(ServiceTest, RequestsBeforeASignalAreHandled) {
+    Send(getLogLevelRequest);
+    kill(getpid(), SIGTERM);
+    service_.Run();
+    EXPECT_EQ(Next(), getLogLevelReply);
+    EXPECT_THAT(Log(),
+                ElementsAre("log level requested by Client", "told to quit by signal: Terminated"));
+}
+
+TEST_F(ServiceTest, SignalWakesTheLoop) {
+    Start();
+    ExpectThatItServes();
+    kill(getpid(), SIGINT);
+    thread_.join();
+    EXPECT_THAT(Log(), testing::Contains("told to quit by signal: Interrupt"));
+}
+
+TEST_F(ServiceTest, OtherSignalsDoNotEndTheWait) {
+    struct sigaction action {};
+    struct sigaction former {};
+    action.sa_handler = [](int) {}; // without SA_RESTART: poll ends with EINTR
+    sigaction(SIGUSR1, &action, &former);
+    Start();
+    for (int times = 0; times < 100; ++times) {
+        pthread_kill(thread_.native_handle(), SIGUSR1);
+        ExpectThatItServes();
+    }
+    Quit();
+    sigaction(SIGUSR1, &former, nullptr);
+}
+
+TEST_F(ServiceTest, WhatIsNoMessageIsPassedOver) {
+    std::filesystem::path const ipc = RootDirectory() + "/ipc";
+    RawSocket const stranger(ipc / "Stranger");
+    Start();
+    for (std::string const& datagram :
+         {std::string(), std::string("x"), std::string(16, '\0'), std::string(70000, '\xFF')}) {
+        EXPECT_TRUE(stranger.Send(ipc / "StreamMgr", datagram));
+        ExpectThatItServes();
+    }
+}
+
+TEST_F(ServiceTest, FailureOfTheDatabaseEndsNothing) {
+    Start();
+    Subscribe(Subscription::storage, 100);
+    EXPECT_EQ(Next(), 100U);
+    Database(DatabasePath(), Database::Mode::existing).Execute("DROP TABLE event_file");
+    parts_.AwaitLog("cannot tell of the storage");
+    Send(storageDumpRequest);
+    parts_.AwaitLog("storage dump failed: ");
+    ExpectThatItServes();
+}
+
+// A pipe is recorded into stream 2 once somebody writes into it.
+class RecordingServiceTest : public ServiceTest {
+protected:
+    RecordingServiceTest() {
+        EXPECT_EQ(mkfifo(pipe_.c_str(), 0600), 0);
+        ServiceOptions options;
+        options.recordings = {{2, pipe_}};
+        Start(options);
+        Subscribe(Subscription::recordStart, startId);
+        Subscribe(Subscription::recordStop, stopId);
+    }
+
+    static void WritePackets(std::ofstream& pipe) {
+        std::string packet(188, '\x55');
+        packet.replace(0, 4, std::string("\x47\x01\x00\x10", 4));
+        for (int count = 0; count < 2000; ++count)
+            pipe << packet;
+        pipe.flush();
+    }
+
+    std::string const pipe_ = RootDirectory() + "/pipe";
+};
+
+TEST_F(RecordingServiceTest, SubscribersAreToldOfStartAndStop) {
+    {
+        std::ofstream pipe(pipe_);
+        WritePackets(pipe);
+        EXPECT_EQ(Next(), startId);
+        ExpectThatItServes();
+    }
+    EXPECT_EQ(Next(), stopId);
+    auto const chain = parts_.Store().Chain(2, true);
+    ASSERT_EQ(chain.size(), 1U);
+    EXPECT_TRUE(chain[0].finished);
+    Send(infoRequest);
+    parts_.AwaitLog("1 recordings, 2 subscriptions");
+}
+
+TEST_F(RecordingServiceTest, EndOfTheServiceEndsTheRecordingAndIsTold) {
+    std::ofstream pipe(pipe_);
+    WritePackets(pipe);
+    EXPECT_EQ(Next(), startId);
+    Quit();
+    EXPECT_EQ(Next(), stopId);
+    EXPECT_TRUE(parts_.Store().Chain(2, true).at(0).finished);
+    EXPECT_EQ(parts_.Info(1).writeController, StreamMgrFileMgmnt::ControlUnknown);
+}
+
+TEST_F(RecordingServiceTest, ThatNeverBeginsEndsWithTheService) {
+    Quit();
+    EXPECT_FALSE(client_.Receive());
+}
+
+} // namespace

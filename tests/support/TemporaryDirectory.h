@@ -1,0 +1,33 @@
+// A directory of a test's own.
+#pragma once
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+// Makes a new directory, and removes it with all that is in it.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory() {
+        std::string pattern = std::filesystem::temp_directory_path() / "streammgr-test-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw std::system_error(errno, std::generic_category(), pattern);
+        }
+        path_ = pattern;
+    }
+    ~TemporaryDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+
+    TemporaryDirectory(TemporaryDirectory const&) = delete;
+    TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
+
+    std::string const& Path() const { return path_; }
+    std::string Path(std::string const& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};

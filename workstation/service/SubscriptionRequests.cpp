@@ -1,0 +1,53 @@
+// The requests of those who want to be told.
+#include "service/SubscriptionRequests.h"
+
+#include <optional>
+#include <span>
+
+#include "Item.h"
+#include "api/ServiceMessages.h"
+#include "ipc/Payload.h"
+#include "service/Reply.h"
+
+namespace workstation {
+namespace {
+
+struct Wish {
+    Subscription subscription;
+    std::uint32_t messageId;
+};
+
+// What narrows a subscription is not looked at: everyone is told everything.
+std::optional<Wish> Decode(std::span<char> payload) {
+    UIntItem number;
+    UIntItem messageId;
+    std::size_t const headSize = number.Size() + messageId.Size();
+    if (payload.size() < headSize || !DecodeItems(payload.first(headSize), {&number, &messageId}))
+        return std::nullopt;
+    switch (auto const subscription = static_cast<Subscription>(number.Value())) {
+    case Subscription::storage:
+    case Subscription::recordStart:
+    case Subscription::recordStop:
+        return Wish{subscription, messageId.Value()};
+    }
+    return std::nullopt;
+}
+
+void Subscribe(SubscriptionContext const& context, Letter& request) {
+    auto const wish = Decode(request.payload);
+    if (wish)
+        context.subscribers.Add(request.sender, wish->subscription, wish->messageId);
+    BoolItem accepted(wish.has_value());
+    Reply(context.endpoint, request, subscribeReply, {&accepted});
+    if (wish && wish->subscription == Subscription::storage)
+        context.tellStorage(request.sender);
+}
+
+} // namespace
+
+void AddSubscriptionRequests(RequestRouter& router, SubscriptionContext const& context) {
+    router.On(subscribeRequest, "subscription",
+              [context](Letter& request) { Subscribe(context, request); });
+}
+
+} // namespace workstation
