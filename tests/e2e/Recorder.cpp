@@ -34,18 +34,6 @@ std::string Variable(char const* name, char const* fallback) {
     return value != nullptr ? value : fallback;
 }
 
-// The tool as this build made it, or another build of it through the command that runs it, such
-// as an emulator of the recorder's processor. The service and the pool tool are always native.
-Words ToolWords() {
-    std::istringstream prefix(Variable("STREAMMGR_TEST_TOOL_PREFIX", ""));
-    Words words;
-    for (std::string word; prefix >> word;) {
-        words.push_back(word);
-    }
-    words.push_back(ToolPath());
-    return words;
-}
-
 void Append(Words& words, Words const& more) {
     words.insert(words.end(), more.begin(), more.end());
 }
@@ -69,8 +57,22 @@ void WritePidof(fs::path const& directory) {
 
 } // namespace
 
+std::string ThisBuildsTool() {
+    return TOOL_PATH;
+}
+
 std::string ToolPath() {
     return Variable("STREAMMGR_TEST_TOOL", TOOL_PATH);
+}
+
+Words ToolWords() {
+    std::istringstream prefix(Variable("STREAMMGR_TEST_TOOL_PREFIX", ""));
+    Words words;
+    for (std::string word; prefix >> word;) {
+        words.push_back(word);
+    }
+    words.push_back(ToolPath());
+    return words;
 }
 
 bool ToolIsEmulated() {

@@ -24,9 +24,14 @@ inline std::string const notRunning = "StreamMgr is currently NOT running\n";
 std::string ReadFile(std::filesystem::path const& path);
 void WriteFile(std::filesystem::path const& path, std::string const& content);
 
-// The tool under test, and whether an emulator runs it, each start of which takes its time.
+// The tool as this build made it.
+std::string ThisBuildsTool();
+
+// The tool under test: that one, or another build of it through the command that runs it, such as
+// an emulator of the recorder's processor. The service and the pool tool are always this build's.
+Words ToolWords();
 std::string ToolPath();
-bool ToolIsEmulated();
+bool ToolIsEmulated(); // each start then takes its time
 
 // Everything lies in one temporary directory, which goes with the object. The tool sees only the
 // service of this recorder, so that tests can run side by side.
