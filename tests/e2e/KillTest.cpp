@@ -81,6 +81,16 @@ protected:
         }
     }
 
+    // In the order of recording the ticks of a stream only grow.
+    void ExpectThatNoTickIsUsedTwice() const {
+        EXPECT_EQ(Rows(Database(),
+                       "SELECT former.id, latter.id FROM file AS former JOIN file AS latter"
+                       " ON former.stream = latter.stream AND former.id < latter.id"
+                       " WHERE latter.first_tick <= former.last_tick OR"
+                       " former.last_tick < former.first_tick"),
+                  "");
+    }
+
     // The sizes in the table and in the database are the same.
     void ExpectTablesInOrder(pid_t service) const {
         std::string const listed = Replaced(recorder.Tool({"--lsm"}).out, " +", " ");
@@ -107,9 +117,8 @@ protected:
 
     // Services that were killed in a backup have left unfinished copies.
     void ExpectThatABackupLeavesNothingElse() {
-        recorder.StartService();
-        EXPECT_EQ(recorder.Tool({"--bkupdb", Backup()}),
-                  (Outcome{0, "backup successful\n", ""}));
+        recorder.StartService({"--record", "1=" CLIP_PATH, "--fast", "--loop"});
+        EXPECT_EQ(recorder.Tool({"--bkupdb", Backup()}), (Outcome{0, "backup successful\n", ""}));
         EXPECT_EQ(Faults(Backup()), "");
         recorder.StopService(SIGTERM);
         for (auto const& entry : fs::directory_iterator(recorder.Directory())) {
@@ -132,6 +141,7 @@ TEST_F(Kill, AtAnyMomentLosesNothingThatWasFinished) {
         pid_t const service = recorder.StartService().Pid();
         ExpectTablesInOrder(service);
         ExpectThatFilesAreAsTheDatabaseKnows();
+        ExpectThatNoTickIsUsedTwice();
         EXPECT_EQ(Faults(Database()), "");
         EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
     }

@@ -1,6 +1,7 @@
 // How the service starts and stops.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 
 #include "Recorder.h"
@@ -67,6 +68,25 @@ TEST(Service, RefusesToStartWithoutAPool) {
                        "pool '" + recorder.Pool().string() +
                            "': cannot open: No such file or directory\n"
                            "StreamMgr: cannot serve without a pool\n"}));
+}
+
+TEST(Service, RefusesADamagedDatabaseAndLeavesItAsItIs) {
+    Recorder recorder;
+    recorder.CreatePool(1);
+    fs::path const database = recorder.Root() / "events.db";
+    std::string const damaged = "SQLite format 3" + std::string(1, '\0') + Noise(5000);
+    WriteFile(database, damaged);
+    Outcome const outcome = RunToEnd(recorder.ServiceCommand());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(outcome.err.starts_with("StreamMgr: database '" + database.string() + "': "))
+        << outcome;
+    EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome;
+    EXPECT_EQ(ReadFile(database), damaged);
+    EXPECT_TRUE(fs::is_empty(recorder.Root() / "ipc"));
+    fs::remove(database);
+    recorder.StartService();
+    EXPECT_EQ(recorder.StopService(SIGTERM), quietEnd);
 }
 
 TEST(Service, RefusesAnUnknownOption) {

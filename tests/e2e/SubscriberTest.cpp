@@ -94,6 +94,46 @@ TEST_F(Subscriber, ThatSleepKeepNobodyFromBeingServedAndAreToldEverythingWhenThe
     EXPECT_EQ(Told(clients.front()), Recorded());
 }
 
+TEST_F(Subscriber, ThatIsKilledIsForgotten) {
+    Child& killed = Subscribe();
+    Child const& living = Subscribe();
+    EXPECT_EQ(recorder.Tool({"-i"}).status, 0);
+    ASSERT_TRUE(recorder.Logs("4 recordings, 6 subscriptions"));
+    killed.Signal(SIGKILL);
+    EXPECT_EQ(killed.Finish().status, -SIGKILL);
+    RecordAll();
+    ASSERT_TRUE(recorder.Logs("subscriber " + NameOf(killed) + " is gone"));
+    ASSERT_TRUE(recorder.Logs("RecordStopHandler", streams));
+    EXPECT_EQ(recorder.Tool({"-i"}).status, 0);
+    ASSERT_TRUE(recorder.Logs("4 recordings, 3 subscriptions"));
+    EXPECT_EQ(Told(living), Recorded());
+}
+
+// Of four files one is free; the event holds the first and the third, and the buffer begins with
+// the second, the oldest that may be wiped.
+TEST_F(Subscriber, IsToldTheFiguresOfTheStorageDump) {
+    for (int stream = 1; stream <= 3; ++stream) {
+        WriteFile(Pipe(stream), Clip());
+        ASSERT_TRUE(recorder.Logs(" stopped\n", stream));
+    }
+    MakeEvent(recorder, everySince2000 + ",r");
+    Child const& client = Subscribe();
+    ASSERT_TRUE(recorder.Logs("free: "));
+    EXPECT_EQ(recorder.Tool({"-S"}).status, 0);
+    ASSERT_TRUE(recorder.Logs("storage: "));
+
+    std::string const dump = Only("^storage: ", recorder.LogOf("StreamMgr"));
+    EXPECT_EQ(
+        dump,
+        "storage: total 385024 KiB, buffer 192512 KiB (50.0 %), event untransferred in buffer "
+        "96256 KiB (25.0 %), event untransferred not in buffer 96256 KiB (25.0 %), free 96256 "
+        "KiB (25.0 %)\n");
+    std::string const told = Only("\t", recorder.LogOf(NameOf(client)));
+    EXPECT_EQ(Replaced(told, "StreamMgrCli:[0-9]+ \t", ""),
+              "total: 376 MB\nbuffer: 188 MB\nevent untransferred in buffer: 94 MB\n"
+              "event untransferred not in buffer: 94 MB\nfree: 94 MB\n");
+}
+
 // A length beyond the message, a short one, and one that is no notification at all.
 TEST_F(Subscriber, ThatIsLiedToReadsNothingOutsideOfTheMessage) {
     Child& client = Subscribe();

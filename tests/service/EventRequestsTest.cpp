@@ -222,6 +222,26 @@ TEST_F(EventRequestsTest, ChangedFileSizeReachesTheDatabase) {
     }
 }
 
+TEST_F(EventRequestsTest, LockedDatabaseRefusesAndIsUsedAgainAfterwards) {
+    Record(1, 1);
+    std::string const reid = AfterTheFact(1000, 1000, 3);
+    Database other(DatabasePath(), Database::Mode::existing);
+    other.Execute("BEGIN EXCLUSIVE");
+    EXPECT_FALSE(Done(setTagsCompleteRequest, Encoded(reid)));
+    EXPECT_EQ(AfterTheFact(1000, 1000, 3), "");
+    Tell(deleteEventRequest, Encoded(reid));
+    other.Execute("ROLLBACK");
+    EXPECT_EQ(std::ranges::count_if(parts_.Log(),
+                                    [](std::string const& entry) {
+                                        return entry.find("database is locked") !=
+                                               std::string::npos;
+                                    }),
+              3);
+    EXPECT_TRUE(Done(setTagsCompleteRequest, Encoded(reid)));
+    Tell(deleteEventRequest, Encoded(reid));
+    EXPECT_THAT(parts_.Store().Events(), IsEmpty());
+}
+
 TEST_F(EventRequestsTest, MalformedRequestsAreRefused) {
     for (std::uint32_t id :
          {setTagsCompleteRequest, backupDatabaseRequest, updateFileSizeRequest}) {
