@@ -118,17 +118,15 @@ TEST_F(StreamRecorderTest, LoopAsFastAsItCanBeIsLeft) {
     EXPECT_EQ(target_.Calls().substr(0, 11), "begin write");
 }
 
+// In random bytes what looks like packets is found now and then.
 TEST_F(StreamRecorderTest, EndlessSourceThatIsNoTransportStreamIsToldOnceAndLeft) {
-    for (std::string const device : {"/dev/zero", "/dev/urandom"}) {
-        lines_.clear();
-        StreamRecorder recorder = MakeRecorder({2, device});
-        recorder.Start();
-        AwaitLine();
-        recorder.Stop();
-        EXPECT_EQ(lines_, std::vector<std::string>(
-                              {"stream 2: no transport stream in the first 1048576 bytes of '" +
-                               device + "'"}));
-    }
+    StreamRecorder recorder = MakeRecorder({2, "/dev/zero"});
+    recorder.Start();
+    AwaitLine();
+    recorder.Stop();
+    EXPECT_EQ(lines_,
+              std::vector<std::string>(
+                  {"stream 2: no transport stream in the first 1048576 bytes of '/dev/zero'"}));
     EXPECT_EQ(target_.Calls(), "");
 }
 
