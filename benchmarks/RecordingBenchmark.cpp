@@ -16,16 +16,18 @@ constexpr std::uint64_t clipSize = 64 << 20;
 constexpr unsigned int packetsPerPcr = 266; // 40 ms at 10 Mbit/s
 
 void WriteBig48(unsigned char* out, std::uint64_t value) {
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 6; ++i) {
         out[i] = static_cast<unsigned char>(value >> (40 - 8 * i));
+    }
 }
 
 // A file of packets with a PCR each 40 ms, gone at the end.
 class Clip {
 public:
     Clip() {
-        if (mkdtemp(directory_.data()) == nullptr)
+        if (mkdtemp(directory_.data()) == nullptr) {
             std::abort();
+        }
         std::ofstream file(Path(), std::ios::binary);
         for (std::uint64_t i = 0; i < clipSize / tsPacketSize; ++i) {
             unsigned char packet[tsPacketSize] = {tsSyncByte, 0x01, 0x00, 0x10};

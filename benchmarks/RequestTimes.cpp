@@ -98,14 +98,16 @@ bool MeasureNotifications(LinxIpc& subscriber, std::string const& name) {
         auto endpoint = workstation::Endpoint::Open("Benchmark", error);
         StringItem reid("20260131-134510:5f3a9c21");
         auto const payload = workstation::EncodeItems({&reid});
-        for (int sent = 0; endpoint && sent < count; ++sent)
+        for (int sent = 0; endpoint && sent < count; ++sent) {
             endpoint->Send(name, messageId, payload, 0, 5000);
+        }
     });
     auto const start = Clock::now();
     int received = 0;
     while (received < count &&
-           subscriber.Receive(5000, messageId, LinxIpc::emptyString, nullptr) == 0)
+           subscriber.Receive(5000, messageId, LinxIpc::emptyString, nullptr) == 0) {
         ++received;
+    }
     double const seconds = std::chrono::duration<double>(Clock::now() - start).count();
     sender.join();
     std::printf("notifications taken by one subscriber: %.0f a second\n", received / seconds);
@@ -132,9 +134,13 @@ int main(int argc, char** argv) {
         Measure("request with an answer", 5000, [&] { return AskLogLevel(ipc); }) &&
         Measure("record after the fact, delete", 200, [&] { return RecordAfterTheFact(ipc); }) &&
         Measure("StreamMgrCli --ping, the process", 100,
-                [&] { return benchmarks::Measure({tool, "--ping"}).has_value(); }) &&
+                [&] {
+                    return benchmarks::Measure({tool, "--ping"}).has_value();
+                }) &&
         Measure("StreamMgrCli --ratf, the process", 100,
-                [&] { return benchmarks::Measure({tool, "--ratf", LastHour()}).has_value(); }) &&
+                [&] {
+                    return benchmarks::Measure({tool, "--ratf", LastHour()}).has_value();
+                }) &&
         MeasureNotifications(ipc, name);
     return good ? 0 : 1;
 }

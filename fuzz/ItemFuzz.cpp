@@ -36,8 +36,9 @@ std::unique_ptr<Item> AnyItem(FuzzedDataProvider& plan) {
 // Every step stays in the payload, which ends where the memory does. What had room has its size.
 void DecodeArbitraryBytes(FuzzedDataProvider& plan) {
     std::vector<std::unique_ptr<Item>> items;
-    for (auto count = plan.ConsumeIntegralInRange(1, 10); count > 0; --count)
+    for (auto count = plan.ConsumeIntegralInRange(1, 10); count > 0; --count) {
         items.push_back(AnyItem(plan));
+    }
     auto payload = plan.ConsumeRemainingBytes<char>();
     payload.shrink_to_fit();
     DecodeScope const scope(payload.data(), payload.size());

@@ -48,8 +48,9 @@ private:
 std::string Datagram(FuzzedMessage const& message) {
     std::string const payload(message.payload.begin(), message.payload.end());
     std::size_t const kind = message.kind % (subscribed.size() + 1);
-    if (kind == subscribed.size())
+    if (kind == subscribed.size()) {
         return payload;
+    }
     auto const header =
         EncodeHeader({subscribed.at(kind), 0, static_cast<std::uint32_t>(payload.size())});
     return std::string(header.begin(), header.end()) + payload;

@@ -35,8 +35,9 @@ Bytes MakeStream(FuzzedDataProvider& input) {
 void Take(PacketAligner& aligner, Bytes& packets) {
     for (auto run = aligner.Next(); !run.empty(); run = aligner.Next()) {
         Require(run.size() % tsPacketSize == 0);
-        for (std::size_t i = 0; i < run.size(); i += tsPacketSize)
+        for (std::size_t i = 0; i < run.size(); i += tsPacketSize) {
             Require(run[i] == tsSyncByte);
+        }
         packets.insert(packets.end(), run.begin(), run.end());
     }
 }

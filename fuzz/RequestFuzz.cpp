@@ -83,11 +83,13 @@ public:
     // As before every input: something recorded in all files, one event of them.
     void Renew() {
         LogClient::Instance()->Level(3);
-        for (Event const& event : store_.Events())
+        for (Event const& event : store_.Events()) {
             Require(store_.DeleteEvent(event.reid));
+        }
         for (auto tick = static_cast<std::uint32_t>(store_.FilesInUse().size()); tick < fileCount;
-             ++tick)
+             ++tick) {
             Record(static_cast<int>(tick % 4 + 1), tick);
+        }
         Require(store_.RecordAfterTheFact(0, 100, 0xF, 100).has_value());
     }
 
@@ -120,8 +122,9 @@ public:
             Require(std::ranges::none_of(files, &RecordedFile::wiped));
         }
         std::set<int> numbers;
-        for (RecordedFile const& file : store_.FilesInUse())
+        for (RecordedFile const& file : store_.FilesInUse()) {
             Require(numbers.insert(file.fileNumber).second);
+        }
         StorageFigures const storage = Storage();
         Require(storage.total == storage.buffer + storage.untransferredNotInBuffer + storage.free);
         Require(storage.untransferredInBuffer <= storage.buffer);
@@ -159,12 +162,15 @@ std::vector<char> Encoded(std::string const& text) {
 // behind the identifier of an event. A backup is never let go anywhere but into the test's root.
 std::vector<char> Payload(Service const& service, FuzzedMessage const& message, bool isBackup) {
     bool const isKnown = message.kind >= 0x80;
-    if (isBackup && isKnown)
+    if (isBackup && isKnown) {
         return Encoded(service.Backup());
-    if (isBackup && std::ranges::count(message.payload, '/') != 0)
+    }
+    if (isBackup && std::ranges::count(message.payload, '/') != 0) {
         return {};
-    if (!isKnown)
+    }
+    if (!isKnown) {
         return message.payload;
+    }
     auto payload = Encoded(service.KnownReid());
     payload.insert(payload.end(), message.payload.begin(), message.payload.end());
     return payload;

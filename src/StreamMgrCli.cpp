@@ -94,8 +94,9 @@ constexpr char const* blanks = " \t";
 // Without its leading blanks. A text of nothing else is an error that the frame reports.
 std::string TrimFront(std::string const& text) {
     auto const start = text.find_first_not_of(blanks);
-    if (start == std::string::npos)
+    if (start == std::string::npos) {
         throw std::out_of_range("basic_string::substr");
+    }
     return text.substr(start);
 }
 
@@ -158,16 +159,18 @@ unsigned int Multi(char const* list, bool extract) {
 // Carried out once the argument is understood, whatever came of it.
 unsigned int EditAndExtract(char const* argument, bool unbounded) {
     auto const edit = streamfile::ParseEditArgument(argument);
-    if (!edit)
+    if (!edit) {
         return failed;
+    }
     long fileSize = 0;
     long bytesCount = 0;
     if (!EditAndExtractStreamFile(edit->fileNum, fileSize, bytesCount, unbounded, edit->firsttick,
-                                  edit->lasttick))
+                                  edit->lasttick)) {
         std::cerr << "EditAndExtractStreamFile() returned an error." << std::endl
                   << "      filenum = " << edit->fileNum << std::endl
                   << "    firsttick = " << edit->firsttick << std::endl
                   << "     lasttick = " << edit->lasttick << std::endl;
+    }
     return carriedOut;
 }
 
@@ -180,8 +183,9 @@ unsigned int Stats(char const* argument, bool unbounded) {
 
 unsigned int TickInfo(char const* argument, bool unbounded) {
     auto const tickInfo = streamfile::ParseTickInfoArgument(argument);
-    if (!tickInfo)
+    if (!tickInfo) {
         return failed;
+    }
     long fileSize = 0;
     long bytesRead = 0;
     StreamFileTickInfo(tickInfo->fileNum, fileSize, tickInfo->mode, bytesRead, unbounded);
@@ -210,8 +214,9 @@ unsigned int StreamMgrCli::PreInit() {
     std::array<char, 1024> line{};
     streamMgrRunning_ =
         pipe && std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) != nullptr;
-    if (!streamMgrRunning_)
+    if (!streamMgrRunning_) {
         std::cout << "StreamMgr is currently NOT running" << std::endl;
+    }
     return result;
 }
 
@@ -342,8 +347,9 @@ unsigned int StreamMgrCli::Connect() {
         return failed;
     }
     // For ever: SIGINT is the only way out.
-    for (;;)
+    for (;;) {
         linxIpc_.Receive(-1, 0, LinxIpc::emptyString, nullptr);
+    }
 }
 
 unsigned int StreamMgrCli::DeleteEvent(std::string const& reid) {
@@ -367,10 +373,11 @@ unsigned int StreamMgrCli::LogFileChain(char const* argument, bool withWiped) {
 
 // A failed backup is told, and the option counts as carried out all the same.
 unsigned int StreamMgrCli::BackupDatabase(char const* path) {
-    if (StreamMgrApi::BackupDatabase(linxIpc_, path, eventTimeoutMs))
+    if (StreamMgrApi::BackupDatabase(linxIpc_, path, eventTimeoutMs)) {
         std::cout << "backup successful\n";
-    else
+    } else {
         std::cerr << "backup failed\n";
+    }
     return carriedOut;
 }
 
@@ -452,10 +459,11 @@ unsigned int StreamMgrCli::SplitEvent(std::string const& argument) {
         result = failed;
     }
 
-    if (argument.size() - comma <= 1)
+    if (argument.size() - comma <= 1) {
         std::cerr
             << "NOTE: use no spaces between reid and splitsize, or else enclose the arguments "
                "in quotes";
+    }
     SplitSize const asked = ParseSplitSize(TrimFront(argument.substr(comma + 1)));
     if (asked.number == 0) {
         std::cerr << "splitsize must be > 0\n" << hint << "\n";
@@ -470,18 +478,20 @@ unsigned int StreamMgrCli::SplitEvent(std::string const& argument) {
 
     // The service takes a number of GiB, or of KiB from 1024 on.
     unsigned int size = asked.isMiB ? asked.number << 10 : asked.number;
-    if (StreamMgrApi::SplitEvent(linxIpc_, reid, size))
+    if (StreamMgrApi::SplitEvent(linxIpc_, reid, size)) {
         std::cout << "Split request submitted for REID: '" << reid << "', split size = " << size
                   << "\n";
-    else
+    } else {
         std::cerr << "SPLIT call FAILED\n";
+    }
     return result;
 }
 
 unsigned int StreamMgrCli::InsertByName(char const* argument) {
     auto const insert = streamfile::ParseInsertArgument(argument);
-    if (!insert)
+    if (!insert) {
         return failed;
+    }
     long statedLength = 0;
     long copied = 0;
     bool const succeeded = OverwriteStreamFileFromName(
@@ -493,12 +503,13 @@ unsigned int StreamMgrCli::SendRequest(unsigned int id, std::string text) {
     auto const size = static_cast<unsigned int>(text.size() + 1); // with its terminating NUL
     IpcMessage message;
     char const* failure = nullptr;
-    if (message.Allocate(id, size, nullptr) != 0)
+    if (message.Allocate(id, size, nullptr) != 0) {
         failure = "Error allocating request for ";
-    else if (message.Fill(text.c_str(), size) != 0)
+    } else if (message.Fill(text.c_str(), size) != 0) {
         failure = "Error populating request string with ";
-    else if (linxIpc_.Request(serverName_, message, 0, -1, nullptr) != 0)
+    } else if (linxIpc_.Request(serverName_, message, 0, -1, nullptr) != 0) {
         failure = "Error sending request ";
+    }
 
     if (failure != nullptr) {
         std::cerr << failure << text << std::endl;
@@ -547,15 +558,17 @@ namespace StreamMgrApi {
 
 unsigned char* StreamSpaceStatusItem::Encode(unsigned char* out) {
     for (UIntItem* const item :
-         {&total, &buffer, &untransferredInBuffer, &untransferredNotInBuffer, &free})
+         {&total, &buffer, &untransferredInBuffer, &untransferredNotInBuffer, &free}) {
         out = item->Encode(out);
+    }
     return out;
 }
 
 unsigned char* StreamSpaceStatusItem::Decode(unsigned char* in) {
     for (UIntItem* const item :
-         {&total, &buffer, &untransferredInBuffer, &untransferredNotInBuffer, &free})
+         {&total, &buffer, &untransferredInBuffer, &untransferredNotInBuffer, &free}) {
         in = item->Decode(in);
+    }
     return in;
 }
 

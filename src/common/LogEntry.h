@@ -14,8 +14,9 @@ enum LogLevel : unsigned int {
 // Writes an entry when its level is switched on, which is asked anew for each. It bears the name
 // StreamMgrCli whichever file writes it, and the line of the caller.
 inline void LogEntry(LogLevel level, std::string_view text, int line = __builtin_LINE()) {
-    if ((LogClient::Instance()->Level() & level) == 0)
-        return;
+    if ((LogClient::Instance()->Level() & level) == 0) {
+        { return; }
+    }
     SysLogMsg entry;
     entry.Log(static_cast<int>(level), LogClient::Instance()->ProcessName())
         << "StreamMgrCli:" << line << " " << text;

@@ -48,8 +48,9 @@ public:
         std::string const path = "/proc/" + std::to_string(pid) + "/cmdline";
         // Deliberately not closed: one descriptor for each listed process stays open to the end.
         int const descriptor = open(path.c_str(), O_RDONLY);
-        if (descriptor < 1)
+        if (descriptor < 1) {
             return {};
+        }
         ssize_t const count = read(descriptor, text_.data(), text_.size() - 1);
         if (count > 0) {
             auto const end = text_.begin() + count;
@@ -68,8 +69,9 @@ private:
 void PrintThreads(unsigned char const* slots) {
     for (std::size_t slot = 0; slot < slotCount; ++slot) {
         unsigned char const* const words = slots + slot * slotSize;
-        if (ReadWord<std::uint32_t>(words) == 0)
+        if (ReadWord<std::uint32_t>(words) == 0) {
             continue;
+        }
         std::cout << "       - " << std::hex << std::setw(10)
                   << ReadWord<std::uint32_t>(words + wordSize) << std::dec
                   << " file: " << ReadWord<std::int32_t>(words + 2 * wordSize) << std::endl;
@@ -89,8 +91,9 @@ bool ListProcesses() {
         unsigned char const* const record =
             sharedMemory.ProcessTable() + headerSize + index * recordSize;
         auto const pid = ReadWord<std::int32_t>(record);
-        if (!IsAlive(pid))
+        if (!IsAlive(pid)) {
             continue;
+        }
         std::cout << std::setw(3) << index << std::setw(6) << pid << "   " << commandLines.Read(pid)
                   << std::endl;
         PrintThreads(record + wordSize);

@@ -56,10 +56,12 @@ bool ListSharedMem(bool intermediateOnly) {
     long const poolSize = fileAccess.GetFilePoolSize();
     for (int fileNumber = 1; fileNumber <= poolSize; ++fileNumber) {
         StreamMgrFileMgmnt::FileMgmnt_t file{};
-        if (!fileAccess.GetFileInfo(fileNumber, file))
+        if (!fileAccess.GetFileInfo(fileNumber, file)) {
             continue;
-        if (!intermediateOnly || IsIntermediate(file))
+        }
+        if (!intermediateOnly || IsIntermediate(file)) {
             PrintRow(fileNumber, file);
+        }
     }
     // The size of the pool, also when only some of its files were shown.
     std::cout << "Total number of files: " << poolSize << "\n";

@@ -27,8 +27,9 @@ struct ChunkSource {
             return std::nullopt;
         }
         auto const count = static_cast<unsigned int>(got);
-        if (count != request)
+        if (count != request) {
             ShortTransferLine("Read", fileSize, request, got);
+        }
         return count;
     }
 };
@@ -46,8 +47,9 @@ bool MoveChunks(ChunkSource const& source, long planned, Sink& sink, ProgressMar
     do {
         auto const request = static_cast<unsigned int>(std::clamp<long>(remaining, 0, chunkSize));
         auto const got = source.Read(sink.Place(), request);
-        if (!got || !sink.Take(*got))
+        if (!got || !sink.Take(*got)) {
             return false;
+        }
         marks.CountChunk();
         device::AddInt32(moved, *got);
         remaining -= *got;

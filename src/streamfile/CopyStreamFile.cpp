@@ -13,13 +13,15 @@ bool CopyStreamFile(int fileNumber, long& statedLength, long& copied, bool unbou
     auto const copy = [&](ChunkSource const& source, TransferBuffer& buffer, long planned) {
         std::string const path = HardDiskPath(std::to_string(fileNumber) + ".ts");
         HardDiskFile output(path, HardDiskFile::Use::write);
-        if (!output.IsOpen())
+        if (!output.IsOpen()) {
             return false;
+        }
         std::cout << "Copying requested stream file to '" << path << "'" << std::endl;
 
         HardDiskSink sink(output, buffer);
-        if (!MoveChunks(source, planned, sink, ProgressMarks(), copied))
+        if (!MoveChunks(source, planned, sink, ProgressMarks(), copied)) {
             return false;
+        }
         std::cout << std::endl;
         return true;
     };

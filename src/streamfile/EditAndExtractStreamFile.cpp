@@ -27,8 +27,9 @@ struct CutPoint {
 std::optional<CutPoint> FindCutPoint(std::string_view name, int tick, long omittedOffset,
                                      int fileNum, TickTable& ticks) {
     CutPoint point{tick, omittedOffset, ""};
-    if (tick == 0)
+    if (tick == 0) {
         return point;
+    }
     if (!TickToOffset(ticks, static_cast<unsigned int>(tick), point.offset)) {
         std::cerr << name << " " << tick << " not found in stream file " << fileNum << std::endl;
         return std::nullopt;
@@ -62,19 +63,23 @@ bool EditAndExtractStreamFile(int fileNum, long& fileSize, long& bytesCount, boo
 
     TransferBuffer buffer;
     StreamFileAccess file(fileNum, 0);
-    if (!IsOpen(file))
+    if (!IsOpen(file)) {
         return false;
+    }
     auto const size = PlannedLength(file, unbounded);
-    if (!size)
+    if (!size) {
         return false;
+    }
     fileSize = *size;
 
     auto const first = FindCutPoint("firsttick", firsttick, 0, fileNum, ticks);
-    if (!first)
+    if (!first) {
         return false;
+    }
     auto const last = FindCutPoint("lasttick", lasttick, *size, fileNum, ticks);
-    if (!last)
+    if (!last) {
         return false;
+    }
     // A last tick before the first is not refused: what lies between them is then copied twice.
     long const prologSize = first->offset;
     long const epilogSize = lasttick != 0 ? *size - last->offset : 0;
@@ -83,19 +88,22 @@ bool EditAndExtractStreamFile(int fileNum, long& fileSize, long& bytesCount, boo
     std::string const path =
         HardDiskPath(std::to_string(fileNum) + "." + first->text + "-" + last->text + ".ts");
     HardDiskFile output(path, HardDiskFile::Use::write);
-    if (!output.IsOpen())
+    if (!output.IsOpen()) {
         return false;
+    }
     std::cout << "Copying requested stream file to '" << path << "'" << std::endl
               << "Copy prolog of '" << path << "'" << std::endl;
 
     // A prolog that comes short is told, but the epilog follows it all the same.
     ChunkSource const source{file, *size, unbounded};
     HardDiskSink sink(output, buffer);
-    if (!MoveChunks(source, prologSize, sink, ProgressMarks(), bytesCount))
+    if (!MoveChunks(source, prologSize, sink, ProgressMarks(), bytesCount)) {
         return false;
+    }
     file.Seek(last->offset);
-    if (!MoveChunks(source, epilogSize, sink, ProgressMarks(), bytesCount))
+    if (!MoveChunks(source, epilogSize, sink, ProgressMarks(), bytesCount)) {
         return false;
+    }
     std::cout << std::endl;
     return true;
 }

@@ -29,34 +29,39 @@ std::string HardDiskPath(std::string const& fileName) {
 HardDiskFile::HardDiskFile(std::string const& path, Use use)
     : descriptor_(Open(path, use)) {
     // The wording is that of an output file for a source too.
-    if (!IsOpen())
+    if (!IsOpen()) {
         SystemErrorLine({"Could not open outfile '", path, "': "});
+    }
 }
 
 HardDiskFile::~HardDiskFile() {
-    if (IsOpen())
+    if (IsOpen()) {
         close(descriptor_);
+    }
 }
 
 std::optional<long> HardDiskFile::Size() const {
     struct stat status {};
     if (fstat(descriptor_, &status) != 0 ||
-        status.st_size > std::numeric_limits<std::int32_t>::max())
+        status.st_size > std::numeric_limits<std::int32_t>::max()) {
         return std::nullopt;
+    }
     return static_cast<long>(status.st_size);
 }
 
 std::optional<unsigned int> HardDiskFile::Read(unsigned char* bytes, unsigned int count) {
     ssize_t const got = read(descriptor_, bytes, count);
-    if (got != -1)
+    if (got != -1) {
         return static_cast<unsigned int>(got);
+    }
     SystemErrorLine({"Unexpected read status: "});
     return std::nullopt;
 }
 
 bool HardDiskFile::Write(unsigned char const* bytes, unsigned int count) {
-    if (write(descriptor_, bytes, count) != -1)
+    if (write(descriptor_, bytes, count) != -1) {
         return true;
+    }
     SystemErrorLine({"Unexpected write status: "});
     return false;
 }

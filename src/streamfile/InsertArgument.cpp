@@ -19,8 +19,9 @@ void ShowNumber(int number) {
 
 // <num>,<sourcename>: leaves the source name in `text`.
 std::optional<int> NumberBeforeComma(std::string& text, std::string::size_type comma) {
-    if (comma == 0)
+    if (comma == 0) {
         return std::nullopt;
+    }
     int const number = ShowAndParseNumber(text.substr(0, comma));
     if (number < 1) {
         std::cerr << "error: comma implies a preceding destination file number." << std::endl;
@@ -36,11 +37,13 @@ std::optional<int> NumberBeforeComma(std::string& text, std::string::size_type c
 // the insertion refuses.
 std::optional<int> NumberInName(std::string const& text) {
     auto const stop = text.find('.');
-    if (stop == std::string::npos)
+    if (stop == std::string::npos) {
         return 0;
+    }
     int const number = ShowAndParseNumber(text.substr(0, stop));
-    if (number < 1)
+    if (number < 1) {
         return std::nullopt;
+    }
     ShowNumber(number);
     std::cout << "base filename for source file = [" << text << "]" << std::endl;
     return number;
@@ -48,12 +51,14 @@ std::optional<int> NumberInName(std::string const& text) {
 
 void CutSuffix(std::string& name) {
     auto const stop = name.rfind('.');
-    if (stop == std::string::npos)
+    if (stop == std::string::npos) {
         return;
+    }
     std::string const suffix = name.substr(stop + 1);
     std::cout << "suffixstr = [" << suffix << "]" << std::endl;
-    if (suffix != "ts")
+    if (suffix != "ts") {
         return;
+    }
     name.erase(stop);
     std::cout << "optarg_ less suffix = [" << name << "]" << std::endl;
 }
@@ -66,8 +71,9 @@ std::optional<InsertArgument> ParseInsertArgument(std::string const& text) {
     auto const comma = name.find(',');
     auto const number =
         comma != std::string::npos ? NumberBeforeComma(name, comma) : NumberInName(name);
-    if (!number)
+    if (!number) {
         return std::nullopt;
+    }
     CutSuffix(name);
     std::cout << std::endl;
     ShowNumber(*number);

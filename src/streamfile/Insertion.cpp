@@ -25,8 +25,9 @@ bool Insertion::Run(Insert insert, long planned, long& copied) {
     do {
         auto const request = static_cast<unsigned int>(std::min<long>(remaining, chunkSize));
         auto const got = source_.Read(buffer_.Data(), request);
-        if (!got)
+        if (!got) {
             return false;
+        }
         unsigned int const count = wholeChunks ? request : *got;
         int const written = file_.Write(buffer_.Data(), count);
         if (written == -1) {
@@ -34,8 +35,9 @@ bool Insertion::Run(Insert insert, long planned, long& copied) {
             return false;
         }
         bool const isShort = static_cast<unsigned int>(written) != count;
-        if (isShort)
+        if (isShort) {
             ShortTransferLine(wholeChunks ? "Read" : "Write", planned, request, written);
+        }
         marks.CountChunk();
         remaining -= written;
         device::AddInt32(copied, written);
@@ -46,17 +48,20 @@ bool Insertion::Run(Insert insert, long planned, long& copied) {
 
 bool InsertIntoPool(int fileNumber, std::string const& path, std::string const& destination,
                     std::function<bool(Insertion& insertion)> const& run) {
-    if (!IsWorkable(fileNumber) || !InitializePool())
+    if (!IsWorkable(fileNumber) || !InitializePool()) {
         return false;
+    }
     TransferBuffer buffer;
     HardDiskFile source(path, HardDiskFile::Use::read);
-    if (!source.IsOpen())
+    if (!source.IsOpen()) {
         return false;
+    }
     std::cout << "Copying requested stream file from '" << path << "' to " << destination
               << std::endl;
     StreamFileAccess file(fileNumber, false, externalProcess);
-    if (!IsOpen(file))
+    if (!IsOpen(file)) {
         return false;
+    }
     Insertion insertion(source, file, buffer);
     return run(insertion);
 }

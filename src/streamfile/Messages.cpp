@@ -9,8 +9,9 @@ namespace streamfile {
 
 void SystemErrorLine(std::initializer_list<std::string_view> texts) {
     int const error = errno; // before printing changes it
-    for (std::string_view const text : texts)
+    for (std::string_view const text : texts) {
         std::cerr << text;
+    }
     std::cerr << error << std::strerror(error) << std::endl;
 }
 

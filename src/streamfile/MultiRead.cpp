@@ -18,8 +18,9 @@ std::vector<int> ParseFileList(std::string list) {
     for (char* token = std::strtok(list.data(), ", "); token != nullptr;
          token = std::strtok(nullptr, ", ")) {
         int const number = device::ParseInt32(token);
-        if (number > 0)
+        if (number > 0) {
             numbers.push_back(number);
+        }
     }
     return numbers;
 }
@@ -35,11 +36,13 @@ void MultiRead(char const* list, bool extract) {
     for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
         auto const argument = static_cast<std::intptr_t>(extract ? -*number : *number);
         pthread_t thread{};
-        if (pthread_create(&thread, nullptr, CopyThread, reinterpret_cast<void*>(argument)) == 0)
+        if (pthread_create(&thread, nullptr, CopyThread, reinterpret_cast<void*>(argument)) == 0) {
             threads.push_back(thread);
+        }
     }
-    for (auto thread = threads.rbegin(); thread != threads.rend(); ++thread)
+    for (auto thread = threads.rbegin(); thread != threads.rend(); ++thread) {
         pthread_join(*thread, nullptr);
+    }
 
     std::cout << "complete"; // neither ended nor flushed: the next output follows on the same line
 }

@@ -15,8 +15,9 @@ bool OverwriteStreamFile(int fileNumber, long& statedLength, long& copied, bool 
             return false;
         }
         statedLength = slotSize;
-        if (!insertion.Run(Insert::wholeChunk, slotSize, copied))
+        if (!insertion.Run(Insert::wholeChunk, slotSize, copied)) {
             return false;
+        }
         std::cout << std::endl;
         return true;
     };

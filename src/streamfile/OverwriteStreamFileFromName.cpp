@@ -13,8 +13,9 @@ namespace {
 
 // The bytes that are to be written; none after a line on standard error.
 std::optional<long> LengthToInsert(HardDiskFile& source, std::string const& path, bool unbounded) {
-    if (unbounded)
+    if (unbounded) {
         return slotSize;
+    }
     auto const size = source.Size();
     if (!size) {
         std::cerr << "error: fstat() failure on [" << path << "]" << std::endl;
@@ -31,11 +32,13 @@ bool OverwriteStreamFileFromName(LinxIpc& ipc, int fileNumber, std::string sourc
     std::string const path = HardDiskPath(sourceName + ".ts");
     auto const overwrite = [&](Insertion& insertion) {
         auto const planned = LengthToInsert(insertion.Source(), path, unbounded);
-        if (!planned)
+        if (!planned) {
             return false;
+        }
         statedLength = *planned;
-        if (!insertion.Run(Insert::whatWasRead, *planned, copied))
+        if (!insertion.Run(Insert::whatWasRead, *planned, copied)) {
             return false;
+        }
         std::cout << std::endl;
 
         insertion.File().Truncate(copied);

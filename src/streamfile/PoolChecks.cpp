@@ -32,22 +32,25 @@ bool IsWorkable(int fileNumber) {
 }
 
 bool InitializePool() {
-    if (fileAccess.InitializeFileAccess(false, true))
+    if (fileAccess.InitializeFileAccess(false, true)) {
         return true;
+    }
     std::cerr << "can not proceed without fileAccess initialized" << std::endl;
     return false;
 }
 
 bool IsOpen(StreamFileAccess& file) {
-    if (file.IsOpen())
+    if (file.IsOpen()) {
         return true;
+    }
     SystemErrorLine({"could not open stream file: "});
     return false;
 }
 
 std::optional<long> PlannedLength(StreamFileAccess& file, bool unbounded) {
-    if (unbounded)
+    if (unbounded) {
         return slotSize;
+    }
     long const length = file.DataLength();
     if (length < 0) {
         SystemErrorLine({"error getting length of file: "});

@@ -10,15 +10,17 @@ namespace streamfile {
 // line on standard error, when the pool cannot be reached.
 template <typename Visit>
 bool ForEachStreamFile(int fileNum, Visit visit) {
-    if (!InitializePool())
+    if (!InitializePool()) {
         return false;
+    }
     if (fileNum != 0) {
         visit(fileNum);
         return true;
     }
     long const poolSize = fileAccess.GetFilePoolSize();
-    for (int number = 1; number <= poolSize; ++number)
+    for (int number = 1; number <= poolSize; ++number) {
         visit(number);
+    }
     return true;
 }
 

@@ -14,8 +14,9 @@ public:
         : mark_(std::move(mark)) {}
 
     void CountChunk() {
-        if (++chunks_ % 8 == 0)
+        if (++chunks_ % 8 == 0) {
             std::cout << mark_ << std::flush;
+        }
     }
 
 private:

@@ -12,15 +12,18 @@ namespace streamfile {
 // what `move` says.
 template <typename Move>
 bool ReadFromPool(int fileNumber, bool unbounded, long& statedLength, Move move) {
-    if (!IsWorkable(fileNumber) || !InitializePool())
+    if (!IsWorkable(fileNumber) || !InitializePool()) {
         return false;
+    }
     TransferBuffer buffer;
     StreamFileAccess file(fileNumber, 0);
-    if (!IsOpen(file))
+    if (!IsOpen(file)) {
         return false;
+    }
     auto const planned = PlannedLength(file, unbounded);
-    if (!planned)
+    if (!planned) {
         return false;
+    }
     statedLength = *planned;
     return move(ChunkSource{file, *planned, unbounded}, buffer, *planned);
 }

@@ -28,8 +28,9 @@ bool ReadStreamFile(int fileNumber, long& statedLength, long& readBytes, bool un
     auto const read = [&](ChunkSource const& source, TransferBuffer& buffer, long planned) {
         DiscardingSink sink(buffer);
         ProgressMarks const marks(std::to_string(fileNumber) + ", ");
-        if (!MoveChunks(source, planned, sink, marks, readBytes))
+        if (!MoveChunks(source, planned, sink, marks, readBytes)) {
             return false;
+        }
         std::cout << std::endl;
         return true;
     };

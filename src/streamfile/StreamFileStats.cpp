@@ -39,8 +39,9 @@ bool StreamFileStats(int fileNum, long& fileSize, long& bytesRead, bool unbounde
         TickTable ticks;
         GetStreamFileTicks(number, fileSize, bytesRead, unbounded, ticks);
         // Said here in addition to what reading the ticks has said.
-        if (ticks.empty())
+        if (ticks.empty()) {
             std::cout << "No system ticks found\n";
+        }
         std::cout << "\n\n";
         PrintRuns(number, ticks);
         std::cout << "\n";

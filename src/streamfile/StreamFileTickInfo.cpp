@@ -14,9 +14,10 @@ using namespace streamfile;
 namespace {
 
 void PrintTicks(int fileNum, TickTable const& ticks) {
-    for (auto const& [offset, metadata] : ticks)
+    for (auto const& [offset, metadata] : ticks) {
         std::cout << " File: " << fileNum << " Tick: " << metadata.tick << " Offset: " << offset
                   << " Time: " << metadata.time << std::endl;
+    }
 }
 
 // Across a gap in the ticks nothing is measured; without any consecutive pair the two lines show
@@ -27,8 +28,9 @@ void PrintTickDistances(int fileNum, TickTable const& ticks) {
     for (std::size_t entry = 1; entry < ticks.size(); ++entry) {
         auto const& [previousOffset, previous] = ticks[entry - 1];
         auto const& [offset, current] = ticks[entry];
-        if (current.tick - previous.tick != 1)
+        if (current.tick - previous.tick != 1) {
             continue;
+        }
         largest = std::max(largest, offset - previousOffset);
         smallest = std::min(smallest, offset - previousOffset);
     }
@@ -52,10 +54,11 @@ bool StreamFileTickInfo(int fileNum, long& fileSize, char mode, long& bytesRead,
             return;
         }
         std::cout << "\n\n";
-        if (mode == 'm')
+        if (mode == 'm') {
             PrintTickDistances(number, ticks);
-        else
+        } else {
             PrintTicks(number, ticks);
+        }
         std::cout << "\n";
     });
 }

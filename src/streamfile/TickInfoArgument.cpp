@@ -10,8 +10,9 @@ namespace streamfile {
 std::optional<TickInfoArgument> ParseTickInfoArgument(std::string const& text) {
     TickInfoArgument argument{device::ParseInt32(text.c_str()), 0};
     auto const comma = text.find(',');
-    if (comma == std::string::npos)
+    if (comma == std::string::npos) {
         return argument;
+    }
     if (comma + 1 == text.size()) {
         // The note ends without a newline; it always has.
         std::cerr << "NOTE: use a comma, but no spaces between file number tickinfo option";

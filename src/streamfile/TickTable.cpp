@@ -23,8 +23,9 @@ constexpr auto systemTick = static_cast<TsHelper::StreamSystickId>(2);
 // standard error, when that cannot be had or is 0. The lines are those of the tick tools, not of
 // the copies.
 std::optional<long> LengthToScan(StreamFileAccess& file, int fileNum, bool unbounded) {
-    if (unbounded)
+    if (unbounded) {
         return slotSize;
+    }
     long const length = file.DataLength();
     if (length < 0) {
         SystemErrorLine(
@@ -63,19 +64,22 @@ bool GetStreamFileTicks(int fileNum, long& fileSize, long& bytesRead, bool unbou
         InvalidFileNumberLine(fileNum);
         return false;
     }
-    if (!FileSystemIsPool() || !InitializePool())
+    if (!FileSystemIsPool() || !InitializePool()) {
         return false;
+    }
     if (fileNum > fileAccess.GetFilePoolSize()) {
         InvalidFileNumberLine(fileNum);
         return false;
     }
 
     StreamFileAccess file(fileNum, 0);
-    if (!IsOpen(file))
+    if (!IsOpen(file)) {
         return false;
+    }
     auto const length = LengthToScan(file, fileNum, unbounded);
-    if (!length)
+    if (!length) {
         return false;
+    }
     fileSize = *length;
 
     // Always a whole slot, zero-filled, whatever the file holds: TsHelper is handed all of it.
@@ -88,14 +92,16 @@ bool GetStreamFileTicks(int fileNum, long& fileSize, long& bytesRead, bool unbou
     slot->resize(slotSize);
 
     MemorySink sink(slot->data());
-    if (!MoveChunks({file, *length, unbounded}, *length, sink, ProgressMarks(), bytesRead))
+    if (!MoveChunks({file, *length, unbounded}, *length, sink, ProgressMarks(), bytesRead)) {
         return false;
+    }
     std::cout << std::endl;
 
     TsHelper helper(*slot);
     ticks = helper.SystemTick(systemTick, 0);
-    if (ticks.empty())
+    if (ticks.empty()) {
         std::cout << "No system ticks found in file number " << fileNum << "\n";
+    }
     return !ticks.empty();
 }
 
@@ -103,8 +109,9 @@ bool TickToOffset(TickTable& ticks, unsigned int tick, long& offset) {
     auto const found = std::find_if(ticks.begin(), ticks.end(), [tick](auto const& entry) {
         return entry.second.tick == tick;
     });
-    if (found == ticks.end())
+    if (found == ticks.end()) {
         return false;
+    }
     offset = static_cast<std::int32_t>(found->first);
     return true;
 }

@@ -44,8 +44,9 @@ protected:
                                      "Subscribe(11, 13845, " + nothing + ", null)\n",
                                      "Subscribe(12, 13846, " + noEvent + ", null)\n"};
         std::string all;
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i) {
             all += calls[i];
+        }
         return all;
     }
     static constexpr char const* receiveCall = "ipc.Receive(-1, 0, \"\", null)\n";
@@ -155,8 +156,9 @@ std::string SpaceEntries(std::vector<std::string> const& megabytes,
     char const* const labels[] = {"\ttotal: ", "\tbuffer: ", "\tevent untransferred in buffer: ",
                                   "\tevent untransferred not in buffer: ", "\tfree: "};
     std::string entries = "log.Level()\n" + entry("subscription update:");
-    for (std::size_t i = 0; i < megabytes.size(); ++i)
+    for (std::size_t i = 0; i < megabytes.size(); ++i) {
         entries += "log.Level()\n" + entry(labels[i] + megabytes[i] + " MB");
+    }
     return entries;
 }
 

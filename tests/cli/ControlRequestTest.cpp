@@ -38,10 +38,12 @@ std::string RequestCalls(Request const& request, int lastStep) {
     std::string const id = std::to_string(request.id);
     std::string const payload = Show(request.text + '\0');
     std::string calls = "IpcMessage()\nmessage.Allocate(" + id + ", " + size + ", null)\n";
-    if (lastStep >= 2)
+    if (lastStep >= 2) {
         calls += "message.Fill(" + payload + ", " + size + ")\n";
-    if (lastStep >= 3)
+    }
+    if (lastStep >= 3) {
         calls += "ipc.Request(\"TheService\", " + id + " " + payload + ", 0, -1, null)\n";
+    }
     return calls;
 }
 

@@ -9,19 +9,23 @@ namespace {
 // Every value that some option has.
 std::set<int> KnownValues() {
     std::set<int> values;
-    for (char const letter : std::string("hpqrilcsxeXyYfFdS"))
+    for (char const letter : std::string("hpqrilcsxeXyYfFdS")) {
         values.insert(letter);
-    for (int value = 0xff00; value <= 0xff09; ++value)
+    }
+    for (int value = 0xff00; value <= 0xff09; ++value) {
         values.insert(value);
+    }
     return values;
 }
 
 std::vector<int> UnknownValues() {
     std::vector<int> values = {std::numeric_limits<int>::min(), -0xff00, -1};
-    for (int value = 0; value <= 300; ++value)
+    for (int value = 0; value <= 300; ++value) {
         values.push_back(value);
-    for (int value = 0xfe00; value <= 0x10010; ++value)
+    }
+    for (int value = 0xfe00; value <= 0x10010; ++value) {
         values.push_back(value);
+    }
     values.push_back(0x1ff00);
     values.push_back(std::numeric_limits<int>::max());
     std::erase_if(values, [known = KnownValues()](int value) { return known.count(value) != 0; });

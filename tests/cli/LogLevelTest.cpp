@@ -8,8 +8,9 @@ using LogLevelTest = CliTest;
 TEST_F(LogLevelTest, ResultOfTheMenuIsPassedThrough) {
     long const results[] = {3, 2, 0, 1, 77};
     int ordinal = 0;
-    for (long const result : results)
+    for (long const result : results) {
         platform.Script("HandleLogLevel", ++ordinal, {result});
+    }
     std::string calls = platform.Calls();
     for (long const result : results) {
         EXPECT_EQ(cli.ProcessOption('l', nullptr), result);
@@ -22,10 +23,12 @@ TEST_F(LogLevelTest, ResultOfTheMenuIsPassedThrough) {
 TEST_F(LogLevelTest, ResultOfSettingBecomesAStatus) {
     long const results[] = {1, 0, 7};
     int ordinal = 0;
-    for (long const result : results)
+    for (long const result : results) {
         platform.Script("SetLogLevel", ++ordinal, {result});
-    for (long const result : results)
+    }
+    for (long const result : results) {
         EXPECT_EQ(cli.ProcessOption('s', "1"), result + 2);
+    }
     ExpectOutput("", "");
 }
 

@@ -139,9 +139,11 @@ TEST_F(RatfOptionTest, TimesEndWithTheSigned32BitSeconds) {
     EXPECT_EQ(Ratf("010170-000000,011938-031407"), 3U);
     EXPECT_TRUE(WasCalled(RecordCall("0", "2147483647", "3")));
     ExpectOutput(CreatedLine(), "");
-    for (char const* const beyond : {"070409-120000,011938-031408", "011938-031408,070409-120000",
-                                     "123168-235959,010100-000000", "123169-235959,070409-120000"})
+    for (char const* const beyond :
+         {"070409-120000,011938-031408", "011938-031408,070409-120000",
+          "123168-235959,010100-000000", "123169-235959,070409-120000"}) {
         EXPECT_EQ(Ratf(beyond), 3U) << beyond;
+    }
     ExpectOutput(CreatedLine(), std::string(hint) + hint + hint + hint);
 }
 

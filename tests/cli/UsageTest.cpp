@@ -49,8 +49,9 @@ std::string ExpectedUsage() {
     };
     // clang-format on
     std::string text;
-    for (Line const& line : lines)
+    for (Line const& line : lines) {
         text += std::string(line.text) + (line.flushed ? flushedEnd : "\n");
+    }
     return text;
 }
 

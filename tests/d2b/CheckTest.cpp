@@ -5,9 +5,9 @@
 #include <signal.h>
 
 #include "StreamFileAccess.h"
-#include "support/ChildProcess.h"
 #include "pool/RootLock.h"
 #include "pool/TestRoot.h"
+#include "support/ChildProcess.h"
 
 namespace workstation {
 namespace {

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
-#include "pool/TestRoot.h"
 
 namespace workstation {
 namespace {

@@ -19,8 +19,9 @@ CapturedStream::~CapturedStream() {
 }
 
 CapturedStream::int_type CapturedStream::overflow(int_type character) {
-    if (traits_type::eq_int_type(character, traits_type::eof()))
+    if (traits_type::eq_int_type(character, traits_type::eof())) {
         return traits_type::not_eof(character);
+    }
     char const text = traits_type::to_char_type(character);
     xsputn(&text, 1);
     return character;
@@ -33,8 +34,9 @@ std::streamsize CapturedStream::xsputn(char const* text, std::streamsize count) 
 }
 
 int CapturedStream::sync() {
-    if (kind_ == Record::Kind::Out)
+    if (kind_ == Record::Kind::Out) {
         record_.Add(Record::Kind::OutFlush, "");
+    }
     errno = meaninglessErrno;
     return 0;
 }

@@ -39,9 +39,9 @@ unsigned int CommonCli::Go(char** argv, int argc, std::string const& shortOption
     FakePlatform::CommandLine line;
     line.arguments.assign(argv, argv + argc);
     line.shortOptions = shortOptions;
-    do
+    do {
         line.longOptions.push_back(*longOptions);
-    while ((longOptions++)->name != nullptr);
+    } while ((longOptions++)->name != nullptr);
     platform.commandLine = line;
     return platform.frame(*this);
 }

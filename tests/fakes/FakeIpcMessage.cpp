@@ -17,8 +17,9 @@ IpcMessage::~IpcMessage() {
 
 int IpcMessage::Allocate(unsigned int id, unsigned int size, char* buffer) {
     std::string const arguments = ShowAll(id, size) + (buffer == nullptr ? ", null" : ", buffer");
-    if (auto const answer = FakePlatform::Get().Enter("message.", "Allocate", arguments))
+    if (auto const answer = FakePlatform::Get().Enter("message.", "Allocate", arguments)) {
         return static_cast<int>(answer->value);
+    }
     id_ = id;
     size_ = size;
     storage_.assign(buffer == nullptr ? size : 0, '\0');
@@ -29,8 +30,9 @@ int IpcMessage::Allocate(unsigned int id, unsigned int size, char* buffer) {
 int IpcMessage::Fill(char const* data, unsigned int size) {
     FakePlatform& platform = FakePlatform::Get();
     if (auto const answer =
-            platform.Enter("message.", "Fill", ShowAll(std::string_view(data, size), size)))
+            platform.Enter("message.", "Fill", ShowAll(std::string_view(data, size), size))) {
         return static_cast<int>(answer->value);
+    }
     if (size > size_) {
         platform.Breach("more filled in than was allocated");
         return 1;

@@ -11,16 +11,18 @@ namespace {
 constexpr unsigned int wordSize = 4;
 
 unsigned char* PutWord(unsigned char* out, unsigned int word) {
-    for (int shift = 24; shift >= 0; shift -= 8)
+    for (int shift = 24; shift >= 0; shift -= 8) {
         *out++ = static_cast<unsigned char>(word >> shift);
+    }
     return out;
 }
 
 // How many bytes of the message that is being handled stand at `in` and after it.
 std::size_t BytesLeft(unsigned char const* in) {
     FakePlatform& platform = FakePlatform::Get();
-    if (in == nullptr && platform.message.empty()) // an empty message has no place
+    if (in == nullptr && platform.message.empty()) { // an empty message has no place
         return 0;
+    }
     auto const* const begin = reinterpret_cast<unsigned char const*>(platform.message.data());
     auto const* const end = begin + platform.message.size();
     if (in < begin || in > end) {
@@ -38,8 +40,9 @@ unsigned int TakeWord(unsigned char*& in) {
         return 0;
     }
     unsigned int word = 0;
-    for (unsigned int i = 0; i < wordSize; ++i)
+    for (unsigned int i = 0; i < wordSize; ++i) {
         word = word << 8 | *in++;
+    }
     return word;
 }
 

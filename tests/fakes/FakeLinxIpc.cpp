@@ -56,8 +56,9 @@ int LinxIpc::Init() {
 int LinxIpc::Request(std::string const& server, IpcMessage& message, unsigned int replyId,
                      int timeoutMs, IpcMessage* reply) {
     FakePlatform& platform = FakePlatform::Get();
-    if (message.Size() == 0)
+    if (message.Size() == 0) {
         platform.Breach("a request without a payload");
+    }
     return static_cast<int>(platform.Ask("ipc.", "Request",
                                          Show(server) + ", " + Show(message) + ", " +
                                              ShowAll(replyId, timeoutMs) + ", " + Show(reply),
@@ -71,8 +72,9 @@ int LinxIpc::Receive(int timeoutMs, unsigned int messageId, std::string const& f
     FakePlatform& platform = FakePlatform::Get();
     auto const answer = platform.Enter("ipc.", "Receive",
                                        ShowAll(timeoutMs, messageId, from) + ", " + Show(message));
-    if (answer)
+    if (answer) {
         return static_cast<int>(answer->value);
+    }
     if (platform.incoming.empty()) {
         platform.signalHandlers.at(SIGINT)(SIGINT);
         return 1;
@@ -85,8 +87,9 @@ int LinxIpc::Receive(int timeoutMs, unsigned int messageId, std::string const& f
         impl_->current->Allocate(id, static_cast<unsigned int>(payload.size()),
                                  platform.message.data());
     }
-    if (auto const found = impl_->handlers.find(id); found != impl_->handlers.end())
+    if (auto const found = impl_->handlers.find(id); found != impl_->handlers.end()) {
         found->second.first(this, found->second.second);
+    }
     return 0;
 }
 

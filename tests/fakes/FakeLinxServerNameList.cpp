@@ -12,7 +12,8 @@ LinxServerNameList* LinxServerNameList::Instance() {
 std::string const& LinxServerNameList::Name(e_Process process) const {
     FakePlatform& platform = FakePlatform::Get();
     platform.Note("ServerName(" + Show(static_cast<int>(process)) + ")");
-    if (process != e_StreamMgr)
+    if (process != e_StreamMgr) {
         platform.Breach("a service without a name");
+    }
     return platform.serviceName;
 }

@@ -38,8 +38,9 @@ LogMsg::~LogMsg() = default;
 std::ostream& LogMsg::Log(int level, std::string const& processName) {
     FakePlatform& platform = FakePlatform::Get();
     FakePlatform::Unrecorded const unrecorded(platform);
-    if ((LogClient::Instance()->Level() & static_cast<unsigned int>(level)) == 0)
+    if ((LogClient::Instance()->Level() & static_cast<unsigned int>(level)) == 0) {
         platform.Breach("an entry whose level is off");
+    }
     level_ = level;
     processName_ = processName;
     return text_;

@@ -31,8 +31,9 @@ bool StartsWith(std::string const& text, std::string const& start) {
 
 FakePlatform::FakePlatform()
     : previousHardDisk_(Environment(hardDiskVariable)) {
-    if (current != nullptr)
+    if (current != nullptr) {
         ADD_FAILURE() << "two platforms at a time";
+    }
     current = this;
     setenv(hardDiskVariable, hardDisk_.c_str(), 1);
     StreamFileAccess::fileSystemType = 2;
@@ -43,28 +44,38 @@ FakePlatform::FakePlatform()
 
 FakePlatform::~FakePlatform() {
     current = nullptr;
-    if (previousHardDisk_)
+    if (previousHardDisk_) {
         setenv(hardDiskVariable, previousHardDisk_->c_str(), 1);
-    else
+    } else {
         unsetenv(hardDiskVariable);
+    }
     std::filesystem::remove_all(hardDisk_);
 
-    for (auto const& [call, answers] : scripted_)
-        for (auto const& [ordinal, answer] : answers)
+    for (auto const& [call, answers] : scripted_) {
+        for (auto const& [ordinal, answer] : answers) {
             Breach("scripted, but never called: " + call + " number " + std::to_string(ordinal));
-    if (ended_)
+        }
+    }
+    if (ended_) {
         return;
-    for (auto const& [call, answer] : scriptedAlways_)
-        if (counts_[call] == 0)
+    }
+    for (auto const& [call, answer] : scriptedAlways_) {
+        if (counts_[call] == 0) {
             Breach("scripted, but never called: " + call);
-    for (auto const& [descriptor, name] : descriptors_)
+        }
+    }
+    for (auto const& [descriptor, name] : descriptors_) {
         Breach("left open: " + name);
-    if (pool.openFiles != 0)
+    }
+    if (pool.openFiles != 0) {
         Breach("stream files left open: " + std::to_string(pool.openFiles));
-    if (!pipes.empty())
+    }
+    if (!pipes.empty()) {
         Breach("a pipe was left open");
-    if (!notJoined.empty())
+    }
+    if (!notJoined.empty()) {
         Breach("threads that were not joined: " + std::to_string(notJoined.size()));
+    }
 }
 
 FakePlatform* FakePlatform::Current() {
@@ -88,22 +99,26 @@ void FakePlatform::ScriptAlways(std::string const& call, Answer answer) {
 }
 
 void FakePlatform::AddStreamFiles(std::initializer_list<int> numbers, long statedLength) {
-    for (int const number : numbers)
+    for (int const number : numbers) {
         pool.files[number].statedLength = statedLength;
+    }
 }
 
 std::optional<Answer> FakePlatform::Enter(std::string_view object, std::string const& call,
                                           std::string const& arguments) {
     std::scoped_lock const lock(mutex);
-    if (unrecorded_ > 0)
+    if (unrecorded_ > 0) {
         return std::nullopt;
+    }
     Note(std::string(object) + call + "(" + arguments + ")");
     int const ordinal = ++counts_[call];
     std::optional<Answer> answer;
-    if (auto const always = scriptedAlways_.find(call); always != scriptedAlways_.end())
+    if (auto const always = scriptedAlways_.find(call); always != scriptedAlways_.end()) {
         answer = always->second;
-    if (auto const node = scripted_[call].extract(ordinal))
+    }
+    if (auto const node = scripted_[call].extract(ordinal)) {
         answer = node.mapped();
+    }
     errno = answer ? answer->error : meaninglessErrno;
     return answer;
 }
@@ -115,13 +130,15 @@ long FakePlatform::Ask(std::string_view object, std::string const& call,
 }
 
 void FakePlatform::Note(std::string line) {
-    if (!ended_ && unrecorded_ == 0)
+    if (!ended_ && unrecorded_ == 0) {
         record_.Add(Record::Kind::Call, std::move(line));
+    }
 }
 
 void FakePlatform::Breach(std::string const& what) const {
-    if (!ended_)
+    if (!ended_) {
         ADD_FAILURE() << what;
+    }
 }
 
 void FakePlatform::Exit(int status) {
@@ -136,8 +153,9 @@ bool FakePlatform::IsToolPath(std::string const& path) const {
 }
 
 std::string FakePlatform::RealPath(std::string const& path) const {
-    if (StartsWith(path, hardDisk_ + "/"))
+    if (StartsWith(path, hardDisk_ + "/")) {
         return path;
+    }
     auto const found = systemFiles.find(path);
     return found == systemFiles.end() ? "" : found->second; // "" does not exist
 }
@@ -159,8 +177,9 @@ void FakePlatform::Closed(int descriptor) {
 std::vector<int> FakePlatform::OpenDescriptors() {
     std::scoped_lock const lock(mutex);
     std::vector<int> open;
-    for (auto const& [descriptor, name] : descriptors_)
+    for (auto const& [descriptor, name] : descriptors_) {
         open.push_back(descriptor);
+    }
     return open;
 }
 
@@ -172,16 +191,18 @@ std::optional<std::string> FakePlatform::NameOf(int descriptor) {
 
 std::string FakePlatform::NameOf(LinxIpc const& ipc) {
     auto const found = endpoints.find(&ipc);
-    if (found != endpoints.end())
+    if (found != endpoints.end()) {
         return found->second;
+    }
     Breach("an endpoint that does not exist");
     return "?";
 }
 
 std::string FakePlatform::MakeDirectory() {
     std::string path = (std::filesystem::temp_directory_path() / "streammgr-test-XXXXXX").string();
-    if (mkdtemp(path.data()) == nullptr)
+    if (mkdtemp(path.data()) == nullptr) {
         ADD_FAILURE() << "no temporary directory: " << path;
+    }
     return path;
 }
 
@@ -189,8 +210,9 @@ std::function<unsigned int(CommonCli&)>
 PlayOptions(std::vector<std::pair<int, char const*>> const& options) {
     return [options](CommonCli& cli) {
         bool succeeded = cli.PreInit() == 1;
-        for (auto const& [value, argument] : options)
+        for (auto const& [value, argument] : options) {
             succeeded = cli.ProcessOption(value, argument) == 3 && succeeded;
+        }
         succeeded = cli.PostInit() == 1 && succeeded;
         return cli.RunIt() == 3 && succeeded ? 3U : 2U;
     };

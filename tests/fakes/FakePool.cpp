@@ -10,8 +10,9 @@ constexpr long period = 251; // a prime, and all its bytes are different
 
 std::array<unsigned char, 16 * period> MakePattern() {
     std::array<unsigned char, 16 * period> pattern{};
-    for (std::size_t i = 0; i < pattern.size(); ++i)
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
         pattern[i] = static_cast<unsigned char>(i % period);
+    }
     return pattern;
 }
 

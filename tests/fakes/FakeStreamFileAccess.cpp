@@ -47,8 +47,9 @@ StreamFileAccess::OpenFile& StreamFileAccess::OpenFile::Of(std::unique_ptr<OpenF
         FakePlatform::Get().Breach("an operation on a stream file that is not open");
         std::abort();
     }
-    if (file->writing != forWriting)
+    if (file->writing != forWriting) {
         FakePlatform::Get().Breach("a stream file is used the other way than it was opened");
+    }
     return *file;
 }
 
@@ -58,20 +59,24 @@ namespace {
 bool Open(int fileNumber, std::string const& arguments) {
     FakePlatform& platform = FakePlatform::Get();
     std::scoped_lock const lock(platform.mutex);
-    if (!platform.pool.initialized)
+    if (!platform.pool.initialized) {
         platform.Breach("a stream file is opened before the pool was initialised");
-    if (platform.Enter("", "OpenStreamFile", arguments))
+    }
+    if (platform.Enter("", "OpenStreamFile", arguments)) {
         return false;
-    if (platform.pool.files.count(fileNumber) != 0)
+    }
+    if (platform.pool.files.count(fileNumber) != 0) {
         return true;
+    }
     errno = ENOENT;
     return false;
 }
 
 void ExpectInitialized() {
     FakePlatform& platform = FakePlatform::Get();
-    if (!platform.pool.initialized)
+    if (!platform.pool.initialized) {
         platform.Breach("the pool is asked before it was initialised");
+    }
 }
 
 } // namespace
@@ -82,14 +87,16 @@ int StreamFileAccess::fileSystemType = 0;
 StreamFileAccess::StreamFileAccess() = default;
 
 StreamFileAccess::StreamFileAccess(int fileNumber, int mode) {
-    if (Open(fileNumber, ShowAll(fileNumber, mode)))
+    if (Open(fileNumber, ShowAll(fileNumber, mode))) {
         file_ = std::make_unique<OpenFile>(fileNumber, false);
+    }
 }
 
 StreamFileAccess::StreamFileAccess(int fileNumber, bool append,
                                    StreamMgrFileMgmnt::Control_t controller) {
-    if (Open(fileNumber, ShowAll(fileNumber, append, static_cast<int>(controller))))
+    if (Open(fileNumber, ShowAll(fileNumber, append, static_cast<int>(controller)))) {
         file_ = std::make_unique<OpenFile>(fileNumber, true);
+    }
 }
 
 StreamFileAccess::~StreamFileAccess() = default;
@@ -106,8 +113,9 @@ bool StreamFileAccess::InitializeFileAccess(bool atomicRead, bool registerProces
 void StreamFileAccess::Unload() {
     FakePlatform& platform = FakePlatform::Get();
     platform.Note("pool.Unload()");
-    if (platform.pool.unloaded)
+    if (platform.pool.unloaded) {
         platform.Breach("the pool is unloaded a second time");
+    }
     platform.pool.unloaded = true;
     platform.pool.initialized = false;
 }
@@ -123,8 +131,9 @@ bool StreamFileAccess::GetFileInfo(int fileNumber, StreamMgrFileMgmnt::FileMgmnt
     FakePlatform& platform = FakePlatform::Get();
     platform.Note("pool.GetFileInfo(" + Show(fileNumber) + ")");
     auto const entry = platform.pool.table.find(fileNumber);
-    if (entry == platform.pool.table.end())
+    if (entry == platform.pool.table.end()) {
         return false;
+    }
     info = entry->second;
     return true;
 }
@@ -155,9 +164,10 @@ int StreamFileAccess::Read(void* buffer, unsigned int count, bool unbounded) {
 int StreamFileAccess::Write(void* buffer, unsigned int count) {
     OpenFile& file = OpenFile::Of(file_, true);
     long const written = FakePlatform::Get().Ask(file.Prefix(), "Write", Show(count), count);
-    if (written > 0)
+    if (written > 0) {
         file.Entry().written.append(static_cast<char const*>(buffer),
                                     static_cast<std::size_t>(written));
+    }
     return static_cast<int>(written);
 }
 

@@ -27,21 +27,24 @@ std::array<Item*, 5> Members(EventRecordItem& record) {
 } // namespace
 
 unsigned char* EventRecordItem::Encode(unsigned char* out) {
-    for (Item* const member : Members(*this))
+    for (Item* const member : Members(*this)) {
         out = member->Encode(out);
+    }
     return out;
 }
 
 unsigned char* EventRecordItem::Decode(unsigned char* in) {
-    for (Item* const member : Members(*this))
+    for (Item* const member : Members(*this)) {
         in = member->Decode(in);
+    }
     return in;
 }
 
 unsigned int EventRecordItem::Size() {
     unsigned int size = 0;
-    for (Item* const member : Members(*this))
+    for (Item* const member : Members(*this)) {
         size += member->Size();
+    }
     return size;
 }
 
@@ -58,8 +61,9 @@ bool RecordAfterTheFact(LinxIpc& ipc, long start, long stop, std::string& reid, 
                         EventStreamState state) {
     bool const made =
         Ask("RecordAfterTheFact", ipc, start, stop, reid, timeoutMs, static_cast<int>(state));
-    if (made)
+    if (made) {
         reid = FakePlatform::Get().newReid;
+    }
     return made;
 }
 
@@ -69,8 +73,9 @@ bool SetTagsComplete(std::string reid, LinxIpc& ipc, int timeoutMs) {
 
 bool SplitEvent(LinxIpc& ipc, std::string& reid, unsigned int& splitSize) {
     bool const taken = Ask("SplitEvent", ipc, reid, splitSize);
-    if (auto const used = FakePlatform::Get().usedSplitSize)
+    if (auto const used = FakePlatform::Get().usedSplitSize) {
         splitSize = *used;
+    }
     return taken;
 }
 

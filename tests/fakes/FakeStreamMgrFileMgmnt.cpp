@@ -14,10 +14,12 @@ StreamMgrFileMgmnt::~StreamMgrFileMgmnt() {
 
 bool StreamMgrFileMgmnt::Initialize(int table, bool create, bool writable) {
     FakePlatform& platform = FakePlatform::Get();
-    if (platform.Ask("tables.", "Initialize", ShowAll(table, create, writable), 1) == 0)
+    if (platform.Ask("tables.", "Initialize", ShowAll(table, create, writable), 1) == 0) {
         return false;
-    if (!platform.pool.processTable.empty())
+    }
+    if (!platform.pool.processTable.empty()) {
         processTable_ = platform.pool.processTable.data();
+    }
     return true;
 }
 

@@ -25,13 +25,15 @@ int SubscribeClient::Subscribe(unsigned int subscriptionId, unsigned int message
     FakePlatform& platform = FakePlatform::Get();
     std::string encoded(item.Size(), '\0');
     item.Encode(reinterpret_cast<unsigned char*>(encoded.data()));
-    if (handler == nullptr)
+    if (handler == nullptr) {
         platform.Breach("a subscription without a handler");
+    }
     auto const answer = platform.Enter("", "Subscribe",
                                        ShowAll(subscriptionId, messageId, encoded) +
                                            (user == nullptr ? ", null" : ", user"));
-    if (answer && answer->value != 0)
+    if (answer && answer->value != 0) {
         return static_cast<int>(answer->value);
+    }
     ipc_.SetHandler(messageId, handler, user);
     return 0;
 }

@@ -13,18 +13,22 @@ void Record::Add(Kind kind, std::string text) {
 std::string Record::Concatenated(Kind kind) const {
     std::scoped_lock const lock(mutex_);
     std::string all;
-    for (Entry const& entry : entries_)
-        if (entry.kind == kind)
+    for (Entry const& entry : entries_) {
+        if (entry.kind == kind) {
             all += entry.text;
+        }
+    }
     return all;
 }
 
 std::string Record::Calls() const {
     std::scoped_lock const lock(mutex_);
     std::string all;
-    for (Entry const& entry : entries_)
-        if (entry.kind == Kind::Call)
+    for (Entry const& entry : entries_) {
+        if (entry.kind == Kind::Call) {
             all += entry.text + "\n";
+        }
+    }
     return all;
 }
 
@@ -39,11 +43,13 @@ std::string Record::Err() const {
 std::string Record::FlushedOut() const {
     std::scoped_lock const lock(mutex_);
     std::string all;
-    for (Entry const& entry : entries_)
-        if (entry.kind == Kind::Out)
+    for (Entry const& entry : entries_) {
+        if (entry.kind == Kind::Out) {
             all += entry.text;
-        else if (entry.kind == Kind::OutFlush)
+        } else if (entry.kind == Kind::OutFlush) {
             all += "<flush>";
+        }
+    }
     return all;
 }
 
@@ -53,20 +59,24 @@ std::string Record::Trace() const {
     Kind pendingKind = Kind::Call;
     std::string pending;
     auto const writePending = [&] {
-        if (!pending.empty())
+        if (!pending.empty()) {
             all += (pendingKind == Kind::Out ? "out " : "err ") + Show(pending) + "\n";
+        }
         pending.clear();
     };
     for (Entry const& entry : entries_) {
-        if (entry.kind == Kind::OutFlush)
+        if (entry.kind == Kind::OutFlush) {
             continue;
-        if (entry.kind != pendingKind)
+        }
+        if (entry.kind != pendingKind) {
             writePending();
+        }
         pendingKind = entry.kind;
-        if (entry.kind == Kind::Call)
+        if (entry.kind == Kind::Call) {
             all += entry.text + "\n";
-        else
+        } else {
             pending += entry.text;
+        }
     }
     writePending();
     return all;

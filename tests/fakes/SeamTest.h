@@ -29,8 +29,9 @@ protected:
         for (auto at = calls.find(place); at != std::string::npos; at = calls.find(place, at + 1)) {
             auto const line = at + place.size();
             auto const end = calls.find_first_not_of("0123456789", line);
-            if (end != line && calls[end] == ' ')
+            if (end != line && calls[end] == ' ') {
                 calls.replace(line, end - line, "#");
+            }
         }
         return calls;
     }

@@ -10,10 +10,11 @@
 
 template <std::integral T>
 std::string Show(T value) {
-    if constexpr (std::is_same_v<T, bool>)
+    if constexpr (std::is_same_v<T, bool>) {
         return value ? "true" : "false";
-    else
+    } else {
         return std::to_string(value);
+    }
 }
 
 inline std::string Show(std::nullptr_t) {

@@ -54,8 +54,9 @@ struct ToolDescriptor {
 // A success says nothing about errno.
 template <typename Result>
 Result Done(Result result) {
-    if (result != -1)
+    if (result != -1) {
         errno = meaninglessErrno;
+    }
     return result;
 }
 
@@ -63,12 +64,15 @@ std::string ShowFlags(int flags) {
     std::string shown = (flags & O_ACCMODE) == O_WRONLY ? "O_WRONLY"
                         : (flags & O_ACCMODE) == O_RDWR ? "O_RDWR"
                                                         : "O_RDONLY";
-    if ((flags & O_CREAT) != 0)
+    if ((flags & O_CREAT) != 0) {
         shown += "|O_CREAT";
-    if ((flags & O_TRUNC) != 0)
+    }
+    if ((flags & O_TRUNC) != 0) {
         shown += "|O_TRUNC";
-    if ((flags & O_APPEND) != 0)
+    }
+    if ((flags & O_APPEND) != 0) {
         shown += "|O_APPEND";
+    }
     return shown;
 }
 
@@ -81,29 +85,35 @@ std::string ShowMode(mode_t mode) {
 template <typename RealOpen>
 int Open(RealOpen* realOpen, char const* path, int flags, mode_t mode) {
     FakePlatform* const platform = FakePlatform::Current();
-    if (platform == nullptr || !platform->IsToolPath(path))
+    if (platform == nullptr || !platform->IsToolPath(path)) {
         return realOpen(path, flags, mode);
+    }
     std::string const arguments = Show(platform->ShortName(path)) + ", " + ShowFlags(flags) +
                                   ((flags & O_CREAT) != 0 ? ", " + ShowMode(mode) : "");
-    if (auto const answer = platform->Enter("", "open", arguments))
+    if (auto const answer = platform->Enter("", "open", arguments)) {
         return static_cast<int>(answer->value);
+    }
     int const descriptor = realOpen(platform->RealPath(path).c_str(), flags, mode);
-    if (descriptor != -1)
+    if (descriptor != -1) {
         platform->Opened(descriptor, path);
+    }
     return Done(descriptor);
 }
 
 template <typename RealFstat>
 int Fstat(RealFstat* realFstat, int descriptor, struct stat* status) {
     ToolDescriptor const tool(descriptor);
-    if (!tool)
+    if (!tool) {
         return realFstat(descriptor, status);
+    }
     auto const answer = tool.platform->Enter("", "fstat", *tool.name);
-    if (answer && answer->value < 0)
+    if (answer && answer->value < 0) {
         return -1;
+    }
     int const result = realFstat(descriptor, status);
-    if (answer)
+    if (answer) {
         status->st_size = static_cast<off_t>(answer->value);
+    }
     return Done(result);
 }
 
@@ -140,22 +150,26 @@ int __wrap_open64(char const* path, int flags, ...) {
 
 ssize_t __wrap_read(int descriptor, void* buffer, size_t count) {
     ToolDescriptor const tool(descriptor);
-    if (!tool)
+    if (!tool) {
         return __real_read(descriptor, buffer, count);
+    }
     auto const answer = tool.platform->Enter("", "read", *tool.name + ", " + Show(count));
-    if (answer && answer->value < 0)
+    if (answer && answer->value < 0) {
         return -1;
+    }
     return Done(
         __real_read(descriptor, buffer, answer ? static_cast<size_t>(answer->value) : count));
 }
 
 ssize_t __wrap_write(int descriptor, void const* buffer, size_t count) {
     ToolDescriptor const tool(descriptor);
-    if (!tool)
+    if (!tool) {
         return __real_write(descriptor, buffer, count);
+    }
     auto const answer = tool.platform->Enter("", "write", *tool.name + ", " + Show(count));
-    if (answer && answer->value < 0)
+    if (answer && answer->value < 0) {
         return -1;
+    }
     return Done(
         __real_write(descriptor, buffer, answer ? static_cast<size_t>(answer->value) : count));
 }
@@ -167,8 +181,9 @@ int __wrap_close(int descriptor) {
         tool.platform->Closed(descriptor);
     }
     int const result = __real_close(descriptor);
-    if (result == -1 && errno == EBADF && FakePlatform::Current() != nullptr)
+    if (result == -1 && errno == EBADF && FakePlatform::Current() != nullptr) {
         FakePlatform::Current()->Breach("something is closed that is not open");
+    }
     return tool ? Done(result) : result;
 }
 
@@ -183,10 +198,12 @@ int __wrap_fstat64(int descriptor, struct stat* status) {
 // The command is not run: its output is what the test says.
 std::FILE* __wrap_popen(char const* command, char const* mode) {
     FakePlatform* const platform = FakePlatform::Current();
-    if (platform == nullptr)
+    if (platform == nullptr) {
         return __real_popen(command, mode);
-    if (platform->Enter("", "popen", ShowAll(command, mode)))
+    }
+    if (platform->Enter("", "popen", ShowAll(command, mode))) {
         return nullptr;
+    }
     std::string& output = platform->pidofOutput;
     std::FILE* const pipe =
         output.empty() ? fopen("/dev/null", "r") : fmemopen(output.data(), output.size(), "r");
@@ -197,23 +214,26 @@ std::FILE* __wrap_popen(char const* command, char const* mode) {
 char* __wrap_fgets(char* line, int size, std::FILE* file) {
     FakePlatform* const platform = FakePlatform::Current();
     if (platform != nullptr && platform->pipes.count(file) != 0 &&
-        platform->Enter("", "fgets", Show(size)))
+        platform->Enter("", "fgets", Show(size))) {
         return nullptr;
+    }
     return __real_fgets(line, size, file);
 }
 
 int __wrap_pclose(std::FILE* file) {
     FakePlatform* const platform = FakePlatform::Current();
-    if (platform == nullptr || platform->pipes.erase(file) == 0)
+    if (platform == nullptr || platform->pipes.erase(file) == 0) {
         return __real_pclose(file);
+    }
     platform->Enter("", "pclose", "");
     return std::fclose(file);
 }
 
 void (*__wrap_signal(int number, void (*handler)(int)))(int) {
     FakePlatform* const platform = FakePlatform::Current();
-    if (platform == nullptr)
+    if (platform == nullptr) {
         return __real_signal(number, handler);
+    }
     platform->Note("signal(" + Show(number) + ")");
     auto* const previous = platform->signalHandlers[number];
     platform->signalHandlers[number] = handler;
@@ -221,8 +241,9 @@ void (*__wrap_signal(int number, void (*handler)(int)))(int) {
 }
 
 void __wrap_exit(int status) {
-    if (FakePlatform::Current() != nullptr)
+    if (FakePlatform::Current() != nullptr) {
         FakePlatform::Current()->Exit(status);
+    }
     __real_exit(status);
 }
 
@@ -233,12 +254,15 @@ pid_t __wrap_getpid() {
 
 int __wrap_kill(pid_t process, int number) {
     FakePlatform* const platform = FakePlatform::Current();
-    if (platform == nullptr)
+    if (platform == nullptr) {
         return __real_kill(process, number);
-    if (auto const answer = platform->Enter("", "kill", ShowAll(process, number)))
+    }
+    if (auto const answer = platform->Enter("", "kill", ShowAll(process, number))) {
         return static_cast<int>(answer->value);
-    if (platform->liveProcesses.count(process) != 0)
+    }
+    if (platform->liveProcesses.count(process) != 0) {
         return 0;
+    }
     errno = ESRCH;
     return -1;
 }
@@ -246,14 +270,16 @@ int __wrap_kill(pid_t process, int number) {
 int __wrap_pthread_create(pthread_t* thread, pthread_attr_t const* attributes, void* (*body)(void*),
                           void* argument) {
     FakePlatform* const platform = FakePlatform::Current();
-    if (platform == nullptr)
+    if (platform == nullptr) {
         return __real_pthread_create(thread, attributes, body, argument);
+    }
     int const number = StartNumber(argument);
     auto const answer =
         platform->Enter("", "pthread_create",
                         (attributes == nullptr ? "default, " : "attributes, ") + Show(number));
-    if (answer)
+    if (answer) {
         return static_cast<int>(answer->value);
+    }
     int result = 0;
     if (platform->threads == Threads::Real) {
         result = __real_pthread_create(thread, attributes, body, argument);
@@ -267,8 +293,9 @@ int __wrap_pthread_create(pthread_t* thread, pthread_attr_t const* attributes, v
 
 int __wrap_pthread_join(pthread_t thread, void** result) {
     FakePlatform* const platform = FakePlatform::Current();
-    if (platform == nullptr)
+    if (platform == nullptr) {
         return __real_pthread_join(thread, result);
+    }
     auto const started = platform->notJoined.extract(thread);
     if (!started) {
         platform->Breach("a thread is joined that is not there");

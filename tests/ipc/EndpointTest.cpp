@@ -18,11 +18,11 @@
 #include <memory>
 
 #include "IpcMessage.h"
-#include "support/ChildProcess.h"
 #include "ipc/Datagram.h"
 #include "ipc/RawSocket.h"
 #include "ipc/ServerThread.h"
 #include "ipc/Stopwatch.h"
+#include "support/ChildProcess.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;

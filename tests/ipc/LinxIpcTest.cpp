@@ -12,12 +12,12 @@
 
 #include "IpcMessage.h"
 #include "Item.h"
-#include "support/ChildProcess.h"
 #include "ipc/Endpoint.h"
 #include "ipc/Payload.h"
 #include "ipc/RawSocket.h"
 #include "ipc/ServerThread.h"
 #include "ipc/Stopwatch.h"
+#include "support/ChildProcess.h"
 #include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;

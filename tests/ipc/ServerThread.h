@@ -7,8 +7,8 @@
 #include <thread>
 #include <utility>
 
-#include "support/ChildProcess.h"
 #include "ipc/Endpoint.h"
+#include "support/ChildProcess.h"
 
 // Serves a name from construction to destruction; `script` then has the endpoint to itself, in a
 // thread of its own, and is joined at the end.

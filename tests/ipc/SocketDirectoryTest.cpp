@@ -6,8 +6,8 @@
 
 #include <fstream>
 
-#include "support/ChildProcess.h"
 #include "ipc/RawSocket.h"
+#include "support/ChildProcess.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;

@@ -16,8 +16,8 @@
 #include <thread>
 #include <vector>
 
-#include "support/TemporaryRoot.h"
 #include "log/LogEntry.h"
+#include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -6,10 +6,10 @@
 
 #include "StreamFileAccess.h"
 #include "pool/Captured.h"
-#include "support/ChildProcess.h"
-#include "support/Execute.h"
 #include "pool/ProcessTable.h"
 #include "pool/TestRoot.h"
+#include "support/ChildProcess.h"
+#include "support/Execute.h"
 
 namespace workstation {
 namespace {

@@ -5,9 +5,9 @@
 
 #include <random>
 
+#include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
-#include "pool/TestRoot.h"
 
 namespace workstation {
 namespace {

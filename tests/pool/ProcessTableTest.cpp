@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "StreamFileAccess.h"
-#include "support/ChildProcess.h"
 #include "pool/TestRoot.h"
+#include "support/ChildProcess.h"
 
 namespace workstation {
 namespace {

@@ -6,10 +6,10 @@
 #include <thread>
 
 #include "StreamFileAccess.h"
-#include "support/ChildProcess.h"
 #include "pool/ProcessTable.h"
 #include "pool/TestRoot.h"
 #include "pool/WriterLock.h"
+#include "support/ChildProcess.h"
 
 namespace workstation {
 namespace {

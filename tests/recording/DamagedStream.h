@@ -23,8 +23,9 @@ class DamagedStream {
 public:
     // Packets that are to be found.
     DamagedStream& Good(unsigned int count) {
-        for (unsigned int i = 0; i < count; ++i)
+        for (unsigned int i = 0; i < count; ++i) {
             Good(NumberedPacket(number_++));
+        }
         return *this;
     }
     DamagedStream& Good(Bytes const& packet) {

@@ -51,8 +51,9 @@ public:
         : next_(first) {}
 
     std::uint32_t ReserveTicks(int stream, std::uint32_t count) override {
-        if (fails_)
+        if (fails_) {
             throw std::runtime_error("no ticks");
+        }
         EXPECT_EQ(stream, 2);
         ++reservations_;
         std::uint32_t const first = next_;
@@ -82,16 +83,18 @@ private:
 class FakeTarget : public workstation::RecordingTarget {
 public:
     void Begin(workstation::StopEvent const& stop) override {
-        if (failsToBegin_)
+        if (failsToBegin_) {
             throw std::runtime_error("no disk");
+        }
         Note("begin");
         Wait(stop, waitsToBegin_);
     }
     void Write(workstation::TickedPackets const& packets,
                workstation::StopEvent const& stop) override {
         EXPECT_FALSE(packets.bytes.empty());
-        for (auto const& tick : packets.ticks)
+        for (auto const& tick : packets.ticks) {
             ticks_.push_back({bytes_.size() + tick.offset, tick.stamp});
+        }
         bytes_.insert(bytes_.end(), packets.bytes.begin(), packets.bytes.end());
         writes_.push_back(packets.bytes.size());
         Note("write");

@@ -36,8 +36,9 @@ Outcome Align(Bytes const& stream, std::size_t pieceSize) {
         auto const room = aligner.Room();
         auto const piece = rest.first(std::min({rest.size(), pieceSize, room.size()}));
         EXPECT_FALSE(piece.empty()) << "the aligner has no room left";
-        if (piece.empty())
+        if (piece.empty()) {
             break;
+        }
         std::ranges::copy(piece, room.begin());
         aligner.Filled(piece.size());
         TakeAll(aligner, outcome.packets);
@@ -74,8 +75,9 @@ DamagedStream MisleadingStart() {
     Bytes const packet = ts_test::MisleadingPacket(at, 1);
     DamagedStream stream;
     stream.Bad({packet.begin() + at, packet.end()});
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 4; ++i) {
         stream.Good(packet);
+    }
     stream.Good(40);
     return stream;
 }

@@ -21,8 +21,9 @@ constexpr unsigned int packetsPerPcr = 20;
 // A PCR each 40 ms, from 0 on.
 DamagedStream TimedStream(unsigned int pcrCount) {
     DamagedStream stream;
-    for (unsigned int i = 0; i < pcrCount; ++i)
+    for (unsigned int i = 0; i < pcrCount; ++i) {
         stream.Good(ts_test::PcrPacket(40 * ms * i)).Good(packetsPerPcr - 1);
+    }
     return stream;
 }
 
@@ -44,8 +45,9 @@ protected:
     // Stops the recording when it is longer than that.
     void StopBehind(std::size_t size) {
         target_.OnWrite([this, size] {
-            if (target_.Bytes().size() > size)
+            if (target_.Bytes().size() > size) {
                 stop_.Set();
+            }
         });
     }
     std::string Clip(Bytes const& bytes) const { return directory_.Write("clip.ts", bytes); }
@@ -63,11 +65,13 @@ protected:
     // What is recorded bears the ticks that the target was told of, numbered without a gap.
     void CheckTicks() const {
         ts_test::Ticks told;
-        for (PlacedTick const& tick : target_.Ticks())
+        for (PlacedTick const& tick : target_.Ticks()) {
             told.emplace_back(static_cast<unsigned int>(tick.offset), tick.stamp.tick);
+        }
         EXPECT_EQ(ts_test::Find(target_.Bytes()), told);
-        for (std::size_t i = 0; i < told.size(); ++i)
+        for (std::size_t i = 0; i < told.size(); ++i) {
             EXPECT_EQ(told[i].second, 500 + i);
+        }
     }
     std::string Line(std::string const& text) const {
         return "stream 2: '" + directory_.Path("clip.ts") + "' " + text;
@@ -132,8 +136,9 @@ TEST_F(RecordingTest, LoopGoesOnInTheSameRecordingUntilItIsStopped) {
     Record({2, Clip(stream.All()), true, true});
     Bytes const packets = Packets();
     Bytes repeated;
-    while (repeated.size() < packets.size())
+    while (repeated.size() < packets.size()) {
         repeated = repeated + stream.All();
+    }
     repeated.resize(packets.size());
     EXPECT_EQ(packets, repeated);
     CheckTicks();
@@ -232,8 +237,9 @@ TEST_F(RecordingTest, LossOfSyncIsTold) {
 
 TEST_F(RecordingTest, FailedWriteEndsTheRecording) {
     target_.OnWrite([this] {
-        if (target_.Bytes().size() > 300000)
+        if (target_.Bytes().size() > 300000) {
             throw std::runtime_error("the disk is gone");
+        }
     });
     RecordFast(Clip(TimedStream(126).All()));
     EXPECT_EQ(lines_, Lines({"stream 2: recording failed: the disk is gone"}));

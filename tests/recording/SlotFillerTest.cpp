@@ -16,15 +16,17 @@ using namespace workstation;
 class FakeSlots : public SlotSink {
 public:
     bool OpenSlot(StopEvent const& stop) override {
-        if (stop.IsSet())
+        if (stop.IsSet()) {
             return false;
+        }
         slots.emplace_back();
         calls += "open ";
         return true;
     }
     void WriteSlot(std::span<unsigned char const> packets, SlotContents const& contents) override {
-        if (fails)
+        if (fails) {
             throw std::runtime_error("the disk is gone");
+        }
         slots.back().insert(slots.back().end(), packets.begin(), packets.end());
         EXPECT_EQ(contents.size, slots.back().size());
         calls += "write " + std::to_string(packets.size() / tsPacketSize) + " ";
@@ -63,8 +65,9 @@ protected:
     }
     Bytes Written() const {
         Bytes written;
-        for (Bytes const& slot : slots_.slots)
+        for (Bytes const& slot : slots_.slots) {
             written.insert(written.end(), slot.begin(), slot.end());
+        }
         return written;
     }
 
@@ -106,18 +109,21 @@ TEST_F(SlotFillerTest, SlotEndsAtEveryPacketOfABlock) {
         filler.Write(first, stop_);
         TickedBlock second{DamagedStream().Good(10).All(), {}};
         // A tick in each packet, numbered by the packet of the recording.
-        for (unsigned int i = 0; i < 10; ++i)
+        for (unsigned int i = 0; i < 10; ++i) {
             second.ticks.push_back({i * tsPacketSize, Stamp(before + i)});
+        }
         filler.Write(second, stop_);
         filler.Finish();
 
         std::vector<SlotContents> expected;
-        if (before < 10)
+        if (before < 10) {
             expected.push_back({slotSize, Range(before, 9)});
-        else
+        } else {
             expected.push_back({slotSize, std::nullopt});
-        if (before > 0)
+        }
+        if (before > 0) {
             expected.push_back({before * tsPacketSize, Range(std::max(10U, before), before + 9)});
+        }
         EXPECT_EQ(slots.closed, expected) << before;
     }
 }

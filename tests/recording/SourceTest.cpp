@@ -26,8 +26,9 @@ protected:
     static Source Open(std::string const& name) {
         std::string error;
         auto source = Source::Open(name, error);
-        if (!source)
+        if (!source) {
             throw std::runtime_error(name + ": " + error);
+        }
         return std::move(*source);
     }
     static std::string WhyNot(std::string const& name) {

@@ -99,8 +99,9 @@ TEST_F(StreamRecorderTest, TargetThatWaitsToWriteIsLeft) {
 
 TEST_F(StreamRecorderTest, FileInRealTimeIsLeft) {
     DamagedStream stream;
-    for (std::uint64_t second = 0; second < 3600; ++second)
+    for (std::uint64_t second = 0; second < 3600; ++second) {
         stream.Good(ts_test::PcrPacket(second * 1000 * ms));
+    }
     StreamRecorder recorder = MakeRecorder({2, directory_.Write("clip.ts", stream.All())});
     recorder.Start();
     target_.Await("write");

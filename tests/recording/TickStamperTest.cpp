@@ -30,8 +30,9 @@ protected:
     }
     std::vector<TickStamp> Stamps() const {
         std::vector<TickStamp> stamps;
-        for (PlacedTick const& tick : block_.ticks)
+        for (PlacedTick const& tick : block_.ticks) {
             stamps.push_back(tick.stamp);
+        }
         return stamps;
     }
 
@@ -58,8 +59,9 @@ TEST_F(TickStamperTest, TicksStandWhereTheyAreSaidToBe) {
                              .All();
     Pass(stream);
     std::vector<std::size_t> places;
-    for (PlacedTick const& tick : block_.ticks)
+    for (PlacedTick const& tick : block_.ticks) {
         places.push_back(tick.offset / tsPacketSize);
+    }
     EXPECT_EQ(places, (std::vector<std::size_t>{0, 8, 9}));
     EXPECT_EQ(ts_test::Find(block_.bytes),
               (ts_test::Ticks{{0, 100}, {8 * tsPacketSize, 101}, {9 * tsPacketSize, 102}}));
@@ -153,8 +155,9 @@ TEST_F(TickStamperTest, LongestStepOfThePcrStaysWithinWhatIsReserved) {
 TEST_F(TickStamperTest, NumbersMayWrap) {
     FakeTicks ticks(0xFFFFFFF0);
     TickStamper stamper(ticks, 2);
-    for (unsigned int i = 0; i <= 1300; ++i)
+    for (unsigned int i = 0; i <= 1300; ++i) {
         stamper.Pass(PcrPacket(50 * ms * i), now_, block_);
+    }
     EXPECT_EQ(block_.ticks.front().stamp.tick, 0xFFFFFFF0);
     EXPECT_EQ(block_.ticks.back().stamp.tick, 1300U - 16);
     stamper.ReturnRest();

@@ -6,8 +6,8 @@
 #include "Item.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
-#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 using testing::ElementsAre;
@@ -39,8 +39,9 @@ protected:
         auto answer = client_.Receive();
         EXPECT_TRUE(answer);
         EXPECT_FALSE(client_.Receive());
-        if (!answer)
+        if (!answer) {
             return 0;
+        }
         EXPECT_EQ(answer->correlation, 77U);
         EXPECT_TRUE(DecodeItems(answer->payload, {&item}));
         return answer->id;

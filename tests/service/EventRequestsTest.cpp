@@ -90,8 +90,9 @@ protected:
 };
 
 TEST_F(EventRequestsTest, EventAfterTheFactHoldsTheStreamsOfItsState) {
-    for (int stream = 1; stream <= 4; ++stream)
+    for (int stream = 1; stream <= 4; ++stream) {
         Record(stream, 1);
+    }
     struct Case {
         unsigned int state;
         std::vector<unsigned int> streams;
@@ -99,8 +100,9 @@ TEST_F(EventRequestsTest, EventAfterTheFactHoldsTheStreamsOfItsState) {
     for (Case const& c : {Case{0, {1, 3}}, Case{1, {2, 4}}, Case{3, {1, 2, 3, 4}}}) {
         std::string const reid = AfterTheFact(1000, 1003, c.state);
         std::vector<unsigned int> streams;
-        for (RecordedFile const& file : parts_.Store().FilesOf(reid))
+        for (RecordedFile const& file : parts_.Store().FilesOf(reid)) {
             streams.push_back(file.stream);
+        }
         EXPECT_EQ(streams, c.streams) << c.state;
     }
     EXPECT_EQ(AfterTheFact(1000, 1003, 2), "");
@@ -245,9 +247,10 @@ TEST_F(EventRequestsTest, LockedDatabaseRefusesAndIsUsedAgainAfterwards) {
 TEST_F(EventRequestsTest, MalformedRequestsAreRefused) {
     for (std::uint32_t id :
          {setTagsCompleteRequest, backupDatabaseRequest, updateFileSizeRequest}) {
-        for (std::vector<char> const& payload :
-             {std::vector<char>{}, std::vector<char>{0, 0}, std::vector<char>{-1, -1, -1, -1, 'a'}})
+        for (std::vector<char> const& payload : {std::vector<char>{}, std::vector<char>{0, 0},
+                                                 std::vector<char>{-1, -1, -1, -1, 'a'}}) {
             EXPECT_FALSE(Done(id, payload)) << id;
+        }
     }
     BoolItem made(true);
     StringItem reid;

@@ -17,8 +17,9 @@ protected:
     // Records one packet into the next file, with this tick; 0 when the ring has none.
     int Record(int stream, std::uint32_t tick) {
         auto const file = ring_.Take(stream);
-        if (!file)
+        if (!file) {
             return 0;
+        }
         file->Append(Packets(1), ContentsOf(188, tick, tick), 0);
         file->Finish(ContentsOf(188, tick, tick), 0);
         return file->Number();
@@ -30,8 +31,9 @@ protected:
 
 TEST_F(FileRingTest, FreeFilesAreTakenInTurnThenTheOldestIsWiped) {
     std::vector<int> taken;
-    for (std::uint32_t tick = 0; tick < 7; ++tick)
+    for (std::uint32_t tick = 0; tick < 7; ++tick) {
         taken.push_back(Record(1, tick));
+    }
     EXPECT_THAT(taken, ElementsAre(1, 2, 3, 1, 2, 3, 1));
     EXPECT_EQ(parts_.Store().Chain(1, true).size(), 7U);
     EXPECT_EQ(parts_.Store().Chain(1, false).size(), 3U);
@@ -64,8 +66,9 @@ TEST_F(FileRingTest, FileThatIsBeingRecordedIntoIsNotTakenAgain) {
 }
 
 TEST_F(FileRingTest, FilesOfEventsAreKeptUntilTheEventIsDeleted) {
-    for (std::uint32_t tick = 0; tick < 3; ++tick)
+    for (std::uint32_t tick = 0; tick < 3; ++tick) {
         Record(1, tick);
+    }
     auto const event = parts_.Store().RecordAfterTheFact(1000, 1002, 0xF, 2000);
     ASSERT_TRUE(event);
     EXPECT_EQ(Record(1, 3), 0);
@@ -75,8 +78,9 @@ TEST_F(FileRingTest, FilesOfEventsAreKeptUntilTheEventIsDeleted) {
 }
 
 TEST_F(FileRingTest, OldestUnprotectedIsWipedWhenAnEventHoldsAnOlderOne) {
-    for (std::uint32_t tick = 0; tick < 3; ++tick)
+    for (std::uint32_t tick = 0; tick < 3; ++tick) {
         Record(1, tick);
+    }
     ASSERT_TRUE(parts_.Store().RecordAfterTheFact(1000, 1000, 0xF, 2000));
     EXPECT_EQ(Record(1, 3), 2);
     EXPECT_EQ(Record(1, 4), 3);
@@ -92,8 +96,9 @@ TEST_F(FileRingTest, FileThatTheDatabaseDoesNotKnowIsLeftAlone) {
 }
 
 TEST_F(FileRingTest, OldestIsNotWipedWhileSomebodyWritesIt) {
-    for (std::uint32_t tick = 0; tick < 3; ++tick)
+    for (std::uint32_t tick = 0; tick < 3; ++tick) {
         Record(1, tick);
+    }
     StreamFileAccess const writer(1, false, StreamMgrFileMgmnt::ControlExternalProc);
     EXPECT_EQ(Record(1, 3), 0);
     EXPECT_EQ(parts_.Info(1).fileSize, 188U);
@@ -120,8 +125,9 @@ TEST_F(FileRingTest, ReaperFreesATenthOfThePool) {
 }
 
 TEST_F(FileRingTest, ReaperWipesNothingThatIsHeld) {
-    for (std::uint32_t tick = 0; tick < 3; ++tick)
+    for (std::uint32_t tick = 0; tick < 3; ++tick) {
         Record(1, tick);
+    }
     ASSERT_TRUE(parts_.Store().RecordAfterTheFact(1000, 1002, 0xF, 2000));
     EXPECT_EQ(ring_.Reap(), 0U);
     EXPECT_THAT(parts_.Lengths(), ElementsAre(188, 188, 188));

@@ -48,14 +48,16 @@ TEST(NoticesTest, OfManyThreadsAllAreTaken) {
     std::vector<std::jthread> threads;
     for (int thread = 0; thread < threadCount; ++thread) {
         threads.emplace_back([&notices, thread] {
-            for (int number = 0; number < perThread; ++number)
+            for (int number = 0; number < perThread; ++number) {
                 notices.Post(RecordStarted{std::to_string(thread * perThread + number)});
+            }
         });
     }
     std::set<std::string> taken;
     while (taken.size() < threadCount * perThread && IsReadable(notices, 30000)) {
-        for (Notice const& notice : notices.Take())
+        for (Notice const& notice : notices.Take()) {
             EXPECT_TRUE(taken.insert(std::get<RecordStarted>(notice).reid).second);
+        }
     }
     EXPECT_THAT(taken, SizeIs(threadCount * perThread));
 }

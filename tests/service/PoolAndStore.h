@@ -11,12 +11,12 @@
 
 #include "Root.h"
 #include "StreamFileAccess.h"
-#include "support/TemporaryRoot.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 #include "service/LogFile.h"
 #include "service/recording/SlotFiller.h"
 #include "service/store/EventStore.h"
+#include "support/TemporaryRoot.h"
 
 namespace workstation {
 
@@ -24,10 +24,12 @@ class PoolAndStore {
 public:
     explicit PoolAndStore(unsigned int fileCount) {
         Failure why;
-        if (!PoolImage::Create(PoolPath(), fileCount, why))
+        if (!PoolImage::Create(PoolPath(), fileCount, why)) {
             throw std::runtime_error(why.text);
-        if (!pool_.InitializeFileAccess(false, true))
+        }
+        if (!pool_.InitializeFileAccess(false, true)) {
             throw std::runtime_error("no pool");
+        }
     }
     ~PoolAndStore() { pool_.Unload(); }
 
@@ -46,8 +48,9 @@ public:
     // The stated lengths of all files.
     std::vector<unsigned int> Lengths() {
         std::vector<unsigned int> lengths;
-        for (int number = 1; number <= pool_.GetFilePoolSize(); ++number)
+        for (int number = 1; number <= pool_.GetFilePoolSize(); ++number) {
             lengths.push_back(Info(number).fileSize);
+        }
         return lengths;
     }
 

@@ -5,8 +5,8 @@
 
 #include <stdexcept>
 
-#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
+#include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;
 using workstation::Letter;

@@ -28,8 +28,9 @@ constexpr std::uint32_t stopId = 102;
 class ServiceTest : public testing::Test {
 protected:
     ~ServiceTest() override {
-        if (thread_.joinable())
+        if (thread_.joinable()) {
             Quit();
+        }
     }
 
     void Start(ServiceOptions const& options = {}) {
@@ -155,8 +156,9 @@ protected:
     static void WritePackets(std::ofstream& pipe) {
         std::string packet(188, '\x55');
         packet.replace(0, 4, std::string("\x47\x01\x00\x10", 4));
-        for (int count = 0; count < 2000; ++count)
+        for (int count = 0; count < 2000; ++count) {
             pipe << packet;
+        }
         pipe.flush();
     }
 

@@ -139,8 +139,9 @@ TEST_F(SlotRecordingTest, GoesOnInTheOldestFileAtTheEndOfASlot) {
         recording_.End();
     }
     recording_.Begin(stop_);
-    for (std::uint32_t tick = 2; tick < 2 + blocksPerSlot - 1; ++tick)
+    for (std::uint32_t tick = 2; tick < 2 + blocksPerSlot - 1; ++tick) {
         Write(tick);
+    }
     Write(1000, 2 * blockSize); // half of it no longer fits
     EXPECT_THAT(parts_.Lengths(), ElementsAre(poolSlotSize, blockSize));
     EXPECT_TRUE(parts_.Info(1).streamDbMatch);

@@ -11,8 +11,9 @@ namespace {
 // By file:  1 empty   2 recorded   3 held, in the buffer   4 held, behind it   5 being written
 TEST(StorageFigures, EveryFileCountsOnceInTheSum) {
     PoolAndStore parts(5);
-    for (int number : {2, 3, 4})
+    for (int number : {2, 3, 4}) {
         parts.Load(number, std::vector<unsigned char>(188));
+    }
     PoolSession::Instance().Pool()->Set(5, EntryWord::controller, 2);
     auto const figures = CountStorage(parts.Pool(), HeldFiles{{3}, {4}});
     EXPECT_EQ(figures, (StorageFigures{5 * 96256, 3 * 96256, 96256, 96256, 96256}));

@@ -6,8 +6,8 @@
 #include <stdexcept>
 
 #include "ipc/ServerThread.h"
-#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 using namespace std::chrono_literals;
@@ -21,16 +21,18 @@ protected:
     StorageNewsTest() { subscribers_.Add("Client", Subscription::storage, 100); }
 
     StorageFigures Count() const {
-        if (fails_)
+        if (fails_) {
             throw std::runtime_error("no figures");
+        }
         return figures_;
     }
 
     // The last byte of each notification: that of the free space.
     std::vector<unsigned int> Told() {
         std::vector<unsigned int> told;
-        while (auto const letter = client_.Receive())
+        while (auto const letter = client_.Receive()) {
             told.push_back(static_cast<unsigned char>(letter->payload.at(19)));
+        }
         return told;
     }
 

@@ -5,8 +5,8 @@
 
 #include <optional>
 
-#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
+#include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -32,9 +32,10 @@ protected:
     // What has come to an endpoint: id and payload of each message.
     static std::vector<std::string> Received(Endpoint& endpoint) {
         std::vector<std::string> messages;
-        while (auto const letter = endpoint.Receive())
+        while (auto const letter = endpoint.Receive()) {
             messages.push_back(std::to_string(letter->id) + " " +
                                std::string(letter->payload.begin(), letter->payload.end()));
+        }
         return messages;
     }
 
@@ -148,8 +149,9 @@ TEST_F(SubscribersTest, ManyThatDoNotReadKeepNobodyFromBeingTold) {
 TEST_F(SubscribersTest, OnlyTheLatestStorageFiguresWait) {
     Endpoint client = Open("Client");
     subscribers_.Add("Client", Subscription::storage, 100);
-    while (!subscribers_.HasWaiting())
+    while (!subscribers_.HasWaiting()) {
         subscribers_.Notify(Subscription::storage, Bytes("old"));
+    }
     subscribers_.Notify(Subscription::storage, Bytes("newer"));
     subscribers_.Notify(Subscription::storage, Bytes("newest"));
     Received(client);

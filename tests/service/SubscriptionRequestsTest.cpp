@@ -7,8 +7,8 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "ipc/ServerThread.h"
-#include "support/TemporaryRoot.h"
 #include "service/LogFile.h"
+#include "support/TemporaryRoot.h"
 
 using namespace workstation;
 using testing::ElementsAre;
@@ -73,10 +73,12 @@ TEST_F(SubscriptionRequestsTest, OnlyTheStorageIsToldAtOnce) {
 }
 
 TEST_F(SubscriptionRequestsTest, WhatDoesNotExistOrIsMalformedIsRefused) {
-    for (unsigned int const number : {0U, 9U, 13U, 0xFFFFFFFFU})
+    for (unsigned int const number : {0U, 9U, 13U, 0xFFFFFFFFU}) {
         EXPECT_FALSE(Subscribe(number));
-    for (std::size_t const size : {0U, 1U, 4U, 7U})
+    }
+    for (std::size_t const size : {0U, 1U, 4U, 7U}) {
         EXPECT_FALSE(Subscribe(std::vector<char>(size, 0)));
+    }
     EXPECT_EQ(subscribers_.Count(), 0U);
     EXPECT_THAT(newcomers_, IsEmpty());
 }

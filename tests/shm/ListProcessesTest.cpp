@@ -28,8 +28,9 @@ protected:
     // program closes it.
     ~ListProcessesTest() override {
         FakePlatform::Unrecorded const unrecorded(platform);
-        for (int const descriptor : platform.OpenDescriptors())
+        for (int const descriptor : platform.OpenDescriptors()) {
             close(descriptor);
+        }
     }
 
     static std::size_t Record(std::size_t index) { return headerSize + index * recordSize; }
@@ -100,8 +101,9 @@ TEST_F(ListProcessesTest, TableWithoutALiveProcessPrintsNothing) {
 }
 
 TEST_F(ListProcessesTest, FreeRecordsAreNotShownWhateverElseTheyHold) {
-    for (std::size_t index = 0; index < 2; ++index)
+    for (std::size_t index = 0; index < 2; ++index) {
         PutThread(index, 0, 1, 2, 3);
+    }
     PutWord(Record(1), 0xffffffff);
     PutWord(Record(2), 0x80000000);
     EXPECT_TRUE(ListProcesses());

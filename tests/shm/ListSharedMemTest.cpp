@@ -24,8 +24,9 @@ protected:
     // The calls that list a pool of this size.
     static std::string ListCalls(int poolSize) {
         std::string calls = "pool.InitializeFileAccess(false, true)\npool.GetFilePoolSize()\n";
-        for (int number = 1; number <= poolSize; ++number)
+        for (int number = 1; number <= poolSize; ++number) {
             calls += "pool.GetFileInfo(" + Show(number) + ")\n";
+        }
         return calls;
     }
 };
@@ -114,8 +115,9 @@ TEST_F(ListSharedMemTest, IntermediateListingFilters) {
     };
     platform.pool.size = static_cast<long>(std::size(cases));
     int number = 0;
-    for (Case const& row : cases)
+    for (Case const& row : cases) {
         AddEntry(++number, row.controller, row.fileSize);
+    }
     EXPECT_TRUE(ListSharedMem(true));
 
     std::string const out = platform.Out();
@@ -145,8 +147,9 @@ protected:
     void Refuse(unsigned int logLevel) {
         LogClient::Instance()->Level(logLevel);
         StreamFileAccess::fileSystemType = GetParam().fileSystemType;
-        if (GetParam().reachesPool)
+        if (GetParam().reachesPool) {
             platform.Script("InitializeFileAccess", 1, {0});
+        }
         EXPECT_FALSE(ListSharedMem(false));
         ExpectOutput("", "");
     }

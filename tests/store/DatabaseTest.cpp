@@ -7,11 +7,11 @@
 #include <filesystem>
 #include <limits>
 
-#include "support/ChildProcess.h"
-#include "support/TemporaryRoot.h"
 #include "service/store/Database.h"
 #include "service/store/Statement.h"
 #include "service/store/Transaction.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryRoot.h"
 
 namespace workstation {
 namespace {

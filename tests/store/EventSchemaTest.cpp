@@ -8,11 +8,11 @@
 #include <iterator>
 #include <string>
 
-#include "support/TemporaryRoot.h"
 #include "service/store/Database.h"
 #include "service/store/EventSchema.h"
 #include "service/store/EventStore.h"
 #include "service/store/Statement.h"
+#include "support/TemporaryRoot.h"
 
 namespace workstation {
 namespace {

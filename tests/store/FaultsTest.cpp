@@ -12,8 +12,8 @@
 
 #include "StoreInvariants.h"
 #include "StoreTest.h"
-#include "support/ChildProcess.h"
 #include "ipc/Stopwatch.h"
+#include "support/ChildProcess.h"
 
 namespace workstation {
 namespace {

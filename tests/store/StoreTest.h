@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "support/TemporaryRoot.h"
 #include "service/store/EventStore.h"
+#include "support/TemporaryRoot.h"
 
 namespace workstation {
 

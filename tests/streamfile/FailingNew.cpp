@@ -40,8 +40,9 @@ void* WrappedNothrowNew(std::size_t size, std::nothrow_t const& tag) noexcept
     __asm__("__wrap_" OPERATOR_NEW "RKSt9nothrow_t");
 
 void* WrappedNew(std::size_t size) {
-    if (size >= smallestFailingSize)
+    if (size >= smallestFailingSize) {
         throw std::bad_alloc();
+    }
     return RealNew(size);
 }
 

@@ -28,8 +28,9 @@ protected:
 
     void ExpectTicks(std::vector<unsigned int> const& expected) const {
         std::vector<unsigned int> found;
-        for (auto const& entry : ticks)
+        for (auto const& entry : ticks) {
             found.push_back(entry.second.tick);
+        }
         EXPECT_EQ(found, expected);
     }
     void ExpectTicksUntouched() const { ExpectTicks({77}); }
@@ -153,8 +154,9 @@ TEST_F(GetStreamFileTicksTest, NegativeNumberIsRefusedBeforeAnythingElse) {
 }
 
 TEST_F(GetStreamFileTicksTest, NumberAboveThePoolSizeIsRefused) {
-    for (int const tooLarge : {9, 10, 2147483647})
+    for (int const tooLarge : {9, 10, 2147483647}) {
         EXPECT_FALSE(Scan(tooLarge));
+    }
     ExpectOutput("", "File number is invalid: 9\n"
                      "File number is invalid: 10\n"
                      "File number is invalid: 2147483647\n");

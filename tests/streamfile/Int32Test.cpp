@@ -39,8 +39,9 @@ TEST(ParseInt32, TakesANumberAsFarAsItGoesAndSaturates) {
         {"-9223372036854775808", smallest},
         {"-99999999999999999999999", smallest},
     };
-    for (Case const& row : cases)
+    for (Case const& row : cases) {
         EXPECT_EQ(device::ParseInt32(row.text), row.number) << row.text;
+    }
 }
 
 TEST(AddInt32, WrapsAt32Bits) {

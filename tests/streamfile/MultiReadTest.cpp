@@ -88,8 +88,9 @@ TEST_P(ListOf, StartsAThreadForEachPositiveNumber) {
     platform.ScriptAlways("pthread_create", {EAGAIN});
     MultiRead(GetParam().list, false);
     std::string calls;
-    for (int const number : GetParam().started)
+    for (int const number : GetParam().started) {
         calls += StartCall(number);
+    }
     EXPECT_EQ(platform.Calls(), calls);
     ExpectOutput("complete", "");
 }
@@ -129,8 +130,9 @@ TEST_F(MultiReadTest, FilesAreExtractedSideBySide) {
     platform.AddStreamFiles({1, 2, 3, 4, 5, 6}, 17 * chunk + 10);
     MultiRead("1,2,3,4,5,6", true);
     EXPECT_EQ(platform.Err(), "");
-    for (int number = 1; number <= 6; ++number)
+    for (int number = 1; number <= 6; ++number) {
         ExpectOnHardDisk(Show(number) + ".ts", StreamFileContent(number, 0, 17 * chunk + 10));
+    }
     std::string const out = platform.Out();
     EXPECT_EQ(std::count(out.begin(), out.end(), '.'), 6 * 2 + 6); // marks, and those of ".ts"
     EXPECT_EQ(out.substr(out.size() - 8), "complete");

@@ -231,8 +231,9 @@ TEST_F(InsertByNameTest, ShortWriteAfterAShortReadShowsTheRequest) {
 
 TEST_F(InsertByNameTest, EmptyChunksCountForTheMarks) {
     PutOnHardDisk(source, Source(0, 100));
-    for (int ordinal = 1; ordinal <= 15; ++ordinal)
+    for (int ordinal = 1; ordinal <= 15; ++ordinal) {
         platform.Script("read", ordinal, {0});
+    }
     EXPECT_TRUE(Insert());
     ExpectOutput(CopyingLine() + SizeLine(100) + "..\n" + NotifyLine("success"), "");
     ExpectWritten(number, Source(0, 100));

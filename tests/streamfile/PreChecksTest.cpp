@@ -89,8 +89,9 @@ class Refusal : public PreChecksTest,
 TEST_P(Refusal, IsToldBeforeThePoolIsTouched) {
     auto const& [tool, reason] = GetParam();
     StreamFileAccess::fileSystemType = reason.fileSystemType;
-    for (bool const unbounded : {false, true})
+    for (bool const unbounded : {false, true}) {
         EXPECT_FALSE(tool.run(endpoint.Ipc(), reason.fileNumber, length, moved, unbounded));
+    }
     ExpectOutput("", reason.message + reason.message);
     EXPECT_EQ(platform.Calls(), "");
     ExpectNothingTouched();

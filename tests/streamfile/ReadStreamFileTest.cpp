@@ -23,8 +23,9 @@ protected:
     // The progress marks name the file.
     static std::string NumberMarks(long chunks) {
         std::string marks;
-        for (long i = 0; i < chunks / 8; ++i)
+        for (long i = 0; i < chunks / 8; ++i) {
             marks += "5, ";
+        }
         return marks;
     }
 

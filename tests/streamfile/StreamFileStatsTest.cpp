@@ -71,8 +71,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(StreamFileStatsTest, RunReadsAsItAlwaysDid) {
     platform.AddStreamFiles({3}, length);
     TickTable table;
-    for (unsigned int i = 0; i < 900; ++i)
+    for (unsigned int i = 0; i < 900; ++i) {
         table.push_back(Entry(i * 1000, 1000 + i, 57 + static_cast<int>(i) / 20));
+    }
     table.back().second.time = 102;
     platform.pool.tickTables = {table};
     EXPECT_TRUE(Stats(3));

@@ -66,8 +66,9 @@ protected:
     // What a file on the hard disk holds; none when it does not exist.
     std::optional<std::string> OnHardDisk(std::string const& fileName) const {
         std::ifstream file(platform.HardDisk(fileName), std::ios::binary);
-        if (!file)
+        if (!file) {
             return std::nullopt;
+        }
         std::ostringstream content;
         content << file.rdbuf();
         return content.str();
@@ -92,8 +93,9 @@ private:
     // Compares without showing megabytes.
     static void ExpectBytes(std::string const& name, std::string const& found,
                             std::string const& expected) {
-        if (found == expected)
+        if (found == expected) {
             return;
+        }
         auto const difference =
             std::mismatch(found.begin(), found.end(), expected.begin(), expected.end()).first;
         ADD_FAILURE() << name << " differs from byte " << (difference - found.begin())

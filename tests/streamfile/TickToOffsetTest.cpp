@@ -29,8 +29,9 @@ TEST_F(TickToOffsetTest, OnlyTheExactTickIsFoundWhereverItStands) {
     EXPECT_EQ(Look(300), Found(true, 0));
     EXPECT_EQ(Look(100), Found(true, 188));
     EXPECT_EQ(Look(200), Found(true, 98565956));
-    for (unsigned int const absent : {0U, 99U, 101U, 199U, 301U, 4294967295U})
+    for (unsigned int const absent : {0U, 99U, 101U, 199U, 301U, 4294967295U}) {
         EXPECT_EQ(Look(absent), notFound) << absent;
+    }
     ExpectOutput("", "");
 }
 

@@ -5,15 +5,17 @@ namespace StreamMgrApi {
 
 unsigned char* EventRecordItem::Encode(unsigned char* out) {
     for (Item* const item :
-         std::initializer_list<Item*>{&reid, &tagsComplete, &startTime, &stopTime, &streams})
+         std::initializer_list<Item*>{&reid, &tagsComplete, &startTime, &stopTime, &streams}) {
         out = item->Encode(out);
+    }
     return out;
 }
 
 unsigned char* EventRecordItem::Decode(unsigned char* in) {
     for (Item* const item :
-         std::initializer_list<Item*>{&reid, &tagsComplete, &startTime, &stopTime, &streams})
+         std::initializer_list<Item*>{&reid, &tagsComplete, &startTime, &stopTime, &streams}) {
         in = item->Decode(in);
+    }
     return in;
 }
 

@@ -66,8 +66,9 @@ bool RecordAfterTheFact(LinxIpc& ipc, long start, long stop, std::string& reid, 
     BoolItem made;
     StringItem event;
     if (!Ask(ipc, recordAfterTheFactRequest, {&startTime, &stopTime, &keptStreams}, timeoutMs,
-             recordAfterTheFactReply, {&made, &event}))
+             recordAfterTheFactReply, {&made, &event})) {
         return false;
+    }
     reid = event.Value();
     return made.Value();
 }
@@ -84,8 +85,9 @@ bool SplitEvent(LinxIpc& ipc, std::string& reid, unsigned int& splitSize) {
     UIntItem usedSize;
     if (!Ask(ipc, splitEventRequest, {&event, &size}, splitTimeoutMs, splitEventReply,
              {&taken, &usedSize}) ||
-        !taken.Value())
+        !taken.Value()) {
         return false;
+    }
     splitSize = usedSize.Value();
     return true;
 }

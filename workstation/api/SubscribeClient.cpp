@@ -15,8 +15,9 @@ SubscribeClient::SubscribeClient(LinxIpc& ipc, std::string const& serverName, in
     , timeoutMs_(timeoutMs) {}
 
 SubscribeClient::~SubscribeClient() {
-    for (unsigned int const messageId : messageIds_)
+    for (unsigned int const messageId : messageIds_) {
         ipc_.SetHandler(messageId, nullptr, nullptr);
+    }
 }
 
 int SubscribeClient::Subscribe(unsigned int subscriptionId, unsigned int messageId, Item& item,
@@ -30,8 +31,9 @@ int SubscribeClient::Subscribe(unsigned int subscriptionId, unsigned int message
         PackMessage(request, subscribeRequest, {&subscription, &message, &item}) &&
         ipc_.Request(serverName_, request, subscribeReply, timeoutMs_, &reply) == 0 &&
         UnpackMessage(reply, {&accepted}) && accepted.Value();
-    if (!subscribed)
+    if (!subscribed) {
         return -1;
+    }
     // Notifications that have come in the meantime wait in the endpoint for the next Receive.
     ipc_.SetHandler(messageId, handler, user);
     messageIds_.push_back(messageId);

@@ -30,8 +30,9 @@ std::string LocalTime(std::int64_t seconds) {
     std::tm local{};
     char text[] = "YYYY-MM-DD hh:mm:ss";
     if (localtime_r(&time, &local) == nullptr ||
-        std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local) == 0)
+        std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local) == 0) {
         return std::to_string(seconds);
+    }
     return text;
 }
 
@@ -47,10 +48,12 @@ std::string Describe(RecordedFile const& file) {
 void CheckBackupPath(std::string const& path) {
     namespace fs = std::filesystem;
     std::error_code ignored;
-    if (!fs::path(path).is_absolute())
+    if (!fs::path(path).is_absolute()) {
         throw std::invalid_argument("'" + path + "' is not a full path");
-    if (fs::equivalent(path, PoolPath(), ignored))
+    }
+    if (fs::equivalent(path, PoolPath(), ignored)) {
         throw std::invalid_argument("'" + path + "' is the pool");
+    }
 }
 
 class EventRequests {
@@ -93,8 +96,9 @@ void EventRequests::ReplyDone(Letter const& request, bool done) const {
 
 void EventRequests::DeleteEvent(Letter& request) const {
     StringItem reid;
-    if (!DecodeItems(request.payload, {&reid}))
+    if (!DecodeItems(request.payload, {&reid})) {
         return;
+    }
     bool const known = context_.store.DeleteEvent(reid.Value());
     LogNotification((known ? "deleted event " : "there is no event ") + reid.Value());
 }
@@ -102,8 +106,9 @@ void EventRequests::DeleteEvent(Letter& request) const {
 void EventRequests::LogFileChain(Letter& request) const {
     UIntItem stream;
     BoolItem withWiped;
-    if (!DecodeItems(request.payload, {&stream, &withWiped}))
+    if (!DecodeItems(request.payload, {&stream, &withWiped})) {
         return;
+    }
     if (stream.Value() >= static_cast<unsigned int>(recordStreamCount)) {
         LogNotification("there is no stream " + std::to_string(stream.Value()));
         return;
@@ -111,8 +116,9 @@ void EventRequests::LogFileChain(Letter& request) const {
     auto const chain = context_.store.Chain(stream.Value() + 1, withWiped.Value());
     LogNotification("file chain of stream " + std::to_string(stream.Value()) + ": " +
                     std::to_string(chain.size()) + " files");
-    for (RecordedFile const& file : chain)
+    for (RecordedFile const& file : chain) {
         LogNotification("  " + Describe(file));
+    }
 }
 
 void EventRequests::RecordAfterTheFact(Letter& request) const {
@@ -122,8 +128,9 @@ void EventRequests::RecordAfterTheFact(Letter& request) const {
     BoolItem made;
     StringItem reid;
     made.Value(Attempt("record after the fact", [&] {
-        if (!DecodeItems(request.payload, {&start, &stop, &state}))
+        if (!DecodeItems(request.payload, {&start, &stop, &state})) {
             return false;
+        }
         auto const event = context_.store.RecordAfterTheFact(
             start.Value(), stop.Value(), StreamsKept(state.Value()), std::time(nullptr));
         if (!event) {
@@ -153,8 +160,9 @@ void EventRequests::SplitEvent(Letter& request) const {
     BoolItem taken;
     UIntItem usedSize;
     taken.Value(Attempt("split", [&] {
-        if (!DecodeItems(request.payload, {&reid, &size}) || size.Value() == 0)
+        if (!DecodeItems(request.payload, {&reid, &size}) || size.Value() == 0) {
             return false;
+        }
         unsigned int const limitKiB = SplitLimitKiB(size.Value());
         auto const events = context_.store.SplitEvent(reid.Value(), limitKiB);
         if (!events) {
@@ -165,8 +173,9 @@ void EventRequests::SplitEvent(Letter& request) const {
         usedSize.Value(limitKiB == slotSizeKiB ? slotSizeKiB : size.Value());
         LogNotification("event " + reid.Value() + " now stands as " +
                         std::to_string(events->size()) + " events");
-        for (Event const& event : *events)
+        for (Event const& event : *events) {
             LogNotification("  event " + event.reid);
+        }
         return true;
     }));
     Reply(context_.endpoint, request, splitEventReply, {&taken, &usedSize});
@@ -175,8 +184,9 @@ void EventRequests::SplitEvent(Letter& request) const {
 void EventRequests::BackupDatabase(Letter& request) const {
     ReplyDone(request, Attempt("backup", [&] {
                   StringItem path;
-                  if (!DecodeItems(request.payload, {&path}))
+                  if (!DecodeItems(request.payload, {&path})) {
                       return false;
+                  }
                   CheckBackupPath(path.Value());
                   context_.store.Backup(path.Value());
                   LogNotification("backed the database up to '" + path.Value() + "'");
@@ -190,8 +200,9 @@ void EventRequests::UpdateFileSize(Letter& request) const {
                   IntItem number;
                   StreamMgrFileMgmnt::FileMgmnt_t file{};
                   if (!DecodeItems(request.payload, {&number}) ||
-                      !context_.pool.GetFileInfo(number.Value(), file))
+                      !context_.pool.GetFileInfo(number.Value(), file)) {
                       return false;
+                  }
                   bool const known = context_.store.UpdateFileSize(number.Value(), file.fileSize);
                   MarkKnown(number.Value(), known);
                   LogNotification("stream file " + std::to_string(number.Value()) + " has " +

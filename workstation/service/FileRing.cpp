@@ -22,8 +22,9 @@ StreamMgrFileMgmnt::Control_t ControllerOf(int stream) {
 std::unique_ptr<RingFile> FileRing::Take(int stream) {
     std::lock_guard const lock(mutex_);
     auto file = TakeFree(stream);
-    if (!file && WipeOldest())
+    if (!file && WipeOldest()) {
         file = TakeFree(stream);
+    }
     return file;
 }
 
@@ -32,8 +33,9 @@ unsigned int FileRing::Reap() {
     auto const poolSize = static_cast<int>(pool_.GetFilePoolSize());
     int const wanted = (poolSize + 9) / 10;
     int free = 0;
-    for (int number = 1; number <= poolSize; ++number)
+    for (int number = 1; number <= poolSize; ++number) {
         free += IsFree(number) ? 1 : 0;
+    }
     unsigned int wiped = 0;
     while (free < wanted && WipeOldest()) {
         ++free;
@@ -48,11 +50,14 @@ std::unique_ptr<RingFile> FileRing::TakeFree(int stream) {
     auto const poolSize = static_cast<int>(pool_.GetFilePoolSize());
     for (int step = 0; step < poolSize; ++step) {
         int const number = (lastTaken_ + step) % poolSize + 1;
-        if (!IsFree(number) || held.inBuffer.contains(number) || held.behindBuffer.contains(number))
+        if (!IsFree(number) || held.inBuffer.contains(number) ||
+            held.behindBuffer.contains(number)) {
             continue;
+        }
         auto file = std::make_unique<StreamFileAccess>(number, false, ControllerOf(stream));
-        if (!file->IsOpen())
+        if (!file->IsOpen()) {
             continue; // somebody was quicker, or its table entry is damaged
+        }
         lastTaken_ = number;
         return std::make_unique<RingFile>(std::move(file), number, stream, store_);
     }
@@ -63,11 +68,13 @@ std::unique_ptr<RingFile> FileRing::TakeFree(int stream) {
 // finishes a wipe that the database knows of.
 bool FileRing::WipeOldest() {
     auto const oldest = store_.OldestUnprotected();
-    if (!oldest)
+    if (!oldest) {
         return false;
+    }
     StreamFileAccess file(oldest->fileNumber, false, StreamMgrFileMgmnt::ControlPrimaryThread);
-    if (!file.IsOpen() || !store_.Wipe(oldest->id))
+    if (!file.IsOpen() || !store_.Wipe(oldest->id)) {
         return false;
+    }
     file.Truncate(0);
     MarkKnown(oldest->fileNumber, false);
     LogNote("wiped stream file " + std::to_string(oldest->fileNumber) + " of stream " +

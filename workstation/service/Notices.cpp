@@ -11,8 +11,9 @@ namespace workstation {
 
 Notices::Notices()
     : event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (!event_)
+    if (!event_) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
+    }
 }
 
 void Notices::Post(Notice notice) {

@@ -48,16 +48,18 @@ Ticks TicksIn(int number, std::uint32_t length) {
 }
 
 void Recovery::FreeAbandonedFiles() {
-    for (int number = 1; number <= image_.FileCount(); ++number)
+    for (int number = 1; number <= image_.FileCount(); ++number) {
         ResetAbandonedController(image_, number);
+    }
 }
 
 void Recovery::FinishRecordings() {
     for (RecordedFile const& file : store_.UnfinishedFiles()) {
-        if (image_.Has(file.fileNumber))
+        if (image_.Has(file.fileNumber)) {
             Finish(file);
-        else
+        } else {
             store_.Wipe(file.id);
+        }
     }
 }
 
@@ -66,8 +68,9 @@ void Recovery::FinishRecordings() {
 void Recovery::Finish(RecordedFile const& file) {
     Ticks const ticks = TicksIn(file.fileNumber, Length(file.fileNumber));
     bool const isOther = !ticks.empty() && ticks.front().second.tick != file.firstTick;
-    if (isOther)
+    if (isOther) {
         Empty(file.fileNumber);
+    }
     std::uint32_t const length = Length(file.fileNumber);
     bool const hasTicks = length != 0 && !ticks.empty();
     store_.FinishFile(file.id, length, hasTicks ? ticks.back().second.time : file.startTime,
@@ -84,10 +87,12 @@ void Recovery::CompareLengths() {
             continue;
         }
         std::uint32_t const length = Length(file.fileNumber);
-        if (length == 0 && store_.Wipe(file.id))
+        if (length == 0 && store_.Wipe(file.id)) {
             continue;
-        if (length != file.size)
+        }
+        if (length != file.size) {
             store_.UpdateFileSize(file.fileNumber, length);
+        }
         MarkKnown(file.fileNumber, true);
     }
 }
@@ -99,21 +104,24 @@ void Recovery::FinishWipes() {
     for (int stream = 1; stream <= recordStreamCount; ++stream) {
         for (RecordedFile const& file : store_.Chain(static_cast<unsigned int>(stream), true)) {
             auto const [entry, isNew] = newest.try_emplace(file.fileNumber, file);
-            if (!isNew && entry->second.id < file.id)
+            if (!isNew && entry->second.id < file.id) {
                 entry->second = file;
+            }
         }
     }
     for (auto const& [number, file] : newest) {
         if (image_.Has(number) && file.wiped && Length(number) == file.size && file.size != 0 &&
-            image_.Get(number, EntryWord::dbMatch) != 0)
+            image_.Get(number, EntryWord::dbMatch) != 0) {
             Empty(number);
+        }
     }
 }
 
 void Recovery::Empty(int number) {
     StreamFileAccess file(number, false, StreamMgrFileMgmnt::ControlPrimaryThread);
-    if (file.IsOpen() && file.Truncate(0) == 0)
+    if (file.IsOpen() && file.Truncate(0) == 0) {
         MarkKnown(number, false);
+    }
 }
 
 } // namespace

@@ -43,8 +43,9 @@ int Serve(SignalWatch& signals, StreamFileAccess& pool, ServiceOptions const& op
     std::string const& name = LinxServerNameList::Instance()->Name(e_StreamMgr);
     std::string error;
     auto endpoint = Endpoint::Open(name, error);
-    if (!endpoint)
+    if (!endpoint) {
         return FailToStart(error);
+    }
     LogClient::Instance()->ProcessName(name);
     EventStore store(DatabasePath());
     RecoverRecordings(store);
@@ -75,11 +76,13 @@ int RunService(ServiceOptions const& options) {
     SignalWatch signals;
     Failure why;
     FileDescriptor const root = LockRoot(why);
-    if (!root)
+    if (!root) {
         return FailToStart(why.text);
+    }
     StreamFileAccess pool;
-    if (!pool.InitializeFileAccess(false, true))
+    if (!pool.InitializeFileAccess(false, true)) {
         return FailToStart("cannot serve without a pool");
+    }
     int status = EXIT_FAILURE;
     try {
         status = Serve(signals, pool, options);
@@ -122,8 +125,9 @@ void Service::Run() {
         std::array<pollfd, 3> watched{{{signals_.Descriptor(), POLLIN, 0},
                                        {endpoint_.Descriptor(), POLLIN, 0},
                                        {notices_.Descriptor(), POLLIN, 0}}};
-        if (poll(watched.data(), watched.size(), WaitMs()) == -1 && errno != EINTR)
+        if (poll(watched.data(), watched.size(), WaitMs()) == -1 && errno != EINTR) {
             throw std::system_error(errno, std::generic_category(), "poll");
+        }
         HandleRequests(); // those that came before a signal, too
         HandleSignal();
         HandleNotices();
@@ -149,8 +153,9 @@ void Service::HandleSignal() {
 void Service::HandleRequests() {
     while (isRunning_) {
         auto request = endpoint_.Receive();
-        if (!request)
+        if (!request) {
             return;
+        }
         router_.Handle(*request);
     }
 }

@@ -9,8 +9,9 @@ namespace {
 
 void Log(unsigned int level, std::string_view text) {
     LogClient const& client = *LogClient::Instance();
-    if ((client.Level() & level) == 0)
+    if ((client.Level() & level) == 0) {
         return;
+    }
     SysLogMsg entry;
     entry.Log(static_cast<int>(level), client.ProcessName()) << text;
 }

@@ -16,8 +16,9 @@ SignalWatch::SignalWatch() {
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, &former_);
     descriptor_.Reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (!descriptor_)
+    if (!descriptor_) {
         throw std::system_error(errno, std::generic_category(), "signalfd");
+    }
 }
 
 SignalWatch::~SignalWatch() {
@@ -26,8 +27,9 @@ SignalWatch::~SignalWatch() {
 
 std::optional<int> SignalWatch::Take() {
     signalfd_siginfo signal{};
-    if (read(descriptor_.Get(), &signal, sizeof(signal)) != sizeof(signal))
+    if (read(descriptor_.Get(), &signal, sizeof(signal)) != sizeof(signal)) {
         return std::nullopt;
+    }
     return static_cast<int>(signal.ssi_signo);
 }
 

@@ -31,10 +31,12 @@ auto SlotRecording::Insist(std::string const& what, Operation operation) const {
         try {
             return operation();
         } catch (std::exception const& failure) {
-            if (isFirst)
+            if (isFirst) {
                 Log("cannot " + what + ": " + failure.what());
-            if (stop_->WaitFor(retryInterval))
+            }
+            if (stop_->WaitFor(retryInterval)) {
                 throw;
+            }
         }
     }
 }
@@ -77,11 +79,13 @@ void SlotRecording::ReturnTicks(int stream, std::uint32_t next) {
 
 bool SlotRecording::OpenSlot(StopEvent const& stop) {
     file_ = TakeFile();
-    if (!file_)
+    if (!file_) {
         Log("no file to record into: events hold them all, or others write them");
+    }
     while (!file_) {
-        if (stop.WaitFor(retryInterval))
+        if (stop.WaitFor(retryInterval)) {
             return false;
+        }
         file_ = TakeFile();
     }
     Log("recording into stream file " + std::to_string(file_->Number()));

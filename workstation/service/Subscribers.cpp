@@ -19,8 +19,9 @@ void Subscribers::Add(std::string const& name, Subscription subscription, std::u
 void Subscribers::Notify(Subscription subscription, std::vector<char> const& payload) {
     for (auto entry = subscribers_.begin(); entry != subscribers_.end();) {
         bool const isMeant = entry->second.messageIds.contains(subscription);
-        if (isMeant)
+        if (isMeant) {
             Keep(entry->second, {subscription, payload});
+        }
         entry = isMeant ? Deliver(entry) : std::next(entry);
     }
 }
@@ -28,15 +29,17 @@ void Subscribers::Notify(Subscription subscription, std::vector<char> const& pay
 void Subscribers::Notify(std::string const& name, Subscription subscription,
                          std::vector<char> const& payload) {
     auto const found = subscribers_.find(name);
-    if (found == subscribers_.end() || !found->second.messageIds.contains(subscription))
+    if (found == subscribers_.end() || !found->second.messageIds.contains(subscription)) {
         return;
+    }
     Keep(found->second, {subscription, payload});
     Deliver(found);
 }
 
 void Subscribers::DeliverWaiting() {
-    for (auto entry = subscribers_.begin(); entry != subscribers_.end();)
+    for (auto entry = subscribers_.begin(); entry != subscribers_.end();) {
         entry = Deliver(entry);
+    }
 }
 
 bool Subscribers::Has(Subscription subscription) const {
@@ -52,8 +55,9 @@ bool Subscribers::HasWaiting() const {
 
 std::size_t Subscribers::Count() const {
     std::size_t count = 0;
-    for (auto const& [name, subscriber] : subscribers_)
+    for (auto const& [name, subscriber] : subscribers_) {
         count += subscriber.messageIds.size();
+    }
     return count;
 }
 
@@ -89,8 +93,9 @@ int Subscribers::Send(std::string const& name, Subscriber& subscriber) const {
     while (error == 0 && !subscriber.waiting.empty()) {
         auto const& [subscription, payload] = subscriber.waiting.front();
         error = endpoint_.Send(name, subscriber.messageIds.at(subscription), payload, 0, 0);
-        if (error == 0)
+        if (error == 0) {
             subscriber.waiting.pop_front();
+        }
     }
     return error;
 }

@@ -22,8 +22,9 @@ std::optional<Wish> Decode(std::span<char> payload) {
     UIntItem number;
     UIntItem messageId;
     std::size_t const headSize = number.Size() + messageId.Size();
-    if (payload.size() < headSize || !DecodeItems(payload.first(headSize), {&number, &messageId}))
+    if (payload.size() < headSize || !DecodeItems(payload.first(headSize), {&number, &messageId})) {
         return std::nullopt;
+    }
     switch (auto const subscription = static_cast<Subscription>(number.Value())) {
     case Subscription::storage:
     case Subscription::recordStart:
@@ -35,12 +36,14 @@ std::optional<Wish> Decode(std::span<char> payload) {
 
 void Subscribe(SubscriptionContext const& context, Letter& request) {
     auto const wish = Decode(request.payload);
-    if (wish)
+    if (wish) {
         context.subscribers.Add(request.sender, wish->subscription, wish->messageId);
+    }
     BoolItem accepted(wish.has_value());
     Reply(context.endpoint, request, subscribeReply, {&accepted});
-    if (wish && wish->subscription == Subscription::storage)
+    if (wish && wish->subscription == Subscription::storage) {
         context.tellStorage(request.sender);
+    }
 }
 
 } // namespace

@@ -25,19 +25,23 @@ void BlockWriter::Add(std::span<unsigned char const> packets) {
         target_.Begin(stop_);
         hasBegun_ = true;
     }
-    if (stop_.IsSet())
+    if (stop_.IsSet()) {
         return;
+    }
     stamper_.Pass(packets, clock_.WallNow(), block_);
     auto const now = clock_.Now();
-    if (!due_)
+    if (!due_) {
         due_ = now + longestWait;
-    if (block_.bytes.size() >= blockSize || now >= *due_)
+    }
+    if (block_.bytes.size() >= blockSize || now >= *due_) {
         Flush();
+    }
 }
 
 void BlockWriter::Flush() {
-    if (!block_.bytes.empty())
+    if (!block_.bytes.empty()) {
         target_.Write(block_, stop_);
+    }
     block_.Clear();
     due_.reset();
 }
@@ -48,8 +52,9 @@ void BlockWriter::Complete() {
 }
 
 void BlockWriter::End() {
-    if (hasBegun_)
+    if (hasBegun_) {
         target_.End();
+    }
 }
 
 } // namespace workstation

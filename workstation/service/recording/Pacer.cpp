@@ -22,14 +22,17 @@ TsPacketView PacketAt(std::span<unsigned char const> packets, std::size_t offset
 Pacer::Block Pacer::Next(std::span<unsigned char const> packets, Time now) {
     pcr_.See(PacketAt(packets, 0));
     std::size_t size = tsPacketSize;
-    while (size < packets.size() && !ProgramClockReference(PacketAt(packets, size)))
+    while (size < packets.size() && !ProgramClockReference(PacketAt(packets, size))) {
         size += tsPacketSize;
-    if (!pcr_.Running())
+    }
+    if (!pcr_.Running()) {
         return {size, now};
+    }
 
     auto const elapsed = MediaTime(pcr_.Elapsed());
-    if (!start_ || *start_ + elapsed + longestDelay < now)
+    if (!start_ || *start_ + elapsed + longestDelay < now) {
         start_ = now - elapsed;
+    }
     return {size, *start_ + elapsed};
 }
 

@@ -32,11 +32,13 @@ std::span<unsigned char> PacketAligner::Room() {
 }
 
 std::span<unsigned char const> PacketAligner::Next() {
-    if (!isInSync_ && IsDecidable())
+    if (!isInSync_ && IsDecidable()) {
         FindSync();
+    }
     while (isInSync_) {
-        if (std::size_t const size = SizeInStep(); size > 0)
+        if (std::size_t const size = SizeInStep(); size > 0) {
             return Give(size);
+        }
         bool const seesNextPacket = Pending().size() > tsPacketSize;
         if (!seesNextPacket) {
             if (hasEnded_) {
@@ -45,10 +47,12 @@ std::span<unsigned char const> PacketAligner::Next() {
             }
             return {};
         }
-        if (!IsDecidable())
+        if (!IsDecidable()) {
             return {};
-        if (auto const packet = HandleLoss(); !packet.empty())
+        }
+        if (auto const packet = HandleLoss(); !packet.empty()) {
             return packet;
+        }
     }
     return {};
 }
@@ -57,16 +61,18 @@ std::span<unsigned char const> PacketAligner::Next() {
 std::size_t PacketAligner::SizeInStep() const {
     auto const pending = Pending();
     std::size_t size = 0;
-    while (size + tsPacketSize < pending.size() && pending[size + tsPacketSize] == tsSyncByte)
+    while (size + tsPacketSize < pending.size() && pending[size + tsPacketSize] == tsSyncByte) {
         size += tsPacketSize;
+    }
     return hasEnded_ && size + tsPacketSize == pending.size() ? pending.size() : size;
 }
 
 // Where enough bytes follow, in the pending ones, to tell whether a packet begins.
 std::size_t PacketAligner::DecidableSize() const {
     std::size_t const size = Pending().size();
-    if (hasEnded_)
+    if (hasEnded_) {
         return size;
+    }
     return size - std::min(size, lookAheadSize);
 }
 
@@ -86,8 +92,9 @@ bool PacketAligner::IsTrusted(std::size_t position) const {
 // packets when zeros or the end follow: too little to begin a recording with.
 std::size_t PacketAligner::NextTrusted(PacketWalk const& walk, std::size_t position) const {
     std::size_t const end = DecidableSize();
-    while (position < end && !IsTrusted(position))
+    while (position < end && !IsTrusted(position)) {
         position = walk.First(position + tsPacketSize);
+    }
     return std::min(position, end);
 }
 

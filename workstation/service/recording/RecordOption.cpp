@@ -8,8 +8,9 @@ namespace {
 
 // The number of a stream is one digit.
 std::optional<int> ParseStream(std::string const& text) {
-    if (text.size() != 1 || text[0] < '1' || text[0] > '0' + recordStreamCount)
+    if (text.size() != 1 || text[0] < '1' || text[0] > '0' + recordStreamCount) {
         return std::nullopt;
+    }
     return text[0] - '0';
 }
 
@@ -35,10 +36,12 @@ std::optional<RecordOption> ParseRecordOption(std::string const& text, std::stri
 
 // Why an option cannot stand beside the ones before it; empty when it can.
 std::string Conflict(std::vector<RecordOption> const& options, RecordOption const& option) {
-    if (std::ranges::count(options, option.stream, &RecordOption::stream) > 0)
+    if (std::ranges::count(options, option.stream, &RecordOption::stream) > 0) {
         return "stream " + std::to_string(option.stream) + " has two sources";
-    if (option.source == "-" && std::ranges::count(options, "-", &RecordOption::source) > 0)
+    }
+    if (option.source == "-" && std::ranges::count(options, "-", &RecordOption::source) > 0) {
         return "standard input is the source of two streams";
+    }
     return "";
 }
 
@@ -49,11 +52,13 @@ std::optional<std::vector<RecordOption>> ParseRecordOptions(std::vector<std::str
     std::vector<RecordOption> options;
     for (std::string const& text : texts) {
         auto option = ParseRecordOption(text, error);
-        if (!option)
+        if (!option) {
             return std::nullopt;
+        }
         error = Conflict(options, *option);
-        if (!error.empty())
+        if (!error.empty()) {
             return std::nullopt;
+        }
         options.push_back(std::move(*option));
     }
     return options;

@@ -107,10 +107,11 @@ Source::Outcome Recording::ReadMore(Source& source, PacketAligner& aligner) {
 void Recording::TakePackets(PacketAligner& aligner, bool isPaced) {
     for (auto packets = aligner.Next(); !packets.empty() && !stop_.IsSet();
          packets = aligner.Next()) {
-        if (isPaced)
+        if (isPaced) {
             TakeInTime(packets);
-        else
+        } else {
             writer_.Add(packets);
+        }
     }
 }
 
@@ -118,8 +119,9 @@ void Recording::TakeInTime(std::span<unsigned char const> packets) {
     while (!packets.empty()) {
         auto const block = pacer_.Next(packets, clock_.Now());
         WaitUntil(block.due);
-        if (stop_.IsSet())
+        if (stop_.IsSet()) {
             return;
+        }
         writer_.Add(packets.first(block.size));
         packets = packets.subspan(block.size);
     }
@@ -130,15 +132,17 @@ void Recording::WaitUntil(RecordingClock::Time due) {
     while (clock_.Now() < due && !stop_.IsSet()) {
         auto const writeDue = writer_.Due();
         clock_.WaitUntil(writeDue ? std::min(due, *writeDue) : due, stop_);
-        if (writeDue && clock_.Now() >= *writeDue)
+        if (writeDue && clock_.Now() >= *writeDue) {
             writer_.Flush();
+        }
     }
 }
 
 // How long the source may keep packets waiting that are to be written.
 int Recording::WaitMs() const {
-    if (!writer_.Due())
+    if (!writer_.Due()) {
         return -1;
+    }
     auto const left = std::chrono::ceil<std::chrono::milliseconds>(*writer_.Due() - clock_.Now());
     return std::max(static_cast<int>(left.count()), 0);
 }

@@ -32,8 +32,9 @@ public:
 
     void WaitUntil(Time time, StopEvent const& stop) override {
         auto const left = std::chrono::ceil<std::chrono::milliseconds>(time - Now());
-        if (left.count() > 0)
+        if (left.count() > 0) {
             stop.WaitFor(left);
+        }
     }
 };
 

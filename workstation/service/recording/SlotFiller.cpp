@@ -13,8 +13,9 @@ void SlotFiller::Write(TickedPackets packets, StopEvent const& stop) {
     std::size_t begin = 0;
     while (begin < packets.bytes.size()) {
         if (!slot_) {
-            if (!sink_.OpenSlot(stop))
+            if (!sink_.OpenSlot(stop)) {
                 return;
+            }
             slot_.emplace();
         }
         std::size_t const end = std::min(packets.bytes.size(), begin + slotSize_ - slot_->size);
@@ -23,8 +24,9 @@ void SlotFiller::Write(TickedPackets packets, StopEvent const& stop) {
         Append(packets.bytes.subspan(begin, end - begin), packets.ticks.first(tickCount));
         packets.ticks = packets.ticks.subspan(tickCount);
         begin = end;
-        if (slot_->size == slotSize_)
+        if (slot_->size == slotSize_) {
             Finish();
+        }
     }
 }
 

@@ -27,8 +27,9 @@ FileDescriptor OpenPath(std::string const& path) {
 // The type bits of what the descriptor stands for; none with errno on failure.
 std::optional<mode_t> FileType(FileDescriptor const& descriptor) {
     struct stat status {};
-    if (!descriptor || fstat(descriptor.Get(), &status) != 0)
+    if (!descriptor || fstat(descriptor.Get(), &status) != 0) {
         return std::nullopt;
+    }
     if (S_ISDIR(status.st_mode)) {
         errno = EISDIR;
         return std::nullopt;
@@ -61,27 +62,34 @@ Source::Result Source::Read(std::span<unsigned char> room, StopEvent const& stop
         std::array<pollfd, 2> watched{
             {{stop.Descriptor(), POLLIN, 0}, {descriptor_.Get(), POLLIN, 0}}};
         int const ready = poll(watched.data(), watched.size(), deadline.RemainingMs());
-        if (ready == -1 && errno != EINTR)
+        if (ready == -1 && errno != EINTR) {
             return {Outcome::failed, 0, errno};
-        if (ready > 0 && watched[0].revents != 0)
+        }
+        if (ready > 0 && watched[0].revents != 0) {
             return {Outcome::stopped};
+        }
         if (ready > 0) {
             ssize_t const size = read(descriptor_.Get(), room.data(), room.size());
-            if (size > 0)
+            if (size > 0) {
                 return {Outcome::bytes, static_cast<std::size_t>(size)};
-            if (size == 0)
+            }
+            if (size == 0) {
                 return {Outcome::end};
-            if (!IsToBeRepeated(errno))
+            }
+            if (!IsToBeRepeated(errno)) {
                 return {Outcome::failed, 0, errno};
+            }
         }
-        if (deadline.Passed())
+        if (deadline.Passed()) {
             return {Outcome::timeout};
+        }
     }
 }
 
 void Source::Rewind() {
-    if (lseek(descriptor_.Get(), 0, SEEK_SET) != 0)
+    if (lseek(descriptor_.Get(), 0, SEEK_SET) != 0) {
         throw std::system_error(errno, std::generic_category(), "lseek");
+    }
 }
 
 } // namespace workstation

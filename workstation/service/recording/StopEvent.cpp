@@ -12,13 +12,15 @@ namespace workstation {
 
 StopEvent::StopEvent()
     : descriptor_(eventfd(0, EFD_CLOEXEC)) {
-    if (!descriptor_)
+    if (!descriptor_) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
+    }
 }
 
 void StopEvent::Set() {
-    if (eventfd_write(descriptor_.Get(), 1) != 0)
+    if (eventfd_write(descriptor_.Get(), 1) != 0) {
         throw std::system_error(errno, std::generic_category(), "eventfd_write");
+    }
 }
 
 bool StopEvent::WaitFor(std::chrono::milliseconds time) const {
@@ -28,8 +30,9 @@ bool StopEvent::WaitFor(std::chrono::milliseconds time) const {
     do {
         ready = poll(&event, 1, deadline.RemainingMs());
     } while (ready == -1 && errno == EINTR);
-    if (ready == -1)
+    if (ready == -1) {
         throw std::system_error(errno, std::generic_category(), "poll");
+    }
     return ready == 1;
 }
 

@@ -15,8 +15,9 @@ void StreamRecorder::Start() {
 
 void StreamRecorder::Stop() {
     stop_.Set();
-    if (thread_.joinable())
+    if (thread_.joinable()) {
         thread_.join();
+    }
 }
 
 } // namespace workstation

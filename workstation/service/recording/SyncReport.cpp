@@ -27,18 +27,20 @@ void SyncReport::Update(AlignmentCounts const& counts, bool isInSync, Time now) 
 }
 
 void SyncReport::Finish(AlignmentCounts const& counts) {
-    if (IsLost(counts))
+    if (IsLost(counts)) {
         Say(counts, false);
+    }
 }
 
 void SyncReport::Say(AlignmentCounts const& counts, bool isInSync) {
     std::uint64_t const losses = counts.losses - said_.losses;
     std::uint64_t const dropped = counts.droppedBytes - said_.droppedBytes;
-    if (losses > 0)
+    if (losses > 0) {
         log_("lost sync" + Times(losses) + (isInSync ? " and found it again, " : ", ") +
              Dropped(dropped));
-    else if (dropped > 0)
+    } else if (dropped > 0) {
         log_("found sync, " + Dropped(dropped));
+    }
     said_ = counts;
     saidInSync_ = isInSync;
 }

@@ -27,14 +27,16 @@ void TickStamper::Pass(std::span<unsigned char const> packets, WallTime now, Tic
         Start(inserter_->NextTick().tick, now);
     }
     for (; !packets.empty(); packets = packets.subspan(tsPacketSize)) {
-        if (ts_get_pid(packets.data()) != systemTickPid)
+        if (ts_get_pid(packets.data()) != systemTickPid) {
             Append(packets.first<tsPacketSize>(), block);
+        }
     }
 }
 
 void TickStamper::ReturnRest() {
-    if (inserter_)
+    if (inserter_) {
         ticks_.ReturnTicks(stream_, inserter_->NextTick().tick);
+    }
 }
 
 void TickStamper::Start(std::uint32_t tick, WallTime now) {
@@ -62,8 +64,9 @@ void TickStamper::Append(TsPacketView packet, TickedBlock& block) {
     inserter_->Pass(packet, block.bytes);
     for (; offset + tsPacketSize < block.bytes.size(); offset += tsPacketSize) {
         TsPacketView const inserted(&block.bytes[offset], tsPacketSize);
-        if (auto const tick = DecodeSystemTick(inserted, TsHelper::StreamSystickSystem))
+        if (auto const tick = DecodeSystemTick(inserted, TsHelper::StreamSystickSystem)) {
             block.ticks.push_back({offset, {tick->tick, tick->time}});
+        }
     }
 }
 
