@@ -3,6 +3,8 @@
 
 #include <getopt.h>
 
+namespace cli {
+
 // Values of the options that have no short form.
 enum LongOption : int {
     optionRatf = 0xff00,
@@ -52,3 +54,5 @@ inline constexpr option longOptions[] = {
     {"Storage", no_argument, nullptr, 'S'},
     {nullptr, 0, nullptr, 0},
 };
+
+} // namespace cli

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <functional>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -74,16 +73,29 @@ enum NotificationId : unsigned int {
 // How times are written in --ratf.
 constexpr char const* timeFormat = "MMDDYY-hhmmss";
 
-// The name under which the service is reached. std::invoke takes the list however the platform
-// hands it out, as a pointer or as a reference.
+// What a platform hands out, as a reference or as a pointer.
+template <typename Object>
+Object& Dereferenced(Object& object) {
+    return object;
+}
+template <typename Object>
+Object& Dereferenced(Object* object) {
+    return *object;
+}
+
+// The name under which the service is reached.
 std::string const& ServiceName() {
-    return std::invoke(&LinxServerNameList::Name, LinxServerNameList::Instance(), e_StreamMgr);
+    return Dereferenced(LinxServerNameList::Instance()).Name(e_StreamMgr);
 }
 
 // A frame operation or a tool that answers 0 for failed and 1 for done, as a status.
 unsigned int Status(unsigned int done) {
     return done + failed;
 }
+
+struct ClosePipe {
+    void operator()(std::FILE* pipe) const { pclose(pipe); }
+};
 
 // Longest wait for the service to carry out an event operation, and to confirm a subscription.
 constexpr int eventTimeoutMs = 60000;
@@ -115,7 +127,7 @@ bool ParseTime(std::string const& text, tm& time) {
 // Seconds since the epoch; -1 when there are none, or when they do not fit the recorder's signed
 // 32-bit time_t.
 long ToSeconds(tm& time) {
-    auto const seconds = std::mktime(&time);
+    auto const seconds = mktime(&time);
     return static_cast<std::int32_t>(seconds) == seconds ? static_cast<long>(seconds) : -1;
 }
 
@@ -209,11 +221,10 @@ unsigned int StreamMgrCli::PreInit() {
     }
 
     // Only that a line came is looked at, not what it says: several services count as one.
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const pipe(popen("pidof StreamMgr", "r"),
-                                                               &pclose);
+    std::unique_ptr<std::FILE, ClosePipe> const pipe(popen("pidof StreamMgr", "r"));
     std::array<char, 1024> line{};
     streamMgrRunning_ =
-        pipe && std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) != nullptr;
+        pipe && fgets(line.data(), static_cast<int>(line.size()), pipe.get()) != nullptr;
     if (!streamMgrRunning_) {
         std::cout << "StreamMgr is currently NOT running" << std::endl;
     }
@@ -290,11 +301,11 @@ unsigned int StreamMgrCli::ProcessOption(int option, char const* argument) {
         return LogFileChain(argument, true);
     case 'F':
         return LogFileChain(argument, false);
-    case optionRatf:
+    case cli::optionRatf:
         return RecordAfterTheFact(argument);
-    case optionBackupDb:
+    case cli::optionBackupDb:
         return BackupDatabase(argument);
-    case optionSplit:
+    case cli::optionSplit:
         return SplitEvent(argument);
     case 'x':
         return CopyFile(CopyStreamFile, argument, false);
@@ -304,23 +315,23 @@ unsigned int StreamMgrCli::ProcessOption(int option, char const* argument) {
         return InsertByName(argument);
     case 'Y':
         return CopyFile(OverwriteStreamFile, argument, true);
-    case optionMultiExtract:
+    case cli::optionMultiExtract:
         return Multi(argument, true);
-    case optionMultiRead:
+    case cli::optionMultiRead:
         return Multi(argument, false);
-    case optionListFiles:
+    case cli::optionListFiles:
         return Status(ListSharedMem(false));
-    case optionListIntermediateFiles:
+    case cli::optionListIntermediateFiles:
         return Status(ListSharedMem(true));
-    case optionListProcesses:
+    case cli::optionListProcesses:
         return Status(ListProcesses());
     // While the service does not run, nobody vouches for the stated length: the tick tools then
     // take the whole slot.
     case 'e':
         return EditAndExtract(argument, !streamMgrRunning_);
-    case optionStats:
+    case cli::optionStats:
         return Stats(argument, !streamMgrRunning_);
-    case optionTickInfo:
+    case cli::optionTickInfo:
         return TickInfo(argument, !streamMgrRunning_);
     default:
         Usage();
@@ -329,9 +340,9 @@ unsigned int StreamMgrCli::ProcessOption(int option, char const* argument) {
 }
 
 unsigned int StreamMgrCli::Connect() {
+    std::string const& service = ServiceName();
     subscribeClient_.reset();
-    subscribeClient_ =
-        std::make_unique<SubscribeClient>(linxIpc_, ServiceName(), subscribeTimeoutMs);
+    subscribeClient_ = std::make_unique<SubscribeClient>(linxIpc_, service, subscribeTimeoutMs);
 
     StringItem everything;
     StreamMgrApi::EventRecordItem everyEvent;
@@ -343,7 +354,7 @@ unsigned int StreamMgrCli::Connect() {
         subscribeClient_->Subscribe(subscriptionRecordStop, messageRecordStop, everyEvent,
                                     RecordStopHandler, nullptr) == 0;
     if (!subscribed) {
-        LogEntry(logError, "Could not subscribe to StreamMgr");
+        cli::LogEntry(cli::logError, "Could not subscribe to StreamMgr");
         return failed;
     }
     // For ever: SIGINT is the only way out.
@@ -436,7 +447,7 @@ unsigned int StreamMgrCli::RecordAfterTheFact(std::string const& argument) {
     } else if (reid.empty()) {
         std::cerr << "RATF event creation FAIL (REID empty)\n";
     } else {
-        std::cout << "RATF event created REID " << reid << "\n";
+        std::cout << "RATF event created REID " << reid << std::endl;
         StreamMgrApi::SetTagsComplete(reid, linxIpc_, eventTimeoutMs);
     }
     return carriedOut;
@@ -480,7 +491,7 @@ unsigned int StreamMgrCli::SplitEvent(std::string const& argument) {
     unsigned int size = asked.isMiB ? asked.number << 10 : asked.number;
     if (StreamMgrApi::SplitEvent(linxIpc_, reid, size)) {
         std::cout << "Split request submitted for REID: '" << reid << "', split size = " << size
-                  << "\n";
+                  << std::endl;
     } else {
         std::cerr << "SPLIT call FAILED\n";
     }
@@ -526,7 +537,7 @@ unsigned char* CurrentPayload(LinxIpc& ipc) {
 }
 
 void LogMegabytes(char const* label, UIntItem const& sizeKiB) {
-    LogEntry(logError, label + std::to_string(sizeKiB.Value() >> 10) + " MB");
+    cli::LogEntry(cli::logError, label + std::to_string(sizeKiB.Value() >> 10) + " MB");
 }
 
 } // namespace
@@ -534,7 +545,7 @@ void LogMegabytes(char const* label, UIntItem const& sizeKiB) {
 void StreamSubscriptionHandler(LinxIpc* ipc, void*) {
     StreamMgrApi::StreamSpaceStatusItem space;
     space.Decode(CurrentPayload(*ipc));
-    LogEntry(logError, "subscription update:");
+    cli::LogEntry(cli::logError, "subscription update:");
     LogMegabytes("\ttotal: ", space.total);
     LogMegabytes("\tbuffer: ", space.buffer);
     LogMegabytes("\tevent untransferred in buffer: ", space.untransferredInBuffer);
@@ -545,13 +556,13 @@ void StreamSubscriptionHandler(LinxIpc* ipc, void*) {
 void RecordStartHandler(LinxIpc* ipc, void*) {
     StringItem reid;
     reid.Decode(CurrentPayload(*ipc));
-    LogEntry(logError, "RecordStartHandler: Record start, reid " + reid.Value());
+    cli::LogEntry(cli::logError, "RecordStartHandler: Record start, reid " + reid.Value());
 }
 
 void RecordStopHandler(LinxIpc* ipc, void*) {
     StreamMgrApi::EventRecordItem event;
     event.Decode(CurrentPayload(*ipc));
-    LogEntry(logError, "RecordStopHandler: Record stop, reid " + event.reid.Value());
+    cli::LogEntry(cli::logError, "RecordStopHandler: Record stop, reid " + event.reid.Value());
 }
 
 namespace StreamMgrApi {
@@ -581,7 +592,7 @@ unsigned int StreamSpaceStatusItem::Size() {
 
 void TerminationHandler(int) {
     fileAccess.Unload();
-    std::exit(-1);
+    exit(-1);
 }
 
 int main(int argc, char** argv) {
@@ -591,11 +602,11 @@ int main(int argc, char** argv) {
 
     unsigned int result = failed;
     {
-        StreamMgrCli cli(name.str());
-        std::array<option, std::size(longOptions)> options{};
-        std::copy(std::begin(longOptions), std::end(longOptions), options.begin());
-        std::signal(SIGINT, TerminationHandler);
-        result = cli.Go(argv, argc, shortOptions, options.data());
+        StreamMgrCli tool(name.str());
+        std::array<option, std::size(cli::longOptions)> options{};
+        std::copy(std::begin(cli::longOptions), std::end(cli::longOptions), options.begin());
+        signal(SIGINT, TerminationHandler);
+        result = tool.Go(argv, argc, cli::shortOptions, options.data());
         fileAccess.Unload();
     }
     return result == carriedOut ? EXIT_SUCCESS : exitFailed;

@@ -1,10 +1,13 @@
 // Entries of the tool in the system log.
 #pragma once
 
+#include <ostream>
 #include <string_view>
 
 #include "LogClient.h"
 #include "SysLogMsg.h"
+
+namespace cli {
 
 enum LogLevel : unsigned int {
     logError = 1, // errors and notifications
@@ -21,3 +24,5 @@ inline void LogEntry(LogLevel level, std::string_view text, int line = __builtin
     entry.Log(static_cast<int>(level), LogClient::Instance()->ProcessName())
         << "StreamMgrCli:" << line << " " << text;
 }
+
+} // namespace cli

@@ -55,7 +55,7 @@ public:
 
     bool IsOpen();
 
-    // Stated data length in bytes; 0 for an empty file, negative on failure.
+    // Stated data length in bytes, never above the slot; 0 for an empty file, negative on failure.
     long DataLength();
 
     // Reads the next `count` bytes. Returns how many there were: `count`, or fewer at the end of

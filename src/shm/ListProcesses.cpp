@@ -94,8 +94,8 @@ bool ListProcesses() {
         if (!IsAlive(pid)) {
             continue;
         }
-        std::cout << std::setw(3) << index << std::setw(6) << pid << "   " << commandLines.Read(pid)
-                  << std::endl;
+        std::string const name = commandLines.Read(pid);
+        std::cout << std::setw(3) << index << std::setw(6) << pid << "   " << name << std::endl;
         PrintThreads(record + wordSize);
     }
     return true;

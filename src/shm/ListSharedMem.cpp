@@ -8,6 +8,7 @@
 #include "../common/FileAccess.h"
 #include "../common/LogEntry.h"
 #include "../common/StreamFileSize.h"
+#include "StreamMgrFileMgmnt.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ char const* ControllerName(StreamMgrFileMgmnt::Control_t controller) {
 
 bool IsIntermediate(StreamMgrFileMgmnt::FileMgmnt_t const& file) {
     bool const isPartlyWritten = file.fileSize >= 1 && file.fileSize < streamfile::slotSize;
-    return file.writeController != 0 || isPartlyWritten;
+    return static_cast<unsigned int>(file.writeController) != 0 || isPartlyWritten;
 }
 
 void PrintRow(int fileNumber, StreamMgrFileMgmnt::FileMgmnt_t const& file) {
@@ -36,24 +37,26 @@ void PrintRow(int fileNumber, StreamMgrFileMgmnt::FileMgmnt_t const& file) {
 } // namespace
 
 bool ListSharedMem(bool intermediateOnly) {
-    if (StreamFileAccess::fileSystemType == fileSystemExt4) {
-        LogEntry(logNote, "Current file system is EXT4, no useful information in shared memory");
+    if (StreamFileAccess::fileSystemType == cli::fileSystemExt4) {
+        cli::LogEntry(cli::logNote,
+                      "Current file system is EXT4, no useful information in shared memory");
         return false;
     }
-    if (StreamFileAccess::fileSystemType != fileSystemPool) {
-        LogEntry(logNote, "Current file system is UNKNOWN, no useful information in shared memory");
+    if (StreamFileAccess::fileSystemType != cli::fileSystemPool) {
+        cli::LogEntry(cli::logNote,
+                      "Current file system is UNKNOWN, no useful information in shared memory");
         return false;
     }
     if (!fileAccess.InitializeFileAccess(false, true)) {
-        LogEntry(logError, "can not proceed without fileAccess initialized");
+        cli::LogEntry(cli::logError, "can not proceed without fileAccess initialized");
         return false;
     }
 
+    long const poolSize = fileAccess.GetFilePoolSize();
     // clang-format off
     std::cout << "StreamFileNum      WriteController        StreamDBMatch    NumProcAtomicRead      FileSizeInBytes\n"
                  "-------------      ---------------        -------------    -----------------      ---------------\n";
     // clang-format on
-    long const poolSize = fileAccess.GetFilePoolSize();
     for (int fileNumber = 1; fileNumber <= poolSize; ++fileNumber) {
         StreamMgrFileMgmnt::FileMgmnt_t file{};
         if (!fileAccess.GetFileInfo(fileNumber, file)) {

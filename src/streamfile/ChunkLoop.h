@@ -20,17 +20,16 @@ struct ChunkSource {
 
     // Reads up to `request` bytes to `place` and returns how many came: fewer after a line about
     // the short read, none of it (not even 0) after a line about an error.
-    std::optional<unsigned int> Read(unsigned char* place, unsigned int request) const {
+    std::optional<int> Read(unsigned char* place, unsigned int request) const {
         int const got = file.Read(place, request, unbounded);
         if (got == -1) {
             SystemErrorLine({"Unexpected read status: "});
             return std::nullopt;
         }
-        auto const count = static_cast<unsigned int>(got);
-        if (count != request) {
+        if (static_cast<unsigned int>(got) != request) {
             ShortTransferLine("Read", fileSize, request, got);
         }
-        return count;
+        return got;
     }
 };
 
@@ -53,7 +52,7 @@ bool MoveChunks(ChunkSource const& source, long planned, Sink& sink, ProgressMar
         marks.CountChunk();
         device::AddInt32(moved, *got);
         remaining -= *got;
-        last = *got != request || remaining <= 0;
+        last = static_cast<unsigned int>(*got) != request || remaining <= 0;
     } while (!last);
     return true;
 }

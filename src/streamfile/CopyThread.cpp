@@ -23,8 +23,9 @@ void* CopyThread(void* argument) {
     long statedLength = 0;
     long moved = 0;
     if (number < 0) {
-        bool const succeeded = CopyStreamFile(-number, statedLength, moved, false);
-        PrintResult(succeeded ? std::cout : std::cerr, -number, statedLength, "copied", moved);
+        int const fileNumber = static_cast<int>(0U - static_cast<unsigned int>(number));
+        bool const succeeded = CopyStreamFile(fileNumber, statedLength, moved, false);
+        PrintResult(succeeded ? std::cout : std::cerr, fileNumber, statedLength, "copied", moved);
     } else {
         // The other way round than for a copy; those who collect the two streams rely on it.
         bool const succeeded = ReadStreamFile(number, statedLength, moved, false);

@@ -43,7 +43,7 @@ HardDiskFile::~HardDiskFile() {
 std::optional<long> HardDiskFile::Size() const {
     struct stat status {};
     if (fstat(descriptor_, &status) != 0 ||
-        status.st_size > std::numeric_limits<std::int32_t>::max()) {
+        static_cast<std::int64_t>(status.st_size) > std::numeric_limits<std::int32_t>::max()) {
         return std::nullopt;
     }
     return static_cast<long>(status.st_size);
@@ -58,8 +58,9 @@ std::optional<unsigned int> HardDiskFile::Read(unsigned char* bytes, unsigned in
     return std::nullopt;
 }
 
-bool HardDiskFile::Write(unsigned char const* bytes, unsigned int count) {
-    if (write(descriptor_, bytes, count) != -1) {
+bool HardDiskFile::Write(unsigned char const* bytes, int count) {
+    // A negative count is one that the system refuses, whatever the width of its sizes.
+    if (write(descriptor_, bytes, static_cast<std::size_t>(count)) != -1) {
         return true;
     }
     SystemErrorLine({"Unexpected write status: "});

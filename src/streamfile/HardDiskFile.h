@@ -37,7 +37,7 @@ public:
 
     // Writes the bytes; false after a line on standard error when that failed. A write that comes
     // short is not noticed: a full disk shows at the next one.
-    bool Write(unsigned char const* bytes, unsigned int count);
+    bool Write(unsigned char const* bytes, int count);
 
 private:
     int descriptor_;
@@ -51,7 +51,7 @@ public:
         , buffer_(buffer) {}
 
     unsigned char* Place() { return buffer_.Data(); }
-    bool Take(unsigned int count) { return file_.Write(buffer_.Data(), count); }
+    bool Take(int count) { return file_.Write(buffer_.Data(), count); }
 
 private:
     HardDiskFile& file_;

@@ -75,7 +75,7 @@ std::optional<InsertArgument> ParseInsertArgument(std::string const& text) {
         return std::nullopt;
     }
     CutSuffix(name);
-    std::cout << std::endl;
+    std::cout << "\n";
     ShowNumber(*number);
     std::cout << "source file name = [" << name << ".ts]\n" << std::endl;
     return InsertArgument{*number, name};

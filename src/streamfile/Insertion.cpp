@@ -8,6 +8,7 @@
 #include "Messages.h"
 #include "PoolChecks.h"
 #include "ProgressMarks.h"
+#include "StreamMgrFileMgmnt.h"
 
 namespace streamfile {
 namespace {

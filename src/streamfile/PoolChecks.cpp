@@ -11,9 +11,9 @@ namespace streamfile {
 
 bool FileSystemIsPool() {
     switch (StreamFileAccess::fileSystemType) {
-    case fileSystemPool:
+    case cli::fileSystemPool:
         return true;
-    case fileSystemExt4:
+    case cli::fileSystemExt4:
         std::cerr << "Current file system is EXT4, use linux command line" << std::endl;
         return false;
     default:

@@ -16,7 +16,7 @@ public:
         : buffer_(buffer) {}
 
     unsigned char* Place() { return buffer_.Data(); }
-    bool Take(unsigned int) { return true; }
+    bool Take(int) { return true; }
 
 private:
     TransferBuffer& buffer_;

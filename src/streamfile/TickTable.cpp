@@ -46,7 +46,7 @@ public:
         : place_(memory) {}
 
     unsigned char* Place() { return place_; }
-    bool Take(unsigned int) {
+    bool Take(int) {
         place_ += chunkSize;
         return true;
     }
