@@ -39,8 +39,8 @@ public:
 
     // Reaches the pool and registers this process in the process table. Harmless to repeat, from
     // any thread. The tool passes (false, true): it does not hold files against the reaper while
-    // it reads, and it wants to be listed. False, after one line on standard error that says what
-    // is wrong, when there is no usable pool.
+    // it reads, and it wants to be listed. False, after an entry in the log that says what is
+    // wrong, when there is no usable pool.
     bool InitializeFileAccess(bool atomicRead, bool registerProcess);
 
     // Gives up the registration of this process with everything that it has open. Harmless when

@@ -94,8 +94,11 @@ TEST_F(FileList, OfAnotherFileSystemIsALineInTheLog) {
 
 TEST_F(FileList, OfADamagedPoolIsALineInTheLog) {
     WriteFile(recorder.Pool(), "damaged");
-    EXPECT_EQ(recorder.Tool({"--lsm"}).status, 99);
-    EXPECT_TRUE(recorder.Log().ends_with(" can not proceed without fileAccess initialized\n"));
+    for (char const* const option : {"--lsm", "--lsmi"}) {
+        EXPECT_EQ(recorder.Tool({option}), (Outcome{99, notRunning, ""}));
+        EXPECT_TRUE(recorder.Log().ends_with(" can not proceed without fileAccess initialized\n"));
+        fs::remove(recorder.LogPath());
+    }
 }
 
 // --- --lproc -----------------------------------------------------------------------------------

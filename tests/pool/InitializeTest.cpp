@@ -1,48 +1,54 @@
 // Reaching the pool and leaving it again.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <signal.h>
 
-#include <iostream>
-
 #include "StreamFileAccess.h"
-#include "pool/Captured.h"
 #include "pool/ProcessTable.h"
 #include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
+#include "support/LogFile.h"
+
+using testing::ElementsAre;
 
 namespace workstation {
 namespace {
 
-// What InitializeFileAccess says when it fails.
-std::string Refusal(bool atomicRead = false) {
-    Captured const errors(std::cerr);
+// What InitializeFileAccess writes into the log when it fails.
+std::vector<std::string> Refusal(TestRoot const& root, bool atomicRead = false) {
+    LogFile const log(root.Path() + "/log");
     StreamFileAccess pool;
     EXPECT_FALSE(pool.InitializeFileAccess(atomicRead, true));
     EXPECT_EQ(pool.GetFilePoolSize(), 0);
-    return errors.Text();
+    int const error = errno;
+    auto entries = log.Entries();
+    errno = error;
+    return entries;
 }
 
-TEST(Initialize, MissingPoolIsOneLine) {
+TEST(Initialize, MissingPoolIsOneEntry) {
     TestRoot const root;
-    EXPECT_EQ(Refusal(), "pool '" + root.Pool() + "': cannot open: No such file or directory\n");
+    EXPECT_THAT(Refusal(root),
+                ElementsAre("pool '" + root.Pool() + "': cannot open: No such file or directory"));
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST(Initialize, DamagedPoolIsOneLine) {
+TEST(Initialize, DamagedPoolIsOneEntry) {
     TestRoot const root;
     root.MakePool(2);
     std::filesystem::resize_file(root.Pool(), 5000);
-    EXPECT_EQ(Refusal(), "pool '" + root.Pool() +
-                             "': truncated: 5000 bytes, but 2 stream files take 197140480\n");
+    EXPECT_THAT(Refusal(root),
+                ElementsAre("pool '" + root.Pool() +
+                            "': truncated: 5000 bytes, but 2 stream files take 197140480"));
     EXPECT_EQ(errno, EUCLEAN);
 }
 
 TEST(Initialize, AtomicReadingIsRefused) {
     TestRoot const root;
     root.MakePool(2);
-    EXPECT_EQ(Refusal(true),
-              "pool '" + root.Pool() + "': atomic reading is not offered on a workstation\n");
+    EXPECT_THAT(
+        Refusal(root, true),
+        ElementsAre("pool '" + root.Pool() + "': atomic reading is not offered on a workstation"));
 }
 
 TEST(Initialize, PoolHasItsSizeFromInitializeToUnload) {

@@ -6,8 +6,8 @@
 #include <iostream>
 
 #include "StreamFileAccess.h"
-#include "pool/Captured.h"
 #include "pool/TestRoot.h"
+#include "support/LogFile.h"
 
 namespace workstation {
 namespace {
@@ -229,7 +229,7 @@ TEST_F(StreamFileTest, EntryBeyondTheSlotSpoilsOnlyItsOwnFile) {
     Fill(1, 10, 10);
     SetLengthInImage(2, 98566145);
     for (bool const writing : {false, true}) {
-        Captured const errors(std::cerr);
+        LogFile const log(root_.Path() + "/log");
         errno = 0;
         if (writing) {
             EXPECT_FALSE(
@@ -238,8 +238,8 @@ TEST_F(StreamFileTest, EntryBeyondTheSlotSpoilsOnlyItsOwnFile) {
             EXPECT_FALSE(StreamFileAccess(2, 0).IsOpen());
         }
         EXPECT_EQ(errno, EUCLEAN);
-        EXPECT_EQ(errors.Text(), "stream file 2: stated length 98566145 is beyond the slot of "
-                                 "98566144 bytes\n");
+        EXPECT_EQ(log.Entries().back(),
+                  "stream file 2: stated length 98566145 is beyond the slot of 98566144 bytes");
     }
     EXPECT_EQ(ReadAll(1, false), std::vector<int>{10});
     SetLengthInImage(2, 98566144);

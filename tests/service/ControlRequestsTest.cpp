@@ -6,7 +6,7 @@
 #include "Item.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
-#include "service/LogFile.h"
+#include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;

@@ -13,7 +13,7 @@
 #include "StreamFileAccess.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
-#include "service/LogFile.h"
+#include "support/LogFile.h"
 #include "service/recording/SlotFiller.h"
 #include "service/store/EventStore.h"
 #include "support/TemporaryRoot.h"

@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-#include "service/LogFile.h"
+#include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;

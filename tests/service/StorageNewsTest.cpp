@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "ipc/ServerThread.h"
-#include "service/LogFile.h"
+#include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "service/LogFile.h"
+#include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;

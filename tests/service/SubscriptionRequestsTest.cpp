@@ -7,7 +7,7 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "ipc/ServerThread.h"
-#include "service/LogFile.h"
+#include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;

@@ -4,7 +4,9 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
+#include <string>
 
+#include "Environment.h"
 #include "d2b/Commands.h"
 
 namespace workstation {
@@ -13,8 +15,8 @@ namespace {
 constexpr int failed = 1;
 constexpr int misuse = 2;
 
-int Report(std::exception const& problem, int status) {
-    std::cerr << "d2b: " << problem.what() << "\n";
+int Report(std::string const& problem, int status) {
+    std::cerr << "d2b: " << problem << "\n";
     return status;
 }
 
@@ -22,6 +24,7 @@ int Report(std::exception const& problem, int status) {
 
 int RunD2b(int argc, char const* const* argv) {
     CLI::App tool("Works on the pool of the recorder in $STREAMMGR_ROOT.", "d2b");
+    tool.footer(environmentHelp);
     tool.require_subcommand(1);
     AddCreateCommand(tool);
     AddLoadCommand(tool);
@@ -35,9 +38,10 @@ int RunD2b(int argc, char const* const* argv) {
         return ended.get_exit_code();
     } catch (CLI::ParseError const& problem) {
         bool const isHelp = problem.get_exit_code() == 0;
-        return isHelp ? tool.exit(problem) : Report(problem, misuse);
+        return isHelp ? tool.exit(problem)
+                      : Report(std::string(problem.what()) + " (see d2b --help)", misuse);
     } catch (std::exception const& problem) {
-        return Report(problem, failed);
+        return Report(problem.what(), failed);
     }
 }
 

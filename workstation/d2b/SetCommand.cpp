@@ -56,7 +56,7 @@ void AddSetCommand(CLI::App& tool) {
     auto const options = std::make_shared<SetOptions>();
     auto* const command = tool.add_subcommand("set", "Changes the table entry of a stream file.");
     command->add_option("NUMBER", *fileNumber, "Number of the stream file, from 1")->required();
-    auto* const values = command->add_option_group("entry");
+    auto* const values = command->add_option_group("Values");
     values->require_option();
     values->add_option("--length", options->length, "Stated length in bytes")
         ->check(CLI::Range(none, poolSlotSize));

@@ -14,12 +14,14 @@
 #include "ipc/Deadline.h"
 #include "ipc/DecodeScope.h"
 #include "ipc/Endpoint.h"
+#include "log/PlatformLog.h"
 
 using workstation::CurrentDecodeRange;
 using workstation::Deadline;
 using workstation::DecodeRange;
 using workstation::Endpoint;
 using workstation::Letter;
+using workstation::LogNotification;
 using workstation::SocketIdentity;
 using workstation::SoonerMs;
 
@@ -133,6 +135,8 @@ int LinxIpc::Impl::Init() {
         std::string error;
         if (auto opened = Endpoint::Open(name_, error)) {
             endpoint_.emplace(std::move(*opened));
+        } else {
+            LogNotification("endpoint " + name_ + ": " + error);
         }
     }
     return endpoint_ ? 0 : ENOTCONN;

@@ -4,9 +4,9 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <iostream>
 
 #include "Root.h"
+#include "log/PlatformLog.h"
 #include "pool/PoolSession.h"
 #include "pool/StreamFile.h"
 
@@ -14,6 +14,7 @@ namespace {
 
 using workstation::EntryWord;
 using workstation::Failure;
+using workstation::LogNotification;
 using workstation::PoolSession;
 using workstation::StreamFile;
 
@@ -29,11 +30,6 @@ int FileSystemTypeOfPool() {
         return d2b;
     }
     return S_ISDIR(status.st_mode) ? ext4 : unknown;
-}
-
-// One piece of text, so that the lines of threads do not mix.
-void PrintLine(std::string text) {
-    std::cerr << text.append("\n") << std::flush;
 }
 
 // Sets errno when there is none.
@@ -55,7 +51,7 @@ public:
             return std::unique_ptr<OpenFile>(new OpenFile(std::move(stream)));
         }
         if (why.error == EUCLEAN) {
-            PrintLine(why.text); // errno alone does not tell what is damaged
+            LogNotification(why.text); // errno alone does not tell what is damaged
         }
         errno = why.error;
         return nullptr;
@@ -92,14 +88,14 @@ StreamFileAccess::~StreamFileAccess() = default;
 
 bool StreamFileAccess::InitializeFileAccess(bool atomicRead, bool registerProcess) {
     if (atomicRead) {
-        PrintLine("pool '" + workstation::PoolPath() +
-                  "': atomic reading is not offered on a workstation");
+        LogNotification("pool '" + workstation::PoolPath() +
+                        "': atomic reading is not offered on a workstation");
         errno = ENOTSUP;
         return false;
     }
     Failure why;
     if (!PoolSession::Instance().Load(registerProcess, why)) {
-        PrintLine(why.text);
+        LogNotification(why.text);
         errno = why.error;
         return false;
     }

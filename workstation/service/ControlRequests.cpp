@@ -5,8 +5,8 @@
 #include "LogClient.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
+#include "log/PlatformLog.h"
 #include "service/Reply.h"
-#include "service/ServiceLog.h"
 
 namespace workstation {
 namespace {

@@ -14,10 +14,10 @@
 #include "StreamMgrApi.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
+#include "log/PlatformLog.h"
 #include "pool/PoolLayout.h"
 #include "service/KnownFile.h"
 #include "service/Reply.h"
-#include "service/ServiceLog.h"
 #include "service/recording/RecordOption.h"
 
 namespace workstation {

@@ -6,8 +6,8 @@
 #include <set>
 #include <string>
 
+#include "log/PlatformLog.h"
 #include "service/KnownFile.h"
-#include "service/ServiceLog.h"
 
 namespace workstation {
 namespace {

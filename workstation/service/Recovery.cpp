@@ -8,10 +8,10 @@
 
 #include "StreamFileAccess.h"
 #include "TsHelper.h"
+#include "log/PlatformLog.h"
 #include "pool/PoolSession.h"
 #include "pool/WriterLock.h"
 #include "service/KnownFile.h"
-#include "service/ServiceLog.h"
 #include "service/recording/RecordOption.h"
 
 namespace workstation {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "ipc/Payload.h"
-#include "service/ServiceLog.h"
+#include "log/PlatformLog.h"
 
 namespace workstation {
 

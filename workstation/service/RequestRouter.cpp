@@ -3,7 +3,7 @@
 
 #include <exception>
 
-#include "service/ServiceLog.h"
+#include "log/PlatformLog.h"
 
 namespace workstation {
 

@@ -19,12 +19,12 @@
 #include "StreamMgrApi.h"
 #include "ipc/Payload.h"
 #include "ipc/SocketDirectory.h"
+#include "log/PlatformLog.h"
 #include "pool/PoolSession.h"
 #include "pool/RootLock.h"
 #include "service/ControlRequests.h"
 #include "service/EventRequests.h"
 #include "service/Recovery.h"
-#include "service/ServiceLog.h"
 #include "service/SubscriptionRequests.h"
 
 namespace workstation {

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <exception>
 
-#include "service/ServiceLog.h"
+#include "log/PlatformLog.h"
 
 namespace workstation {
 namespace {

@@ -5,7 +5,7 @@
 #include <exception>
 #include <utility>
 
-#include "service/ServiceLog.h"
+#include "log/PlatformLog.h"
 
 namespace workstation {
 

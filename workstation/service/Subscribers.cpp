@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "service/ServiceLog.h"
+#include "log/PlatformLog.h"
 
 namespace workstation {
 

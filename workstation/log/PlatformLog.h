@@ -1,11 +1,11 @@
-// Entries of the service in the log.
+// Entries of the platform and of the service in the log.
 #pragma once
 
 #include <string_view>
 
 namespace workstation {
 
-// Errors, and what was asked and by whom.
+// Errors, and what the service was asked and by whom.
 void LogNotification(std::string_view text);
 
 // What helps to understand the rest.

@@ -1,5 +1,5 @@
-// Entries of the service in the log.
-#include "service/ServiceLog.h"
+// Entries of the platform and of the service in the log.
+#include "log/PlatformLog.h"
 
 #include "LogClient.h"
 #include "SysLogMsg.h"
