@@ -30,6 +30,7 @@ protected:
     static constexpr int number = 5;
     static constexpr long untouched = -7;
     static constexpr long length = 12 * chunk + 300;
+    static constexpr int scanReads = 13; // come before those of the copy
 
     // Tick 100 stands within the third chunk, 200 at the start of the ninth, 300 far from both.
     static TickTable Table() {
@@ -418,12 +419,39 @@ TEST_F(EditTest, FailedSeekIsNotLookedAt) {
     ExpectOnHardDisk(cut.output, Content(0, cut.prologEnd + epilogSize));
 }
 
+// The count goes on to the write as it is, which no system takes; why it does not differs between
+// systems.
+TEST_F(EditTest, ReadOfLessThanNothingInThePrologEndsInARefusedWrite) {
+    Cut const cut = Cut100To200();
+    platform.Script("Read", scanReads + 2, {-2});
+    platform.Script("write", 2, Fail(EINVAL));
+    EXPECT_FALSE(Edit(cut));
+    ExpectCounters(length, length + chunk);
+    ExpectOutput(OutToProlog(cut), ShortLineOfMinusTwo(length, chunk) +
+                                       "Unexpected write status: " + ErrnoText(EINVAL) + "\n");
+    EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + CopyCalls(number, chunk, cut.output) +
+                                    ReadCall(number, chunk) + WriteCallOfMinusTwo(cut.output) +
+                                    CallsAfterPhases(cut));
+    ExpectOnHardDisk(cut.output, Content(0, chunk));
+}
+
+TEST_F(EditTest, ReadOfLessThanNothingInTheEpilogEndsInARefusedWrite) {
+    Cut const cut = Cut100To200();
+    platform.Script("Read", scanReads + 3 + 1, {-2});
+    platform.Script("write", 3 + 1, Fail(EINVAL));
+    EXPECT_FALSE(Edit(cut));
+    ExpectCounters(length, length + cut.prologEnd);
+    ExpectOutput(OutToProlog(cut), ShortLineOfMinusTwo(length, chunk) +
+                                       "Unexpected write status: " + ErrnoText(EINVAL) + "\n");
+    EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + PhaseCalls(cut, cut.prologEnd) +
+                                    SeekCall(cut) + ReadCall(number, chunk) +
+                                    WriteCallOfMinusTwo(cut.output) + CallsAfterPhases(cut));
+    ExpectOnHardDisk(cut.output, Content(0, cut.prologEnd));
+}
+
 // A prolog and an epilog of ten chunks each: 8.8 chunks overlap.
 class TenChunkPhases : public EditTest {
 protected:
-    // Reads of the scan come before those of the copy.
-    static constexpr int scanReads = 13;
-
     explicit TenChunkPhases(int position)
         : at(position) {
         platform.pool.tickTables = {
