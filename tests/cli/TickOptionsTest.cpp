@@ -1,5 +1,9 @@
 // Options -e, --stats and --tickinfo: their arguments, and what reaches the tools.
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
 
 #include "CliTest.h"
 #include "fakes/Errno.h"
@@ -25,6 +29,16 @@ protected:
 
     bool WasCalled(std::string const& call) const {
         return ("\n" + platform.Calls()).find("\n" + call + "\n") != std::string::npos;
+    }
+
+    // The contents of the files by their names.
+    std::map<std::string, std::string> FilesOnHardDisk() const {
+        std::map<std::string, std::string> files;
+        for (auto const& entry : std::filesystem::directory_iterator(platform.HardDisk(""))) {
+            std::ifstream file(entry.path(), std::ios::binary);
+            files[entry.path().filename()] = {std::istreambuf_iterator<char>(file), {}};
+        }
+        return files;
     }
 };
 
@@ -132,6 +146,17 @@ TEST_F(TickOptionsTest, EditTakesTheWholeSlotWhileTheServiceDoesNotRun) {
     EXPECT_EQ(cli.ProcessOption('e', "5,100-"), 3U);
     EXPECT_TRUE(WasCalled("file5.Read(188, true)"));
     EXPECT_FALSE(WasCalled("file5.DataLength()"));
+}
+
+TEST_F(TickOptionsTest, FirstTickZeroIsAnOmittedOneAlsoInTheNameOfTheOutput) {
+    ExpectSearch();
+    EXPECT_EQ(cli.ProcessOption('e', "5,0-101"), 3U);
+    EXPECT_EQ(FilesOnHardDisk(),
+              (std::map<std::string, std::string>{{"5.-101.ts", StreamFileContent(5, 376, 624)}}));
+    EXPECT_NE(platform.Out().find("firsttick_ = 0\nfirsttickoffset = 0\nprologsize = 0\n"
+                                  "firsttickstr = []\n"),
+              std::string::npos);
+    EXPECT_EQ(platform.Err().find("returned an error"), std::string::npos);
 }
 
 // ---------------------------------------------------------------------- --stats

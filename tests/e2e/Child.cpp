@@ -106,12 +106,22 @@ void RestoreSignals() {
     }
 }
 
+void SetLimits(std::map<int, rlim_t> const& limits) {
+    for (auto const& [resource, most] : limits) {
+        rlimit const limit{most, most};
+        setrlimit(static_cast<decltype(RLIMIT_AS)>(resource), &limit);
+        if (resource == RLIMIT_FSIZE) {
+            std::signal(SIGXFSZ, SIG_IGN);
+        }
+    }
+}
+
 // The child's side of fork: nothing here may allocate. Never returns.
 [[noreturn]] void Become(char* const* words, char* const* environment, std::array<int, 3> streams,
-                         bool onTerminal) {
+                         Command const& command) {
     RestoreSignals();
     prctl(PR_SET_PDEATHSIG, SIGKILL); // a test that is killed leaves nothing running
-    if (onTerminal) {
+    if (command.onTerminal) {
         setsid();
         ioctl(streams[0], TIOCSCTTY, 0);
     } else {
@@ -120,6 +130,7 @@ void RestoreSignals() {
     for (int target = 0; target < 3; ++target) {
         dup2(streams[static_cast<std::size_t>(target)], target);
     }
+    SetLimits(command.limits);
     execvpe(words[0], words, environment);
     dprintf(2, "%s: %s\n", words[0], std::strerror(errno));
     _exit(127);
@@ -181,7 +192,7 @@ Child::Child(Command const& command)
     }
     if (pid_ == 0) {
         Become(wordPointers.data(), environmentPointers.data(),
-               {in.childs.Get(), out.childs.Get(), err.childs.Get()}, command.onTerminal);
+               {in.childs.Get(), out.childs.Get(), err.childs.Get()}, command);
     }
     if (!command.onTerminal) {
         setpgid(pid_, pid_); // whoever is first; a signal to the group finds it

@@ -1,6 +1,7 @@
 // A program that a test runs as a person runs it: with input, output, signals and an end.
 #pragma once
 
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -22,6 +23,7 @@ struct Command {
     std::string input = {};                              // then end of file
     std::string outputPath = {};                         // takes standard output when not empty
     bool onTerminal = false;                             // output and errors are then one, in `out`
+    std::map<int, rlim_t> limits = {};                   // by resource; met by a call that fails
 };
 
 // How a program ended and everything that it said.

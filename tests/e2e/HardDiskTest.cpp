@@ -1,35 +1,13 @@
 // Copies to a hard disk that does not take them.
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
 #include "Recorder.h"
+#include "SmallDisk.h"
 
 namespace e2e {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A small file system in memory, mounted for as long as the object lives.
-class SmallDisk {
-public:
-    SmallDisk(fs::path const& path, std::size_t size)
-        : path_(path)
-        , isMounted_(mount("tmpfs", path.c_str(), "tmpfs", 0,
-                           ("size=" + std::to_string(size)).c_str()) == 0) {}
-    ~SmallDisk() {
-        if (isMounted_) {
-            umount2(path_.c_str(), MNT_DETACH);
-        }
-    }
-    SmallDisk(SmallDisk const&) = delete;
-    SmallDisk& operator=(SmallDisk const&) = delete;
-
-    bool IsMounted() const { return isMounted_; }
-
-private:
-    fs::path path_;
-    bool isMounted_;
-};
 
 class HardDisk : public testing::Test {
 protected:

@@ -8,6 +8,7 @@
 
 #include "Events.h"
 #include "FileDescriptor.h"
+#include "InsertEcho.h"
 #include "StreamFileTable.h"
 
 namespace e2e {
@@ -48,6 +49,22 @@ protected:
 
     void WriteSource(std::string const& name, std::string const& content) const {
         WriteFile(recorder.HardDisk() / (name + ".ts"), content);
+    }
+
+    // Has the storage figures logged and waits until the log holds them so many times with this
+    // many of the three files in use, none of them for an event.
+    bool ShowsFilesInUse(int count, int times) const {
+        constexpr int slotKiB = slotSize / 1024;
+        constexpr char const* shares[] = {"0.0", "33.3", "66.7", "100.0"};
+        auto const figure = [&](int files) {
+            return std::to_string(files * slotKiB) + " KiB (" + shares[files] + " %)";
+        };
+        EXPECT_EQ(recorder.Tool({"-S"}).status, 0);
+        return recorder.Logs("storage: total " + std::to_string(3 * slotKiB) + " KiB, buffer " +
+                                 figure(count) + ", event untransferred in buffer " + figure(0) +
+                                 ", event untransferred not in buffer " + figure(0) + ", free " +
+                                 figure(3 - count) + '\n',
+                             times);
     }
 
     // The tool with a source that it waits for in the middle of the copy: a pipe that has given it
@@ -136,13 +153,10 @@ TEST_P(InsertOfLength, IsReadBackTheSameAndKnownToTheService) {
     std::string const content = Noise(GetParam());
     WriteSource("clip", content);
     recorder.StartService();
-    EXPECT_EQ(recorder.Tool({"-y", "2,clip"}),
-              (Outcome{0,
-                       "complete option string = [2,clip]\nfilenumstr = [2]\n"
-                       "destination file number = 2\noptarg_ less prefix = [clip]\n\n"
-                       "destination file number = 2\nsource file name = [clip.ts]\n\n" +
-                           Copied("clip", 2, content.size(), "success"),
-                       ""}));
+    EXPECT_EQ(
+        recorder.Tool({"-y", "2,clip"}),
+        (Outcome{0, EchoOfNumberAndName("2", "clip") + Copied("clip", 2, content.size(), "success"),
+                 ""}));
     EXPECT_NE(recorder.LogOf("StreamMgr")
                   .find("stream file 2 has " + std::to_string(content.size()) + " bytes\n"),
               std::string::npos)
@@ -167,20 +181,29 @@ INSTANTIATE_TEST_SUITE_P(Insert, InsertOfLength,
 TEST_F(Insert, OverARecordedFileChangesItsSizeEverywhere) {
     recorder.StartService({"--record", "1=" CLIP_PATH, "--fast"});
     ASSERT_TRUE(recorder.Logs(" stopped\n"));
+    ASSERT_TRUE(ShowsFilesInUse(1, 1));
     WriteSource("1.day1", Noise(5000));
     EXPECT_EQ(recorder.Tool({"-y", "1.day1.ts"}),
-              (Outcome{0,
-                       "complete option string = [1.day1.ts]\nfilenumstr = [1]\n"
-                       "destination file number = 1\n"
-                       "base filename for source file = [1.day1.ts]\nsuffixstr = [ts]\n"
-                       "optarg_ less suffix = [1.day1]\n\n"
-                       "destination file number = 1\nsource file name = [1.day1.ts]\n\n" +
-                           Copied("1.day1", 1, 5000, "success"),
-                       ""}));
+              (Outcome{0, EchoOfName("1", "1.day1") + Copied("1.day1", 1, 5000, "success"), ""}));
     EXPECT_EQ(recorder.Tool({"-F", "0"}).status, 0);
     ASSERT_TRUE(recorder.Logs("StreamMgr:   file 1, 5000 bytes, "));
     EXPECT_EQ(recorder.Tool({"--lsmi"}),
               (Outcome{0, StreamFileTable({{1, "ControlUnknown", "true", 0, 5000}}, 3), ""}));
+    EXPECT_TRUE(ShowsFilesInUse(1, 2));
+}
+
+TEST_F(Insert, MovesTheFiguresOfTheStorageWhereAFileBecomesFreeOrUsed) {
+    recorder.StartService({"--record", "1=" CLIP_PATH, "--fast"});
+    ASSERT_TRUE(recorder.Logs(" stopped\n"));
+    ASSERT_TRUE(ShowsFilesInUse(1, 1));
+    WriteSource("nothing", "");
+    EXPECT_EQ(recorder.Tool({"-y", "1,nothing"}).status, 0);
+    EXPECT_TRUE(ShowsFilesInUse(0, 1));
+    WriteSource("byte", "x");
+    EXPECT_EQ(recorder.Tool({"-y", "2,byte"}).status, 0);
+    EXPECT_TRUE(ShowsFilesInUse(1, 2));
+    EXPECT_EQ(recorder.Tool({"-y", "3,byte"}).status, 0);
+    EXPECT_TRUE(ShowsFilesInUse(2, 1));
 }
 
 TEST_F(Insert, WithoutAServiceSaysThatNobodyWasTold) {
@@ -202,18 +225,13 @@ TEST_F(Insert, OfMoreThanASlotIsCutOff) {
     EXPECT_EQ(
         recorder.Tool({"-y", "2.ts"}),
         (Outcome{0,
-                 notRunning +
-                     "complete option string = [2.ts]\nfilenumstr = [2]\n"
-                     "destination file number = 2\nbase filename for source file = [2.ts]\n"
-                     "suffixstr = [ts]\noptarg_ less suffix = [2]\n\n"
-                     "destination file number = 2\nsource file name = [2.ts]\n\n" +
-                     CopyingFrom("2", "file number 2") + "fstat returned a file size of " + size +
-                     " bytes\n" + Dots(slotSize) +
+                 notRunning + EchoOfName("2", "2") + CopyingFrom("2", "file number 2") +
+                     "fstat returned a file size of " + size + " bytes\n" + Dots(slotSize) +
                      "StreamMgrApi::UpdateFileSize() notify message returned: fail\n" +
                      Result(slotSize + 10, slotSize),
                  " unexpected EOF: fileSize=" + size + " expectedWrite=10  actualWrite=0\n"}));
-    EXPECT_EQ(recorder.Tool({"--lsmi"}).out,
-              notRunning + StreamFileTable({}, 3)); // full, and nobody's
+    EXPECT_EQ(recorder.Tool({"--lsmi"}),
+              (Outcome{0, notRunning + StreamFileTable({}, 3), ""})); // full, and nobody's
 }
 
 struct OddArgument {
@@ -257,21 +275,26 @@ TEST_F(Insert, IntoAFileThatIsBeingRecordedIsRefused) {
     recorder.WaitForData(1);
     WriteSource("1", "x");
     EXPECT_EQ(recorder.Tool({"-Y", "1"}), (Outcome{99, CopyingFrom("1", "filesystem"), busy}));
-    Outcome const byName = recorder.Tool({"-y", "1.ts"});
-    EXPECT_EQ(byName.status, 99);
-    EXPECT_EQ(byName.err, busy);
+    EXPECT_EQ(recorder.Tool({"-y", "1.ts"}),
+              (Outcome{99, EchoOfName("1", "1") + CopyingFrom("1", "file number 1"), busy}));
     service.EndInput();
     ASSERT_TRUE(recorder.Logs(" stopped\n"));
-    EXPECT_EQ(recorder.Tool({"-y", "1.ts"}).status, 0);
+    EXPECT_EQ(recorder.Tool({"-y", "1.ts"}),
+              (Outcome{0, EchoOfName("1", "1") + Copied("1", 1, 1, "success"), ""}));
 }
 
 TEST_F(Insert, IsSeenInTheTableAndKeepsOthersOut) {
     HeldWriter const held(recorder);
     ASSERT_TRUE(held.tool->Says("."));
-    EXPECT_EQ(recorder.Tool({"--lsmi"}).out,
-              notRunning + StreamFileTable({{1, "ControlExternalProc", "false", 0, 0}}, 3));
+    EXPECT_EQ(
+        recorder.Tool({"--lsmi"}),
+        (Outcome{0, notRunning + StreamFileTable({{1, "ControlExternalProc", "false", 0, 0}}, 3),
+                 ""}));
     WriteSource("x", "x");
-    EXPECT_EQ(recorder.Tool({"-y", "1,x"}).err, busy);
+    EXPECT_EQ(
+        recorder.Tool({"-y", "1,x"}),
+        (Outcome{99, notRunning + EchoOfNumberAndName("1", "x") + CopyingFrom("x", "file number 1"),
+                 busy}));
 }
 
 TEST_F(Insert, ThatWasKilledKeepsNobodyOut) {
@@ -280,9 +303,12 @@ TEST_F(Insert, ThatWasKilledKeepsNobodyOut) {
     held.tool->Signal(SIGKILL);
     EXPECT_EQ(held.tool->Finish().status, -SIGKILL);
     WriteSource("x", "x");
-    EXPECT_EQ(recorder.Tool({"-y", "1,x"}).status, 0);
-    EXPECT_EQ(recorder.Tool({"--lsmi"}).out,
-              notRunning + StreamFileTable({{1, "ControlUnknown", "false", 0, 1}}, 3));
+    EXPECT_EQ(
+        recorder.Tool({"-y", "1,x"}),
+        (Outcome{0, notRunning + EchoOfNumberAndName("1", "x") + Copied("x", 1, 1, "fail"), ""}));
+    EXPECT_EQ(
+        recorder.Tool({"--lsmi"}),
+        (Outcome{0, notRunning + StreamFileTable({{1, "ControlUnknown", "false", 0, 1}}, 3), ""}));
     EXPECT_FALSE(recorder.IsRegistered(held.tool->Pid()));
 }
 
@@ -292,7 +318,7 @@ TEST_F(Insert, ThatIsInterruptedGivesTheFileFree) {
     held.tool->Signal(SIGINT);
     EXPECT_EQ(held.tool->Finish().status, 255);
     EXPECT_FALSE(recorder.IsRegistered(held.tool->Pid()));
-    EXPECT_EQ(recorder.Tool({"--lsmi"}).out, notRunning + StreamFileTable({}, 3));
+    EXPECT_EQ(recorder.Tool({"--lsmi"}), (Outcome{0, notRunning + StreamFileTable({}, 3), ""}));
 }
 
 // Copying goes on for ever, since the bytes that the source stated never come.

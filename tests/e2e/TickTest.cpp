@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 
+#include "SmallDisk.h"
 #include "TransportStream.h"
 
 namespace e2e {
@@ -166,19 +167,22 @@ TEST_F(Ticks, OfAFileThatThePoolDoesNotHaveAreNotShown) {
 TEST_F(Ticks, AreShownInRuns) {
     recorder.Load(1, TickedClip(recorder, {"--first", "4294967290", "--time", "-10", "--gap",
                                            "10:5", "--restart", "50:7", "--restart", "90:1"}));
-    EXPECT_EQ(recorder.Tool({"--stats", "1"}).out,
-              notRunning + slotDots + "\n\n" +
-                  "  File 1 tickRange: 4294967290...3   (diff= 9 ticks)"
-                  "    timeRange: -10...-10   (diff= 0 seconds)\n"
-                  "  File 1 tickRange: 9...43   (diff= 34 ticks)"
-                  "    timeRange: -10...-8   (diff= 2 seconds)\n"
-                  "  File 1 tickRange: 7...46   (diff= 39 ticks)"
-                  "    timeRange: -8...-6   (diff= 2 seconds)\n"
-                  "  File 1 tickRange: 1..." +
-                  std::to_string(ticks.size() - 90) +
-                  "   (diff= " + std::to_string(ticks.size() - 91) + " ticks)    timeRange: -6..." +
-                  std::to_string(-10 + static_cast<int>((ticks.size() - 1) / 20)) +
-                  "   (diff= " + std::to_string((ticks.size() - 1) / 20 - 4) + " seconds)\n\n");
+    EXPECT_EQ(
+        recorder.Tool({"--stats", "1"}),
+        (Outcome{0,
+                 notRunning + slotDots + "\n\n" +
+                     "  File 1 tickRange: 4294967290...3   (diff= 9 ticks)"
+                     "    timeRange: -10...-10   (diff= 0 seconds)\n"
+                     "  File 1 tickRange: 9...43   (diff= 34 ticks)"
+                     "    timeRange: -10...-8   (diff= 2 seconds)\n"
+                     "  File 1 tickRange: 7...46   (diff= 39 ticks)"
+                     "    timeRange: -8...-6   (diff= 2 seconds)\n"
+                     "  File 1 tickRange: 1..." +
+                     std::to_string(ticks.size() - 90) + "   (diff= " +
+                     std::to_string(ticks.size() - 91) + " ticks)    timeRange: -6..." +
+                     std::to_string(-10 + static_cast<int>((ticks.size() - 1) / 20)) +
+                     "   (diff= " + std::to_string((ticks.size() - 1) / 20 - 4) + " seconds)\n\n",
+                 ""}));
 }
 
 // --- -e ----------------------------------------------------------------------------------------
@@ -199,6 +203,29 @@ std::string const called = "EditAndExtractStreamFile() was called.\n";
 std::string NotCut(std::string const& number, std::string const& first, std::string const& last) {
     return "EditAndExtractStreamFile() returned an error.\n      filenum = " + number +
            "\n    firsttick = " + first + "\n     lasttick = " + last + '\n';
+}
+
+// Where the two ends of a range lie in the data, and what is left of it.
+struct CutSizes {
+    std::size_t prolog;
+    std::size_t lastOffset;
+    std::size_t epilog;
+};
+
+// What -e says once it has found the ends of a range.
+std::string EndsOfCut(std::string const& first, std::string const& last, CutSizes const& sizes) {
+    return "firsttick_ = " + (first.empty() ? "0" : first) +
+           "\nfirsttickoffset = " + std::to_string(sizes.prolog) +
+           "\nprologsize = " + std::to_string(sizes.prolog) + "\nfirsttickstr = [" + first +
+           "]\nlasttick_ = " + (last.empty() ? "0" : last) +
+           "\nlasttickoffset = " + std::to_string(sizes.lastOffset) +
+           "\nepilogsize = " + std::to_string(sizes.epilog) + "\nlasttickstr = [" + last + "]\n";
+}
+
+// And once it has opened its output.
+std::string CopyingTo(fs::path const& path) {
+    return "Copying requested stream file to '" + path.string() + "'\nCopy prolog of '" +
+           path.string() + "'\n";
 }
 
 // A range between two ticks by their index in the clip, each of which may be left out.
@@ -224,24 +251,17 @@ protected:
         std::string const first = TickText(firstIndex);
         std::string const last = TickText(lastIndex);
         std::string const range = first + '-' + last;
-        std::string const path = (recorder.HardDisk() / ("1." + range + ".ts")).string();
+        fs::path const path = recorder.HardDisk() / ("1." + range + ".ts");
         std::size_t const prolog = firstIndex ? ticks[*firstIndex].offset : 0;
         std::size_t const lastOffset = lastIndex ? ticks[*lastIndex].offset : data.size();
         std::size_t const epilog = lastIndex ? data.size() - lastOffset : 0;
 
-        EXPECT_EQ(
-            recorder.Tool({"-e", "1," + range}),
-            (Outcome{0,
-                     before + called + Dots(data.size()) +
-                         "\nfirsttick_ = " + (first.empty() ? "0" : first) +
-                         "\nfirsttickoffset = " + std::to_string(prolog) +
-                         "\nprologsize = " + std::to_string(prolog) + "\nfirsttickstr = [" + first +
-                         "]\nlasttick_ = " + (last.empty() ? "0" : last) +
-                         "\nlasttickoffset = " + std::to_string(lastOffset) +
-                         "\nepilogsize = " + std::to_string(epilog) + "\nlasttickstr = [" + last +
-                         "]\nCopying requested stream file to '" + path + "'\nCopy prolog of '" +
-                         path + "'\n" + Dots(prolog) + Dots(epilog) + '\n',
-                     Echo("1," + range, "1", first, last)}));
+        EXPECT_EQ(recorder.Tool({"-e", "1," + range}),
+                  (Outcome{0,
+                           before + called + Dots(data.size()) + '\n' +
+                               EndsOfCut(first, last, {prolog, lastOffset, epilog}) +
+                               CopyingTo(path) + Dots(prolog) + Dots(epilog) + '\n',
+                           Echo("1," + range, "1", first, last)}));
         EXPECT_TRUE(ReadFile(path) ==
                     data.substr(0, prolog) + data.substr(data.size() - epilog, epilog));
     }
@@ -341,28 +361,74 @@ TEST_F(Ticks, OfANegativeFileNumberAreNotCut) {
 
 TEST_F(Ticks, AreNotCutWithoutAHardDisk) {
     fs::remove(recorder.HardDisk());
-    std::string const path = (recorder.HardDisk() / "1.1020-.ts").string();
-    EXPECT_EQ(recorder.Tool({"-e", "1,1020-"}).err,
-              Echo("1,1020-", "1", "1020", "") + "Could not open outfile '" + path +
-                  "': 2No such file or directory\n" + NotCut("1", "1020", "0"));
+    fs::path const path = recorder.HardDisk() / "1.1020-.ts";
+    EXPECT_EQ(
+        recorder.Tool({"-e", "1,1020-"}),
+        (Outcome{0,
+                 notRunning + called + slotDots +
+                     EndsOfCut("1020", "", {ticks[20].offset, slotSize, 0}),
+                 Echo("1,1020-", "1", "1020", "") + "Could not open outfile '" + path.string() +
+                     "': 2No such file or directory\n" + NotCut("1", "1020", "0")}));
 }
 
-class CutToAFullDisk : public Ticks, public testing::WithParamInterface<char const*> {};
+// Cuts the first file without a service, to a disk that does not take it all.
+class CutToAFullDisk : public Ticks {
+protected:
+    // What is said when the copy is given up before its first mark; 0 is an omitted tick.
+    static Outcome GivenUp(fs::path const& path, std::uint32_t firstNumber,
+                           std::uint32_t lastNumber, CutSizes const& sizes,
+                           std::string const& error) {
+        auto const text = [](std::uint32_t number) {
+            return number == 0 ? "" : std::to_string(number);
+        };
+        std::string const first = text(firstNumber);
+        std::string const last = text(lastNumber);
+        return {0, notRunning + called + slotDots + EndsOfCut(first, last, sizes) + CopyingTo(path),
+                Echo("1," + first + '-' + last, "1", first, last) +
+                    "Unexpected write status: " + error + '\n' +
+                    NotCut("1", std::to_string(firstNumber), std::to_string(lastNumber))};
+    }
 
-TEST_P(CutToAFullDisk, IsGivenUp) {
-    std::string const range = GetParam();
-    auto const dash = range.find('-');
-    std::string const first = range.substr(0, dash);
-    std::string const last = range.substr(dash + 1);
-    fs::create_symlink("/dev/full", recorder.HardDisk() / ("1." + range + ".ts"));
-    EXPECT_EQ(recorder.Tool({"-e", "1," + range}).err,
-              Echo("1," + range, "1", first, last) +
-                  "Unexpected write status: 28No space left on device\n" +
-                  NotCut("1", first.empty() ? "0" : first, last.empty() ? "0" : last));
+    // The tool cuts what lies before the tick with index 20 out of the file, which leaves an
+    // epilog of many times the size of the disk. The chunk that fits in part is not noticed.
+    static constexpr std::size_t diskSize = 1048576; // 5 chunks and a part of the sixth
+    Command CutToEpilog() const { return recorder.ToolCommand({"-e", "1,-1020"}); }
+    fs::path const epilogPath = recorder.HardDisk() / "1.-1020.ts";
+
+    Outcome EpilogGivenUp(std::string const& error) const {
+        std::size_t const offset = ticks[20].offset;
+        return GivenUp(epilogPath, 0, 1020, {0, offset, slotSize - offset}, error);
+    }
+
+    void ExpectAFullDiskOfTheEpilog() const {
+        std::string slot = stream;
+        slot.resize(slotSize);
+        EXPECT_TRUE(ReadFile(epilogPath) == slot.substr(ticks[20].offset, diskSize));
+    }
+};
+
+TEST_F(CutToAFullDisk, IsGivenUpInTheProlog) {
+    fs::path const path = recorder.HardDisk() / "1.1020-.ts";
+    fs::create_symlink("/dev/full", path);
+    EXPECT_EQ(recorder.Tool({"-e", "1,1020-"}),
+              GivenUp(path, 1020, 0, {ticks[20].offset, slotSize, 0}, "28No space left on device"));
 }
 
-// Before the range and behind it.
-INSTANTIATE_TEST_SUITE_P(Ticks, CutToAFullDisk, testing::Values("1020-", "-1020"));
+TEST_F(CutToAFullDisk, IsGivenUpInTheEpilog) {
+    SmallDisk const disk(recorder.HardDisk(), diskSize);
+    if (!disk.IsMounted()) {
+        GTEST_SKIP() << "only the superuser may mount a file system";
+    }
+    EXPECT_EQ(RunToEnd(CutToEpilog()), EpilogGivenUp("28No space left on device"));
+    ExpectAFullDiskOfTheEpilog();
+}
+
+TEST_F(CutToAFullDisk, IsGivenUpAtTheLimitOfAFilesSize) {
+    Command command = CutToEpilog();
+    command.limits[RLIMIT_FSIZE] = diskSize;
+    EXPECT_EQ(RunToEnd(command), EpilogGivenUp("27File too large"));
+    ExpectAFullDiskOfTheEpilog();
+}
 
 } // namespace
 } // namespace e2e

@@ -173,8 +173,11 @@ int StreamFileAccess::Write(void* buffer, unsigned int count) {
 
 long StreamFileAccess::Seek(long offset) {
     OpenFile& file = OpenFile::Of(file_, false);
-    file.position = offset;
-    return FakePlatform::Get().Ask(file.Prefix(), "Seek", Show(offset), offset);
+    long const reached = FakePlatform::Get().Ask(file.Prefix(), "Seek", Show(offset), offset);
+    if (reached != -1) {
+        file.position = offset;
+    }
+    return reached;
 }
 
 long StreamFileAccess::Truncate(long length) {

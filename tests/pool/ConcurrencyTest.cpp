@@ -1,28 +1,22 @@
 // Many threads and processes at once.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <memory>
+#include <new>
+#include <stdexcept>
 #include <thread>
 
 #include "StreamFileAccess.h"
 #include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
-
-#ifdef __has_feature
-#define STREAMMGR_HAS_FEATURE(feature) __has_feature(feature)
-#else
-#define STREAMMGR_HAS_FEATURE(feature) 0
-#endif
+#include "support/Sanitizers.h"
 
 namespace workstation {
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || STREAMMGR_HAS_FEATURE(address_sanitizer)
-constexpr bool hasAddressSanitizer = true;
-#else
-constexpr bool hasAddressSanitizer = false;
-#endif
 
 constexpr unsigned int length = 50000;
 
@@ -109,46 +103,107 @@ TEST_F(ConcurrencyTest, SixteenProcessesOfSixtyFourThreadsRead) {
     EXPECT_EQ(UsedWords(), 0);
 }
 
-// Writes a file over and over: its bytes become 'a', 'b', ... in turn, its length one more each
-// time.
-int WriteOver(int number, int rounds) {
-    for (int round = 1; round <= rounds; ++round) {
+// The rounds of writing that a file has seen; 0 is what stood there before. It lies in memory that
+// this process and the writers share.
+struct Rounds {
+    std::atomic<unsigned int> begun = 0;
+    std::atomic<unsigned int> ended = 0;
+};
+static_assert(std::atomic<unsigned int>::is_always_lock_free);
+
+class SharedRounds {
+public:
+    SharedRounds()
+        : memory_(mmap(nullptr, sizeof(Files), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
+                       -1, 0)) {
+        if (memory_ == MAP_FAILED) {
+            throw std::runtime_error("no shared memory");
+        }
+        files_ = new (memory_) Files;
+    }
+    ~SharedRounds() { munmap(memory_, sizeof(Files)); }
+
+    SharedRounds(SharedRounds const&) = delete;
+    SharedRounds& operator=(SharedRounds const&) = delete;
+
+    Rounds& Of(int number) const { return files_->at(static_cast<std::size_t>(number - 1)); }
+
+private:
+    using Files = std::array<Rounds, 3>;
+
+    void* memory_;
+    Files* files_ = nullptr;
+};
+
+// The bytes of a round differ from those of every other at every place.
+unsigned char ByteOf(unsigned char old, unsigned int round) {
+    return static_cast<unsigned char>(old + round);
+}
+unsigned int RoundOf(unsigned char byte, unsigned char old) {
+    return static_cast<unsigned char>(byte - old);
+}
+constexpr unsigned int mostRounds = 255;
+
+// Writes a file over and over, its length one more each time.
+int WriteOver(int number, Rounds& rounds) {
+    auto const old = Pattern(length);
+    std::vector<unsigned char> bytes(length);
+    for (unsigned int round = 1; round <= mostRounds; ++round) {
+        std::transform(old.begin(), old.end(), bytes.begin(),
+                       [round](unsigned char byte) { return ByteOf(byte, round); });
         StreamFileAccess file(number, false, StreamMgrFileMgmnt::ControlExternalProc);
-        std::vector<unsigned char> bytes(length, static_cast<unsigned char>('a' + round % 26));
+        rounds.begun = round;
         if (file.Write(bytes.data(), length) != static_cast<int>(length) ||
             file.Truncate(static_cast<long>(length) + round) != 0) {
             return 1;
         }
+        rounds.ended = round;
     }
     return 0;
 }
 
-// Reads the file once; whether every byte is one of those that stood there at some time.
-bool ReadsWhatWasWritten(int number) {
-    StreamFileAccess file(number, 0);
-    std::vector<unsigned char> bytes(length);
-    auto const old = Pattern(length);
-    if (file.Read(bytes.data(), length, false) != static_cast<int>(length)) {
-        return false;
-    }
-    for (std::size_t at = 0; at < bytes.size(); ++at) {
-        bool const isNew = bytes[at] >= 'a' && bytes[at] <= 'z';
-        if (!isNew && bytes[at] != old[at]) {
+// One who reads a file that is being written.
+class Reader {
+public:
+    Reader(int number, Rounds const& rounds)
+        : number_(number)
+        , rounds_(rounds) {}
+
+    // Reads the file once. Whether every byte is of a round that had begun, not of one before the
+    // last that had ended, nor of one before that which was seen there the last time.
+    bool ReadsWhatWasWritten() {
+        unsigned int const oldest = rounds_.ended;
+        StreamFileAccess file(number_, 0);
+        std::vector<unsigned char> bytes(length);
+        if (file.Read(bytes.data(), length, false) != static_cast<int>(length)) {
             return false;
         }
+        unsigned int const newest = rounds_.begun;
+        bool isRight = true;
+        for (std::size_t at = 0; at < bytes.size(); ++at) {
+            unsigned int const round = RoundOf(bytes[at], old_[at]);
+            isRight = isRight && round <= newest && round >= std::max(oldest, seen_[at]);
+            seen_[at] = round;
+        }
+        return isRight;
     }
-    return true;
-}
+
+private:
+    int number_;
+    Rounds const& rounds_;
+    std::vector<unsigned char> const old_ = Pattern(length);
+    std::vector<unsigned int> seen_ = std::vector<unsigned int>(length);
+};
 
 TEST_F(ConcurrencyTest, WritersAmongReadersLoseNoUpdateOfTheTable) {
-    constexpr int rounds = 300;
+    SharedRounds const rounds;
     std::vector<std::unique_ptr<ChildProcess>> writers;
     for (int number = 1; number <= 3; ++number) {
-        writers.push_back(std::make_unique<ChildProcess>([number](auto const& parent) {
+        writers.push_back(std::make_unique<ChildProcess>([&rounds, number](auto const& parent) {
             StreamFileAccess pool;
             bool const isReached = pool.InitializeFileAccess(false, true);
             parent.Await();
-            int const status = isReached ? WriteOver(number, rounds) : 2;
+            int const status = isReached ? WriteOver(number, rounds.Of(number)) : 2;
             parent.Tell();
             pool.Unload();
             return status;
@@ -161,8 +216,9 @@ TEST_F(ConcurrencyTest, WritersAmongReadersLoseNoUpdateOfTheTable) {
     std::vector<std::thread> readers;
     for (int i = 0; i < 6; ++i) {
         readers.emplace_back([&, number = i % 3 + 1] {
+            Reader reader(number, rounds.Of(number));
             while (!stop) {
-                failures += ReadsWhatWasWritten(number) ? 0 : 1;
+                failures += reader.ReadsWhatWasWritten() ? 0 : 1;
             }
         });
     }
@@ -181,7 +237,7 @@ TEST_F(ConcurrencyTest, WritersAmongReadersLoseNoUpdateOfTheTable) {
     for (int number = 1; number <= 3; ++number) {
         StreamMgrFileMgmnt::FileMgmnt_t info{};
         ASSERT_TRUE(pool.GetFileInfo(number, info));
-        EXPECT_EQ(info.fileSize, length + rounds) << number;
+        EXPECT_EQ(info.fileSize, length + mostRounds) << number;
         EXPECT_EQ(info.writeController, StreamMgrFileMgmnt::ControlUnknown) << number;
     }
     EXPECT_EQ(UsedWords(), 1) << "this process";

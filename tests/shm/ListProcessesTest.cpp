@@ -83,6 +83,17 @@ TEST_F(ListProcessesTest, ProcessesAndThreadsStandInTheirColumns) {
     EXPECT_EQ(platform.Calls(), ListCalls(ProcessCalls(4711) + ProcessCalls(1234567)));
 }
 
+TEST_F(ListProcessesTest, CommandLineIsReadBeforeItsRowIsPrinted) {
+    PutProcess(0, 77, "one");
+    PutThread(0, 0, 1, 0x12, 5);
+    PutProcess(1, 78, "two");
+    EXPECT_TRUE(ListProcesses());
+    EXPECT_EQ(platform.Recorded().Trace(),
+              ListCalls(ProcessCalls(77) + "out " +
+                        Show("  0    77   one\n       -         12 file: 5\n") + "\n" +
+                        ProcessCalls(78) + "out " + Show("  1    78   two\n") + "\n"));
+}
+
 TEST_F(ListProcessesTest, NumbersAreDecimalAgainAfterAHandle) {
     PutProcess(10, 100, "a");
     PutThread(10, 3, 1, 0xabc, 100);

@@ -64,6 +64,14 @@ TEST_F(ListSharedMemTest, EachRowIsFlushed) {
                                      "Total number of files: 1\n");
 }
 
+TEST_F(ListSharedMemTest, SizeOfThePoolIsAskedForBeforeTheHeadingIsPrinted) {
+    platform.pool.size = 1;
+    EXPECT_TRUE(ListSharedMem(false));
+    EXPECT_EQ(platform.Recorded().Trace(), ListCalls(0) + "out " + Show(heading) +
+                                               "\npool.GetFileInfo(1)\n" + "out " +
+                                               Show("Total number of files: 1\n") + "\n");
+}
+
 TEST_F(ListSharedMemTest, ControllersBearTheirNames) {
     struct Case {
         int controller;

@@ -334,6 +334,22 @@ INSTANTIATE_TEST_SUITE_P(At, CopyWithAShortRead,
                                             ::testing::ValuesIn(shortReads)),
                          NameOfPair());
 
+// The count goes on to the write as it is, which no system takes; why it does not differs between
+// systems.
+TEST_F(CopyStreamFileTest, ReadOfLessThanNothingEndsInARefusedWrite) {
+    platform.AddStreamFiles({number}, 2 * chunk);
+    platform.Script("Read", 2, {-2});
+    platform.Script("write", 2, Fail(EINVAL));
+    EXPECT_FALSE(Copy());
+    ExpectCounters(2 * chunk, chunk);
+    ExpectOutput(CopyingLine(), ShortLineOfMinusTwo(2 * chunk, chunk) +
+                                    "Unexpected write status: " + ErrnoText(EINVAL) + "\n");
+    EXPECT_EQ(platform.Calls(), CallsToChunks() + CopyCalls(number, chunk, output) +
+                                    ReadCall(number, chunk) + WriteCallOfMinusTwo(output) +
+                                    CallsAfterChunks());
+    ExpectOnHardDisk(output, StreamFileContent(number, 0, chunk));
+}
+
 // ---------------------------------------------------------------------- full disk
 
 TEST_F(CopyStreamFileTest, FullDiskEndsTheCopy) {

@@ -30,6 +30,7 @@ protected:
     static constexpr int number = 5;
     static constexpr long untouched = -7;
     static constexpr long length = 12 * chunk + 300;
+    static constexpr int scanReads = 13; // come before those of the copy
 
     // Tick 100 stands within the third chunk, 200 at the start of the ninth, 300 far from both.
     static TickTable Table() {
@@ -160,6 +161,17 @@ TEST_F(EditTest, NegativeTickFindsTheLargeOneOfTheSameBits) {
     ExpectEdit({-5, 7, 188, 376, "5.-5-7.ts"});
 }
 
+TEST_F(EditTest, FirstOfTheEntriesWithThatTickCounts) {
+    platform.pool.tickTables = {{Entry(188, 100, 1), Entry(chunk, 100, 2), Entry(2 * chunk, 200, 3),
+                                 Entry(3 * chunk, 200, 4)}};
+    ExpectEdit({100, 200, 188, 2 * chunk, "5.100-200.ts"});
+}
+
+TEST_F(EditTest, TableOfOneEntryServesBothEnds) {
+    platform.pool.tickTables = {{Entry(chunk + 188, 100, 1)}};
+    ExpectEdit({100, 100, chunk + 188, chunk + 188, "5.100-100.ts"});
+}
+
 TEST_F(EditTest, OutputComesBetweenTheCallsThatItSpeaksOf) {
     Cut const cut = Cut100To200();
     EXPECT_TRUE(Edit(cut));
@@ -188,15 +200,87 @@ TEST_F(EditTest, LongerFileOfThatNameIsReplaced) {
 
 // ---------------------------------------------------------------------- failures before the copy
 
-TEST_F(EditTest, FailedScanEndsIt) {
-    platform.Script("OpenStreamFile", 1, Fail(EIO));
+// What ends the scan: a call that fails.
+struct ScanFailure : NamedCase {
+    std::string call;
+    int ordinal;
+    Answer answer;
+    std::string err;
+    long scanned; // bytes read before it
+    bool isPlanned;
+};
+
+class EditWithAFailingScan : public EditTest, public ::testing::WithParamInterface<ScanFailure> {
+protected:
+    // The calls up to the one that fails, and what is closed after it.
+    static std::string CallsOfScan() {
+        std::string const& last = GetParam().call;
+        std::string calls = initializeCall;
+        if (last == "InitializeFileAccess") {
+            return calls;
+        }
+        calls += "pool.GetFilePoolSize()\n";
+        if (last == "GetFilePoolSize") {
+            return calls;
+        }
+        calls += OpenCall(number);
+        if (last == "OpenStreamFile") {
+            return calls;
+        }
+        calls += LengthCall(number);
+        if (last == "Read") {
+            calls += ReadCalls(number, GetParam().scanned) +
+                     ReadCall(number, std::min(chunk, length - GetParam().scanned));
+        }
+        return calls + CloseCall(number);
+    }
+};
+
+TEST_P(EditWithAFailingScan, SaysWhyCountsWhatWasReadAndCreatesNothing) {
+    ScanFailure const& row = GetParam();
+    platform.Script(row.call, row.ordinal, row.answer);
+    bytesCount = 1000;
     EXPECT_FALSE(Edit(Cut100To200()));
-    ExpectOutput(CalledLine(), "could not open stream file: " + ErrnoText(EIO) +
-                                   "\nError getting the System Ticks for TS file:5\n");
-    ExpectCounters(untouched, 0);
-    EXPECT_EQ(platform.Calls(),
-              std::string(initializeCall) + "pool.GetFilePoolSize()\n" + OpenCall(number));
+    ExpectOutput(CalledLine() + Marks(row.scanned / chunk),
+                 row.err + "\nError getting the System Ticks for TS file:5\n");
+    ExpectCounters(row.isPlanned ? length : untouched, 1000 + row.scanned);
+    EXPECT_EQ(platform.Calls(), CallsOfScan());
+    EXPECT_TRUE(std::filesystem::is_empty(platform.HardDisk("")));
 }
+
+std::string const scanReadError = "Unexpected read status: " + ErrnoText(EIO);
+std::string const lengthError = "error getting length of File number 5, Error: " + ErrnoText(EIO);
+
+INSTANTIATE_TEST_SUITE_P(
+    At, EditWithAFailingScan,
+    ::testing::Values(
+        ScanFailure{{"Initialize"},
+                    "InitializeFileAccess",
+                    1,
+                    {0},
+                    "can not proceed without fileAccess initialized",
+                    0,
+                    false},
+        ScanFailure{{"PoolSize"}, "GetFilePoolSize", 1, {4}, "File number is invalid: 5", 0, false},
+        ScanFailure{{"Open"},
+                    "OpenStreamFile",
+                    1,
+                    Fail(EIO),
+                    "could not open stream file: " + ErrnoText(EIO),
+                    0,
+                    false},
+        ScanFailure{{"Length"}, "DataLength", 1, Fail(EIO), lengthError, 0, false},
+        ScanFailure{{"NoLength"},
+                    "DataLength",
+                    1,
+                    {0},
+                    "Stream file number 5 is a zero-length file.",
+                    0,
+                    false},
+        ScanFailure{{"FirstRead"}, "Read", 1, Fail(EIO), scanReadError, 0, true},
+        ScanFailure{{"MiddleRead"}, "Read", 9, Fail(EIO), scanReadError, 8 * aChunk, true},
+        ScanFailure{{"LastRead"}, "Read", 13, Fail(EIO), scanReadError, 12 * aChunk, true}),
+    NameOfCase());
 
 TEST_F(EditTest, FileWithoutTicksEndsIt) {
     platform.pool.tickTables = {{}};
@@ -205,6 +289,7 @@ TEST_F(EditTest, FileWithoutTicksEndsIt) {
                  "Error getting the System Ticks for TS file:5\n");
     ExpectCounters(length, length);
     EXPECT_EQ(platform.Calls(), ScanCalls(number, length));
+    EXPECT_TRUE(std::filesystem::is_empty(platform.HardDisk("")));
 }
 
 TEST_F(EditTest, ShortScanIsNoFailure) {
@@ -261,20 +346,37 @@ TEST_F(EditTest, SizeOfTheSecondLookCounts) {
                      Content(0, 2 * chunk + 188) + Content(8 * chunk, 8 * chunk + 50));
 }
 
+// The last tick was still within the file when it was searched.
+TEST_F(EditTest, LastTickBehindTheSizeLeavesAnEpilogOfNothing) {
+    constexpr long size = 8 * chunk - 50;
+    Cut const cut = Cut100To200();
+    platform.Script("DataLength", 2, {size});
+    EXPECT_TRUE(Edit(cut));
+    ExpectCounters(size, length + cut.prologEnd);
+    ExpectOutput(OutOfScan() + OutOfCut(cut, size) + OutOfCopying(cut) + "\n", "");
+    EXPECT_NE(platform.Out().find("\nepilogsize = -50\n"), std::string::npos);
+    EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + PhaseCalls(cut, cut.prologEnd) +
+                                    SeekCall(cut) + PhaseCalls(cut, 0) + CallsAfterPhases(cut));
+    ExpectOnHardDisk(cut.output, Content(0, cut.prologEnd));
+}
+
 TEST_F(EditTest, TickThatIsNotThereIsTold) {
     struct Case {
         int first;
         int last;
         std::string line;
     };
+    TickTable withTicksBeyondSaturation = Table();
+    withTicksBeyondSaturation.push_back(Entry(12 * chunk + 120, 2147483648U, 5));
+    withTicksBeyondSaturation.push_back(Entry(12 * chunk + 130, 3000000000U, 6));
     std::string out;
     std::string err;
     for (Case const& row :
          {Case{123, 200, "firsttick 123"}, Case{123, 124, "firsttick 123"},
           Case{123, 0, "firsttick 123"}, Case{100, 124, "lasttick 124"},
           Case{0, 101, "lasttick 101"}, Case{2147483647, 0, "firsttick 2147483647"},
-          Case{0, -100, "lasttick -100"}}) {
-        platform.pool.tickTables = {Table()};
+          Case{0, 2147483647, "lasttick 2147483647"}, Case{0, -100, "lasttick -100"}}) {
+        platform.pool.tickTables = {withTicksBeyondSaturation};
         EXPECT_FALSE(Edit(row.first, row.last));
         out += OutOfScan();
         err += row.line + " not found in stream file 5\n";
@@ -303,12 +405,53 @@ TEST_F(EditTest, OutputLiesOnTheUsualMountWhenNoOtherIsSet) {
 
 // ---------------------------------------------------------------------- failures of the copy
 
+TEST_F(EditTest, FailedSeekIsNotLookedAt) {
+    Cut const cut = Cut100To200();
+    platform.Script("Seek", 1, Fail(EIO));
+    EXPECT_TRUE(Edit(cut));
+    long const epilogSize = cut.EpilogSize(length);
+    ExpectCounters(length, length + cut.prologEnd + epilogSize);
+    ExpectOutput(OutToProlog(cut) + Marks(Chunks(cut.prologEnd)) + Marks(Chunks(epilogSize)) + "\n",
+                 "");
+    EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + PhaseCalls(cut, cut.prologEnd) +
+                                    SeekCall(cut) + PhaseCalls(cut, epilogSize) +
+                                    CallsAfterPhases(cut));
+    ExpectOnHardDisk(cut.output, Content(0, cut.prologEnd + epilogSize));
+}
+
+// The count goes on to the write as it is, which no system takes; why it does not differs between
+// systems.
+TEST_F(EditTest, ReadOfLessThanNothingInThePrologEndsInARefusedWrite) {
+    Cut const cut = Cut100To200();
+    platform.Script("Read", scanReads + 2, {-2});
+    platform.Script("write", 2, Fail(EINVAL));
+    EXPECT_FALSE(Edit(cut));
+    ExpectCounters(length, length + chunk);
+    ExpectOutput(OutToProlog(cut), ShortLineOfMinusTwo(length, chunk) +
+                                       "Unexpected write status: " + ErrnoText(EINVAL) + "\n");
+    EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + CopyCalls(number, chunk, cut.output) +
+                                    ReadCall(number, chunk) + WriteCallOfMinusTwo(cut.output) +
+                                    CallsAfterPhases(cut));
+    ExpectOnHardDisk(cut.output, Content(0, chunk));
+}
+
+TEST_F(EditTest, ReadOfLessThanNothingInTheEpilogEndsInARefusedWrite) {
+    Cut const cut = Cut100To200();
+    platform.Script("Read", scanReads + 3 + 1, {-2});
+    platform.Script("write", 3 + 1, Fail(EINVAL));
+    EXPECT_FALSE(Edit(cut));
+    ExpectCounters(length, length + cut.prologEnd);
+    ExpectOutput(OutToProlog(cut), ShortLineOfMinusTwo(length, chunk) +
+                                       "Unexpected write status: " + ErrnoText(EINVAL) + "\n");
+    EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + PhaseCalls(cut, cut.prologEnd) +
+                                    SeekCall(cut) + ReadCall(number, chunk) +
+                                    WriteCallOfMinusTwo(cut.output) + CallsAfterPhases(cut));
+    ExpectOnHardDisk(cut.output, Content(0, cut.prologEnd));
+}
+
 // A prolog and an epilog of ten chunks each: 8.8 chunks overlap.
 class TenChunkPhases : public EditTest {
 protected:
-    // Reads of the scan come before those of the copy.
-    static constexpr int scanReads = 13;
-
     explicit TenChunkPhases(int position)
         : at(position) {
         platform.pool.tickTables = {
@@ -331,6 +474,16 @@ class EditOfTenChunks : public TenChunkPhases, public ::testing::WithParamInterf
 protected:
     EditOfTenChunks()
         : TenChunkPhases(GetParam().position) {}
+
+    // The edit goes on to its end and counts both phases whole.
+    void ExpectAllMoved() {
+        EXPECT_TRUE(Edit(cut));
+        ExpectCounters(length, length + 2 * ChunkOfTen::length);
+        ExpectOutput(OutToProlog(cut) + Marks(10) + Marks(10) + "\n", "");
+        EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + PhaseCalls(cut, cut.prologEnd) +
+                                        SeekCall(cut) + PhaseCalls(cut, ChunkOfTen::length) +
+                                        CallsAfterPhases(cut));
+    }
 };
 
 TEST_P(EditOfTenChunks, ReadErrorInThePrologEndsIt) {
@@ -375,16 +528,24 @@ TEST_P(EditOfTenChunks, WriteErrorInTheEpilogEndsIt) {
                  "Unexpected write status: " + ErrnoText(ENOSPC) + "\n");
     EXPECT_EQ(platform.Calls(), CallsBeforeInEpilog() + ReadCall(number, at.request) +
                                     WriteCall(cut.output, at.request) + CallsAfterPhases(cut));
+    ExpectOnHardDisk(cut.output, Content(0, cut.prologEnd) +
+                                     Content(cut.epilogStart, cut.epilogStart + at.before));
 }
 
-TEST_P(EditOfTenChunks, ShortWriteIsNotNoticed) {
+TEST_P(EditOfTenChunks, ShortWriteInThePrologIsNotNoticed) {
     platform.Script("write", at.position, {40});
-    EXPECT_TRUE(Edit(cut));
-    ExpectCounters(length, length + 2 * ChunkOfTen::length);
-    EXPECT_EQ(platform.Err(), "");
+    ExpectAllMoved();
     ExpectOnHardDisk(cut.output, Content(0, at.before + 40) +
                                      Content(at.before + at.request, cut.prologEnd) +
                                      Content(cut.epilogStart, length));
+}
+
+TEST_P(EditOfTenChunks, ShortWriteInTheEpilogIsNotNoticed) {
+    platform.Script("write", 10 + at.position, {40});
+    ExpectAllMoved();
+    long const written = cut.epilogStart + at.before + 40;
+    ExpectOnHardDisk(cut.output, Content(0, cut.prologEnd) + Content(cut.epilogStart, written) +
+                                     Content(cut.epilogStart + at.before + at.request, length));
 }
 
 INSTANTIATE_TEST_SUITE_P(At, EditOfTenChunks, ::testing::ValuesIn(positions), NameOfCase());

@@ -182,6 +182,7 @@ TEST_P(InsertOfTenChunks, WriteErrorEndsItWithoutTruncatingOrTelling) {
     ExpectOutput(outBefore, "Unexpected write status: " + ErrnoText(ENOSPC) + "\n");
     EXPECT_EQ(platform.Calls(),
               callsBefore + callsAt + WriteTargetCall(at.request) + CallsAfterMove(source));
+    ExpectWritten(number, Source(0, at.before));
     EXPECT_EQ(platform.pool.files[number].statedLength, 1000);
 }
 

@@ -25,14 +25,18 @@ protected:
 
     // What stands in the slot after a source of this size: each chunk as it was read, a partial
     // one over what the buffer held before, and the buffer again and again once there is no more.
-    static std::string SlotAfter(long sourceSize) {
+    // The read with `shortOrdinal`, counted from 1, brings only `shortCount` bytes.
+    static std::string SlotAfter(long sourceSize, int shortOrdinal = 0, long shortCount = 0) {
         std::string buffer(static_cast<std::size_t>(chunk), '\0');
         std::string written;
         written.reserve(static_cast<std::size_t>(slot));
-        for (long offset = 0; offset < slot; offset += chunk) {
-            long const got = std::clamp(sourceSize - offset, 0L, chunk);
+        long offset = 0;
+        for (int ordinal = 1; ordinal <= slot / chunk; ++ordinal) {
+            long const most = ordinal == shortOrdinal ? shortCount : chunk;
+            long const got = std::clamp(sourceSize - offset, 0L, most);
             buffer.replace(0, static_cast<std::size_t>(got), Source(offset, offset + got));
             written += buffer;
+            offset += got;
         }
         return written;
     }
@@ -146,6 +150,7 @@ TEST_P(OverwriteOf512Chunks, WriteErrorEndsIt) {
     ExpectOutput(outBefore, "Unexpected write status: " + ErrnoText(ENOSPC) + "\n");
     EXPECT_EQ(platform.Calls(), callsBefore + ReadSourceCall(source, chunk) +
                                     WriteTargetCall(chunk) + CallsAfterMove(source));
+    ExpectWritten(number, Source(0, before));
 }
 
 TEST_P(OverwriteOf512Chunks, ShortWriteIsToldAsAShortReadAndIsTheLast) {
@@ -164,10 +169,12 @@ TEST_P(OverwriteOf512Chunks, ShortReadIsNotLookedAt) {
     EXPECT_TRUE(Overwrite());
     ExpectCounters(slot, slot);
     ExpectOutput(CopyingLine() + std::string(64, '.') + "\n", "");
+    ExpectWritten(number, SlotAfter(slot, position, 40));
 }
 
 INSTANTIATE_TEST_SUITE_P(At, OverwriteOf512Chunks,
                          ::testing::Values(PositionCase{{"First"}, 1}, PositionCase{{"Eighth"}, 8},
+                                           PositionCase{{"Middle"}, 256},
                                            PositionCase{{"Last"}, 512}),
                          NameOfCase());
 

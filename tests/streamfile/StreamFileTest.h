@@ -57,6 +57,15 @@ protected:
                           [&](long count) { return WriteCall(fileName, count); });
     }
 
+    // What a read that answers -2 leads to: the line about it, and a write of as many bytes.
+    static std::string ShortLineOfMinusTwo(long fileSize, long request) {
+        return " unexpected EOF: fileSize=" + Show(fileSize) + " expectedRead=" + Show(request) +
+               "  actualRead=-2\n";
+    }
+    static std::string WriteCallOfMinusTwo(std::string const& fileName) {
+        return "write(" + fileName + ", " + Show(static_cast<std::size_t>(-2)) + ")\n";
+    }
+
     // The progress marks of so many chunks.
     static std::string Marks(long chunks) {
         return std::string(static_cast<std::size_t>(chunks / 8), '.');
