@@ -157,5 +157,20 @@ TEST_F(Subscriber, ThatIsLiedToReadsNothingOutsideOfTheMessage) {
     EXPECT_EQ(client.Finish(), (Outcome{255, "", ""}));
 }
 
+TEST_F(Subscriber, ThatIsSentWhatIsNoMessageDoesNotHearIt) {
+    Child& client = Subscribe();
+    Intruder const intruder(recorder, "Intruder");
+    for (std::uint32_t const id : {0x3614U, 0x3615U, 0x3616U}) {
+        for (std::string const& datagram : Malformed(id)) {
+            intruder.Send(datagram, NameOf(client));
+        }
+    }
+    intruder.Send(Message(0x3615, Word(4) + "good"), NameOf(client));
+    ASSERT_TRUE(recorder.Logs("reid good\n"));
+    EXPECT_EQ(Told(client), "Record start, reid good\n");
+    client.Signal(SIGINT);
+    EXPECT_EQ(client.Finish(), (Outcome{255, "", ""}));
+}
+
 } // namespace
 } // namespace e2e
