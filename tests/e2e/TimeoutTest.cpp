@@ -1,7 +1,9 @@
 // Requests to a service that takes them and does not answer.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <future>
 #include <list>
 
 #include "EventDatabase.h"
@@ -12,10 +14,12 @@ namespace e2e {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 struct Unanswered {
     Words arguments;
     Outcome outcome;
+    std::chrono::seconds patience; // of the tool
 };
 
 // All wait at the same time: an event operation for a minute, a subscription for five seconds.
@@ -28,24 +32,32 @@ TEST(Timeout, OfEveryRequestIsAFailureAndItsLateAnswerDoesNoHarm) {
     fs::path const backup = recorder.Directory() / "backup";
     std::string const rule = std::string(95, '#') + '\n';
     std::list<Unanswered> const requests{
-        {{"--ratf", everySince2000}, {0, "", "RATF call FAILED\n"}},
+        {{"--ratf", everySince2000}, {0, "", "RATF call FAILED\n"}, 60s},
         {{"--split", reid + ",1"},
          {0, "",
           '\n' + rule + "Submitting Split Event request with REID: '" + reid +
-              "', splitsize = 1 GiB\n" + rule + "\nSPLIT call FAILED\n"}},
-        {{"--bkupdb", backup}, {0, "", "backup failed\n"}},
-        {{"-c"}, {99, "", ""}},
+              "', splitsize = 1 GiB\n" + rule + "\nSPLIT call FAILED\n"},
+         60s},
+        {{"--bkupdb", backup}, {0, "", "backup failed\n"}, 60s},
+        {{"-c"}, {99, "", ""}, 5s},
     };
 
     recorder.Service().Signal(SIGSTOP);
+    auto const start = std::chrono::steady_clock::now();
     std::list<Child> clients;
     for (Unanswered const& request : requests) {
         clients.emplace_back(recorder.ToolCommand(request.arguments));
     }
+    std::list<std::future<void>> ends; // each is waited for when it goes
     auto client = clients.begin();
     for (Unanswered const& request : requests) {
-        EXPECT_EQ(client++->Finish(), request.outcome) << request.arguments.front();
+        ends.push_back(std::async(std::launch::async, [&request, start, &tool = *client++] {
+            EXPECT_EQ(tool.Finish(), request.outcome) << request.arguments.front();
+            EXPECT_GE(std::chrono::steady_clock::now() - start, request.patience)
+                << request.arguments.front();
+        }));
     }
+    ends.clear();
     EXPECT_FALSE(fs::exists(backup));
 
     // What was asked is carried out all the same, as soon as the service can.
