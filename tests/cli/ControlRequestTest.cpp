@@ -47,17 +47,47 @@ std::string RequestCalls(Request const& request, int lastStep) {
     return calls;
 }
 
-using ControlRequestTest = CliTest;
+std::string Sent(Request const& request) {
+    return "Successfully sent " + request.text + " request\n";
+}
 
-class EachControlRequest : public CliTest, public ::testing::WithParamInterface<Request> {};
+class ControlRequestTest : public CliTest {
+protected:
+    // The connection could not be made, and no service runs.
+    void PrepareInVain() {
+        platform.Script("Init", 1, {1});
+        platform.pidofOutput = "";
+        EXPECT_EQ(cli.PreInit(), 2U);
+    }
+
+    void ExpectDelivery(Request const& request) {
+        std::string const before = platform.Recorded().Trace();
+        EXPECT_EQ(cli.ProcessOption(request.option, nullptr), 3U);
+        EXPECT_EQ(platform.Recorded().Trace(), before + RequestCalls(request, 3) + "out " +
+                                                   Show(Sent(request)) + "\n~IpcMessage()\n");
+    }
+
+    void ExpectFailure(Request const& request, Step const& step, long answer) {
+        std::string const before = platform.Recorded().Trace();
+        platform.Script(step.name, 1, {answer});
+        EXPECT_EQ(cli.ProcessOption(request.option, nullptr), 2U);
+        EXPECT_EQ(platform.Recorded().Trace(),
+                  before + RequestCalls(request, step.number) + "err " +
+                      Show(step.failure + request.text + "\n") + "\n~IpcMessage()\n");
+    }
+};
+
+class EachControlRequest : public ControlRequestTest,
+                           public ::testing::WithParamInterface<Request> {};
 
 TEST_P(EachControlRequest, IsToldWhenItWasDelivered) {
-    std::string const before = platform.Recorded().Trace();
-    EXPECT_EQ(cli.ProcessOption(GetParam().option, nullptr), 3U);
-    std::string const told = "Successfully sent " + GetParam().text + " request\n";
-    EXPECT_EQ(platform.Recorded().FlushedOut(), told + "<flush>");
-    EXPECT_EQ(platform.Recorded().Trace(),
-              before + RequestCalls(GetParam(), 3) + "out " + Show(told) + "\n~IpcMessage()\n");
+    ExpectDelivery(GetParam());
+    EXPECT_EQ(platform.Recorded().FlushedOut(), Sent(GetParam()) + "<flush>");
+}
+
+TEST_P(EachControlRequest, IsTriedAlsoWithoutServiceAndWithoutConnection) {
+    PrepareInVain();
+    ExpectDelivery(GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(Option, EachControlRequest, ::testing::ValuesIn(requests), NameOfCase());
@@ -70,16 +100,18 @@ std::string FailureName(::testing::TestParamInfo<FailureCase> const& info) {
     return request.name + step.name + (answer < 0 ? "Negative" : "Positive");
 }
 
-class FailedControlRequest : public CliTest, public ::testing::WithParamInterface<FailureCase> {};
+class FailedControlRequest : public ControlRequestTest,
+                             public ::testing::WithParamInterface<FailureCase> {};
 
 TEST_P(FailedControlRequest, EndsWithTheMessageOfItsStep) {
     auto const& [request, step, answer] = GetParam();
-    std::string const before = platform.Recorded().Trace();
-    platform.Script(step.name, 1, {answer});
-    EXPECT_EQ(cli.ProcessOption(request.option, nullptr), 2U);
-    EXPECT_EQ(platform.Recorded().Trace(), before + RequestCalls(request, step.number) + "err " +
-                                               Show(step.failure + request.text + "\n") +
-                                               "\n~IpcMessage()\n");
+    ExpectFailure(request, step, answer);
+}
+
+TEST_P(FailedControlRequest, EndsThereAlsoWithoutServiceAndWithoutConnection) {
+    auto const& [request, step, answer] = GetParam();
+    PrepareInVain();
+    ExpectFailure(request, step, answer);
 }
 
 INSTANTIATE_TEST_SUITE_P(OptionAndStep, FailedControlRequest,
@@ -94,15 +126,6 @@ TEST_F(ControlRequestTest, TwoPingsAreTwoRequests) {
     ExpectOutput("Successfully sent ping request\nSuccessfully sent ping request\n", "");
     std::string const ping = RequestCalls(requests[0], 3) + "~IpcMessage()\n";
     EXPECT_EQ(platform.Calls(), before + ping + ping);
-}
-
-TEST_F(ControlRequestTest, RequestIsTriedAlsoWithoutServiceAndWithoutConnection) {
-    platform.Script("Init", 1, {1});
-    platform.pidofOutput = "";
-    EXPECT_EQ(cli.PreInit(), 2U);
-    EXPECT_EQ(cli.ProcessOption('p', nullptr), 3U);
-    ExpectOutput("StreamMgr is currently NOT running\nSuccessfully sent ping request\n",
-                 "Error initializing the connection\n");
 }
 
 TEST_F(ControlRequestTest, TextAndIdOfTheCallerAreSentAsTheyAre) {

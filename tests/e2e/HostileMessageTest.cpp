@@ -35,18 +35,8 @@ std::vector<std::string> Payloads() {
             Noise(65536)};
 }
 
-std::vector<std::string> Malformed() {
-    std::vector<std::string> datagrams{"x",
-                                       std::string(15, '\0'),
-                                       std::string(16, '\0'),
-                                       Header(magic + 1, quit, 0),
-                                       Header(magic, quit, 0).substr(0, 15),
-                                       Header(magic, quit, 5) + "quit",
-                                       Header(magic, quit, 4) + std::string("quit\0", 5),
-                                       Header(magic, quit, 0xFFFFFFFF),
-                                       Header(magic, quit, 0xFFFFFFF0) + "quit",
-                                       Message(quit, std::string(65537, 'q')),
-                                       Noise(70000)};
+std::vector<std::string> Hostile() {
+    std::vector<std::string> datagrams = Malformed(quit);
     for (std::uint32_t const id : RequestIds()) {
         for (std::string const& payload : Payloads()) {
             datagrams.push_back(Message(id, payload));
@@ -83,7 +73,7 @@ protected:
 
 TEST_P(HostileMessage, DoesNotKeepTheServiceFromServing) {
     Intruder const intruder(recorder, GetParam());
-    for (std::string const& datagram : Malformed()) {
+    for (std::string const& datagram : Hostile()) {
         intruder.Send(datagram);
     }
     ExpectThatTheServiceServes();

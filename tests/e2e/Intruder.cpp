@@ -32,6 +32,20 @@ std::string Message(std::uint32_t id, std::string const& payload) {
     return Header(magic, id, static_cast<std::uint32_t>(payload.size())) + payload;
 }
 
+std::vector<std::string> Malformed(std::uint32_t id) {
+    return {"x",
+            std::string(15, '\0'),
+            std::string(16, '\0'),
+            Header(magic + 1, id, 0),
+            Header(magic, id, 0).substr(0, 15),
+            Header(magic, id, 5) + "quit",
+            Header(magic, id, 4) + std::string("quit\0", 5),
+            Header(magic, id, 0xFFFFFFFF),
+            Header(magic, id, 0xFFFFFFF0) + "quit",
+            Message(id, std::string(65537, 'q')),
+            Noise(70000)};
+}
+
 Intruder::Intruder(Recorder const& recorder, std::string const& name)
     : directory_((recorder.Root() / "ipc/").string())
     , socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {

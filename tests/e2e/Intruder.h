@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "FileDescriptor.h"
 #include "Recorder.h"
@@ -17,6 +18,9 @@ constexpr std::uint32_t magic = 0x4C4E5831;
 std::string Word(std::uint32_t value);
 std::string Header(std::uint32_t first, std::uint32_t id, std::uint32_t payloadSize);
 std::string Message(std::uint32_t id, std::string const& payload);
+
+// Datagrams that are no message, though some bear the id of one.
+std::vector<std::string> Malformed(std::uint32_t id);
 
 // Has a name of its own, or none, sends, and never listens.
 class Intruder {

@@ -26,23 +26,52 @@ protected:
     fs::path Database() const { return recorder.Root() / "events.db"; }
     fs::path Backup() const { return recorder.Directory() / "backup"; }
 
+    // What the rounds did, and what was looked at after them.
+    struct Work {
+        int deleted = 0;
+        int made = 0;
+        int backedUp = 0;
+        int files = 0;
+    };
+
     // Records two streams while events are made and deleted and the database is backed up, and ends
-    // all that after so long.
-    void RecordAndKill(int delayMs) {
-        std::string const reids = fs::exists(Database()) ? Rows(Database(), "SELECT reid FROM event"
-                                                                            " ORDER BY id LIMIT 1")
-                                                         : "";
+    // all that after so long. A patient round lets the clients come to their ends before.
+    void RecordAndKill(int delayMs, bool isPatient) {
+        toBeDeleted =
+            fs::exists(Database())
+                ? FirstReid(Rows(Database(), "SELECT reid FROM event ORDER BY id LIMIT 1"))
+                : "";
         recorder.StartService(
             {"--record", "1=" CLIP_PATH, "--record", "2=" CLIP_PATH, "--fast", "--loop"});
         std::list<Child> clients;
-        for (Words const& request : {Words{"-d", FirstReid(reids)}, Words{"--bkupdb", Backup()},
+        for (Words const& request : {Words{"-d", toBeDeleted}, Words{"--bkupdb", Backup()},
                                      Words{"--ratf", everySince2000}}) {
             clients.emplace_back(recorder.ToolCommand(request));
         }
+        if (isPatient) {
+            FinishAll(clients);
+        }
         poll(nullptr, 0, delayMs);
         recorder.StopService(SIGKILL);
+        if (!isPatient) {
+            FinishAll(clients);
+        }
+    }
+
+    void FinishAll(std::list<Child>& clients) {
         for (Child& client : clients) {
-            EXPECT_GE(client.Finish().status, 0); // whatever it says, it ends
+            Outcome const outcome = client.Finish();
+            EXPECT_GE(outcome.status, 0); // whatever it says, it ends
+            work.backedUp += outcome.out.ends_with("backup successful\n") ? 1 : 0;
+            work.made += FirstReid(outcome.out).empty() ? 0 : 1;
+        }
+    }
+
+    // That the request was sent is all that the tool says of a delete.
+    void CountDelete() {
+        if (!toBeDeleted.empty() &&
+            Rows(Database(), "SELECT 1 FROM event WHERE reid = '" + toBeDeleted + "'").empty()) {
+            ++work.deleted;
         }
     }
 
@@ -63,7 +92,7 @@ protected:
     }
 
     // Every file that the database knows of has the ticks that it is said to have.
-    void ExpectThatFilesAreAsTheDatabaseKnows() const {
+    void ExpectThatFilesAreAsTheDatabaseKnows() {
         std::istringstream rows(Rows(Database(), "SELECT file_number, first_tick, last_tick,"
                                                  " finished FROM file WHERE wiped = 0"));
         int number = 0;
@@ -78,6 +107,7 @@ protected:
             ASSERT_GE(last, first);
             EXPECT_EQ(Numbers(TicksShown(shown.out)), NumbersFrom(first, last - first + 1))
                 << "file " << number;
+            ++work.files;
         }
     }
 
@@ -128,23 +158,31 @@ protected:
     }
 
     Recorder recorder;
+    std::string toBeDeleted; // the event of this round; empty when there is none
+    Work work;
 };
 
 TEST_F(Kill, AtAnyMomentLosesNothingThatWasFinished) {
     int const rounds = ToolIsEmulated() ? 10 : 25;
     constexpr int longestDelayMs = 60;
+    constexpr int patientEvery = 3;
     std::minstd_rand random(1);
     for (int round = 0; round < rounds && !HasFailure(); ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
-        RecordAndKill(static_cast<int>(random() % longestDelayMs));
+        RecordAndKill(static_cast<int>(random() % longestDelayMs), round % patientEvery == 0);
         ExpectConsistentRemains();
         pid_t const service = recorder.StartService().Pid();
+        CountDelete();
         ExpectTablesInOrder(service);
         ExpectThatFilesAreAsTheDatabaseKnows();
         ExpectThatNoTickIsUsedTwice();
         EXPECT_EQ(Faults(Database()), "");
         EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
     }
+    EXPECT_GT(work.deleted, 0);
+    EXPECT_GT(work.made, 0);
+    EXPECT_GT(work.backedUp, 0);
+    EXPECT_GT(work.files, 0);
     ExpectThatABackupLeavesNothingElse();
     Outcome const check = recorder.PoolTool({"check"});
     EXPECT_EQ(check.status, 0) << check;

@@ -238,6 +238,26 @@ TEST_F(Record, OfASourceThatStopsInAPacketKeepsTheWholePackets) {
     EXPECT_TRUE(WithoutTicks(Extract(1)) == whole);
 }
 
+TEST_F(Record, OfASourceThatLosesSyncKeepsTheWholePacketsAroundTheGap) {
+    recorder.CreatePool(1);
+    std::string const clip = Clip();
+    constexpr std::size_t before = 3000 * packetSize;
+    fs::path const source = recorder.Directory() / "gap.ts";
+    WriteFile(source, clip.substr(0, before + 40) + clip.substr(before + 140));
+    recorder.StartService({"--record", "1=" + source.string(), "--fast"});
+    ASSERT_TRUE(recorder.Logs(stopped));
+    EXPECT_EQ(ServiceLog(), "started with a pool of 1 files\n"
+                            "stream 1: recording REID started\n"
+                            "stream 1: recording into stream file 1\n"
+                            "stream 1: lost sync and found it again, 88 bytes dropped\n"
+                            "stream 1: '" +
+                                source.string() +
+                                "' has ended, 6663 packets recorded, 88 bytes dropped\n"
+                                "stream 1: recording REID stopped\n");
+    EXPECT_TRUE(WithoutTicks(Extract(1)) ==
+                clip.substr(0, before) + clip.substr(before + packetSize));
+}
+
 // --- no room -----------------------------------------------------------------------------------
 
 TEST_F(Record, WaitsWhileEventsHoldAllFilesAndGoesOnWhenOneIsDeleted) {

@@ -28,7 +28,12 @@ std::string NotSent(std::string const& text) {
     return "Error sending request " + text + '\n';
 }
 
-class EveryRequest : public testing::TestWithParam<Request> {};
+class EveryRequest : public testing::TestWithParam<Request> {
+protected:
+    static Outcome NotConnected() {
+        return {99, notRunning, "Error initializing the connection\n" + NotSent(GetParam().text)};
+    }
+};
 
 TEST_P(EveryRequest, IsSentToTheService) {
     Recorder recorder;
@@ -41,6 +46,19 @@ TEST_P(EveryRequest, FailsWithoutAService) {
     Recorder const recorder;
     EXPECT_EQ(recorder.Tool({GetParam().option}),
               (Outcome{99, notRunning, NotSent(GetParam().text)}));
+}
+
+TEST_P(EveryRequest, FailsWithoutARoot) {
+    Recorder const recorder;
+    fs::remove(recorder.Root());
+    EXPECT_EQ(recorder.Tool({GetParam().option}), NotConnected());
+}
+
+// Also what cannot be written by the superuser: a file where the directory should be.
+TEST_P(EveryRequest, FailsWithAFileInTheIpcDirectorysPlace) {
+    Recorder const recorder;
+    WriteFile(recorder.Root() / "ipc", "");
+    EXPECT_EQ(recorder.Tool({GetParam().option}), NotConnected());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -93,21 +111,6 @@ TEST(Request, ToStoppedServiceFailsOnceTheQueueIsFull) {
     service.Signal(SIGCONT);
     EXPECT_EQ(recorder.Tool({"-p", "-q"}), (Outcome{0, Sent("ping") + Sent("quit"), ""}));
     EXPECT_EQ(service.Finish().status, 0);
-}
-
-TEST(Request, WithoutARootFails) {
-    Recorder const recorder;
-    fs::remove(recorder.Root());
-    EXPECT_EQ(recorder.Tool({"-p"}),
-              (Outcome{99, notRunning, "Error initializing the connection\n" + NotSent("ping")}));
-}
-
-// Also what cannot be written by the superuser: a file where the directory should be.
-TEST(Request, WithAFileInTheIpcDirectorysPlaceFails) {
-    Recorder const recorder;
-    WriteFile(recorder.Root() / "ipc", "");
-    EXPECT_EQ(recorder.Tool({"-p"}),
-              (Outcome{99, notRunning, "Error initializing the connection\n" + NotSent("ping")}));
 }
 
 TEST(Request, ThatIsSentLeavesNoEndpointBehind) {

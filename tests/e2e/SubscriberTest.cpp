@@ -157,5 +157,87 @@ TEST_F(Subscriber, ThatIsLiedToReadsNothingOutsideOfTheMessage) {
     EXPECT_EQ(client.Finish(), (Outcome{255, "", ""}));
 }
 
+TEST_F(Subscriber, ThatIsSentWhatIsNoMessageDoesNotHearIt) {
+    Child& client = Subscribe();
+    Intruder const intruder(recorder, "Intruder");
+    for (std::uint32_t const id : {0x3614U, 0x3615U, 0x3616U}) {
+        for (std::string const& datagram : Malformed(id)) {
+            intruder.Send(datagram, NameOf(client));
+        }
+    }
+    intruder.Send(Message(0x3615, Word(4) + "good"), NameOf(client));
+    ASSERT_TRUE(recorder.Logs("reid good\n"));
+    EXPECT_EQ(Told(client), "Record start, reid good\n");
+    client.Signal(SIGINT);
+    EXPECT_EQ(client.Finish(), (Outcome{255, "", ""}));
+}
+
+// --- subscriptions that fail, and what comes after one that does not ----------------------------
+
+class Connect : public testing::Test {
+protected:
+    // The tool at a log level; what it logs then goes without line numbers.
+    Outcome ToolAtLevel(char const* level, Words const& arguments) {
+        Command command = recorder.ToolCommand(arguments);
+        command.environment["STREAMMGR_LOGLEVEL"] = level;
+        Child tool(command);
+        name = NameOf(tool);
+        return tool.Finish();
+    }
+    std::string Logged() const {
+        return Replaced(recorder.LogOf(name), "StreamMgrCli:[0-9]+", "StreamMgrCli:N");
+    }
+
+    void StartService() {
+        recorder.CreatePool(1);
+        recorder.StartService();
+    }
+
+    std::string const notSubscribed = "StreamMgrCli:N Could not subscribe to StreamMgr\n";
+    Recorder recorder;
+    std::string name; // of the last tool
+};
+
+TEST_F(Connect, WithoutAServiceFailsWithAnEntryInTheLog) {
+    EXPECT_EQ(ToolAtLevel("1", {"-c"}), (Outcome{99, notRunning, ""}));
+    EXPECT_EQ(Logged(), notSubscribed);
+    EXPECT_EQ(std::ranges::count(recorder.Log(), '\n'), 1) << recorder.Log();
+}
+
+TEST_F(Connect, WithoutAServiceFailsSilentlyWhenErrorsAreNotLogged) {
+    for (char const* const level : {"0", "2"}) {
+        EXPECT_EQ(ToolAtLevel(level, {"--connect"}), (Outcome{99, notRunning, ""})) << level;
+        EXPECT_EQ(recorder.Log(), "") << level;
+    }
+}
+
+TEST_F(Connect, ThatFailsIsFollowedByTheNextOption) {
+    EXPECT_EQ(ToolAtLevel("1", {"-c", "-p"}),
+              (Outcome{99, notRunning, "Error sending request ping\n"}));
+    EXPECT_EQ(Logged(), notSubscribed);
+    StartService();
+    EXPECT_EQ(ToolAtLevel("1", {"-p"}), (Outcome{0, "Successfully sent ping request\n", ""}));
+}
+
+TEST_F(Connect, ThatSucceedsNeverComesToTheNextOption) {
+    StartService();
+    Child tool(recorder.ToolCommand({"-c", "-p"}));
+    ASSERT_TRUE(recorder.Logs("subscription requested by " + NameOf(tool) + '\n', 3));
+    ASSERT_TRUE(recorder.Logs("\tfree: ")); // the tool waits for notifications
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), (Outcome{255, "", ""}));
+    EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
+    EXPECT_EQ(recorder.LogOf("StreamMgr").find("ping"), std::string::npos) << recorder.Log();
+}
+
+TEST_F(Connect, ToAStoppedServiceIsGivenUp) {
+    StartService();
+    recorder.Service().Signal(SIGSTOP);
+    EXPECT_EQ(ToolAtLevel("1", {"-c"}), (Outcome{99, "", ""}));
+    EXPECT_EQ(Logged(), notSubscribed);
+    recorder.Service().Signal(SIGCONT);
+    EXPECT_EQ(recorder.Tool({"-p"}).status, 0);
+}
+
 } // namespace
 } // namespace e2e

@@ -1,0 +1,31 @@
+// A service that gives replies of a test's choice, and the encodings that they are made of.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Item.h"
+#include "ipc/Payload.h"
+#include "ipc/ServerThread.h"
+
+// The encodings of the items, back to back.
+template <typename... Items>
+std::string Bytes(Items... items) {
+    auto const payload = workstation::EncodeItems({&items...});
+    return {payload.begin(), payload.end()};
+}
+
+// A stream manager that answers one request after the other with these replies.
+class ReplyingService {
+public:
+    ReplyingService(unsigned int replyId, std::vector<std::string> replies)
+        : server_("StreamMgr", [replyId, replies = std::move(replies)](auto& endpoint) {
+            for (std::string const& reply : replies) {
+                auto const request = ServerThread::Next(endpoint);
+                endpoint.Send(request.sender, replyId, reply, request.correlation, patienceMs);
+            }
+        }) {}
+
+private:
+    ServerThread server_;
+};
