@@ -65,9 +65,8 @@ TEST(Service, RefusesToStartWithoutAPool) {
     Recorder const recorder;
     EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),
               (Outcome{1, "",
-                       "pool '" + recorder.Pool().string() +
-                           "': cannot open: No such file or directory\n"
-                           "StreamMgr: cannot serve without a pool\n"}));
+                       "StreamMgr: pool '" + recorder.Pool().string() +
+                           "': cannot open: No such file or directory\n"}));
 }
 
 TEST(Service, RefusesADamagedDatabaseAndLeavesItAsItIs) {
@@ -91,7 +90,10 @@ TEST(Service, RefusesADamagedDatabaseAndLeavesItAsItIs) {
 
 TEST(Service, RefusesAnUnknownOption) {
     Recorder const recorder;
-    EXPECT_EQ(RunToEnd(recorder.ServiceCommand({"--nonsense"})).status, 2);
+    EXPECT_EQ(RunToEnd(recorder.ServiceCommand({"--nonsense"})),
+              (Outcome{2, "",
+                       "StreamMgr: The following argument was not expected: --nonsense "
+                       "(see StreamMgr --help)\n"}));
 }
 
 TEST(Service, LogsWhoAskedForWhat) {

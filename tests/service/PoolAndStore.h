@@ -13,9 +13,9 @@
 #include "StreamFileAccess.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
-#include "support/LogFile.h"
 #include "service/recording/SlotFiller.h"
 #include "service/store/EventStore.h"
+#include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
 namespace workstation {

@@ -79,10 +79,10 @@ int RunService(ServiceOptions const& options) {
     if (!root) {
         return FailToStart(why.text);
     }
-    StreamFileAccess pool;
-    if (!pool.InitializeFileAccess(false, true)) {
-        return FailToStart("cannot serve without a pool");
+    if (!PoolSession::Instance().Load(true, why)) {
+        return FailToStart(why.text);
     }
+    StreamFileAccess pool;
     int status = EXIT_FAILURE;
     try {
         status = Serve(signals, pool, options);
