@@ -83,7 +83,7 @@ std::vector<Call> Calls() {
         {"RecordAfterTheFact",
          recordAfterTheFactReply,
          yes + Bytes(StringItem(madeReid)),
-         no + Bytes(StringItem("")),
+         no + Bytes(StringItem(madeReid)),
          {yes + Bytes(UIntItem(0xFFFFFFFF)) + madeReid, yes + Bytes(UIntItem(0x7FFFFFFF)),
           yes + Bytes(UIntItem(20)) + madeReid, yes + Bytes(UIntItem(18)) + madeReid,
           yes + Bytes(UIntItem(0)) + madeReid, "\x02" + Bytes(StringItem(madeReid))},

@@ -134,10 +134,18 @@ TEST_F(Subscriber, IsToldTheFiguresOfTheStorageDump) {
               "event untransferred not in buffer: 94 MB\nfree: 94 MB\n");
 }
 
+// Waits until a client has all its subscriptions confirmed: only then does it listen to this. What
+// filled its queue before would keep the service's answers out.
+void AwaitReadiness(Recorder const& recorder, Intruder const& intruder, std::string const& client) {
+    intruder.Send(Message(0x3616, Word(5) + "ready"), client);
+    ASSERT_TRUE(recorder.Logs("reid ready\n"));
+}
+
 // A length beyond the message, a short one, and one that is no notification at all.
 TEST_F(Subscriber, ThatIsLiedToReadsNothingOutsideOfTheMessage) {
     Child& client = Subscribe();
     Intruder const intruder(recorder, "Intruder");
+    AwaitReadiness(recorder, intruder, NameOf(client));
     for (std::uint32_t const id : {0x3615U, 0x3616U}) {
         for (std::string const& payload :
              {std::string(), Word(1), Word(4) + "abc", Word(0x7FFFFFFF) + "abc",
@@ -151,8 +159,9 @@ TEST_F(Subscriber, ThatIsLiedToReadsNothingOutsideOfTheMessage) {
     intruder.Send(Message(0x3615, Word(4) + "good"), NameOf(client));
     ASSERT_TRUE(recorder.Logs("reid good\n"));
     std::string const told = Told(client);
-    EXPECT_EQ(Replaced(told, "Record (start|stop), reid \n", ""), "Record start, reid good\n");
-    EXPECT_EQ(std::ranges::count(told, '\n'), 7 + 7 + 1);
+    EXPECT_EQ(Replaced(told, "Record (start|stop), reid \n", ""),
+              "Record stop, reid ready\nRecord start, reid good\n");
+    EXPECT_EQ(std::ranges::count(told, '\n'), 1 + 7 + 7 + 1);
     client.Signal(SIGINT);
     EXPECT_EQ(client.Finish(), (Outcome{255, "", ""}));
 }
@@ -160,6 +169,7 @@ TEST_F(Subscriber, ThatIsLiedToReadsNothingOutsideOfTheMessage) {
 TEST_F(Subscriber, ThatIsSentWhatIsNoMessageDoesNotHearIt) {
     Child& client = Subscribe();
     Intruder const intruder(recorder, "Intruder");
+    AwaitReadiness(recorder, intruder, NameOf(client));
     for (std::uint32_t const id : {0x3614U, 0x3615U, 0x3616U}) {
         for (std::string const& datagram : Malformed(id)) {
             intruder.Send(datagram, NameOf(client));
@@ -167,7 +177,7 @@ TEST_F(Subscriber, ThatIsSentWhatIsNoMessageDoesNotHearIt) {
     }
     intruder.Send(Message(0x3615, Word(4) + "good"), NameOf(client));
     ASSERT_TRUE(recorder.Logs("reid good\n"));
-    EXPECT_EQ(Told(client), "Record start, reid good\n");
+    EXPECT_EQ(Told(client), "Record stop, reid ready\nRecord start, reid good\n");
     client.Signal(SIGINT);
     EXPECT_EQ(client.Finish(), (Outcome{255, "", ""}));
 }

@@ -66,11 +66,12 @@ bool RecordAfterTheFact(LinxIpc& ipc, long start, long stop, std::string& reid, 
     BoolItem made;
     StringItem event;
     if (!Ask(ipc, recordAfterTheFactRequest, {&startTime, &stopTime, &keptStreams}, timeoutMs,
-             recordAfterTheFactReply, {&made, &event})) {
+             recordAfterTheFactReply, {&made, &event}) ||
+        !made.Value()) {
         return false;
     }
     reid = event.Value();
-    return made.Value();
+    return true;
 }
 
 bool SetTagsComplete(std::string reid, LinxIpc& ipc, int timeoutMs) {

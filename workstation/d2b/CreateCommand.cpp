@@ -82,6 +82,7 @@ void AddCreateCommand(CLI::App& tool) {
     auto* const command = tool.add_subcommand("create", "Makes a pool of empty stream files.");
     command->add_option("--files", options->fileCount, "Number of stream files")
         ->required()
+        ->option_text("N, up to " + std::to_string(poolMaxFileCount) + " (required)")
         ->check(CLI::Range(std::uint32_t{0}, poolMaxFileCount));
     command->add_flag("--ext4", options->isExt4, "Makes a directory instead of an image");
     command->add_flag("--force", options->replace, "Replaces an existing pool");

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <limits>
 #include <memory>
+#include <string>
 
 #include "Root.h"
 #include "d2b/Commands.h"
@@ -59,12 +60,16 @@ void AddSetCommand(CLI::App& tool) {
     auto* const values = command->add_option_group("Values");
     values->require_option();
     values->add_option("--length", options->length, "Stated length in bytes")
+        ->option_text("BYTES, up to " + std::to_string(poolSlotSize))
         ->check(CLI::Range(none, poolSlotSize));
     values->add_option("--controller", options->controller, "Write controller, 0 for nobody")
+        ->option_text("N, up to " + std::to_string(maxController))
         ->check(CLI::Range(none, maxController));
     values->add_option("--db-match", options->dbMatch, "Known to the stream database as it is")
+        ->option_text("true or false")
         ->check(CLI::IsMember({"true", "false"}));
     values->add_option("--readers", options->atomicReaders, "Number of atomic readers")
+        ->option_text("N")
         ->check(CLI::Range(none, maxReaders));
     command->callback([fileNumber, options] {
         Failure why;

@@ -61,10 +61,15 @@ void AddTickCommand(CLI::App& tool) {
         tool.add_subcommand("tick", "Copies a transport stream and adds system ticks by its PCR.");
     command->add_option("IN", options->source, "A transport stream without ticks")->required();
     command->add_option("OUT", options->target, "The stream with ticks, may be IN")->required();
-    command->add_option("--first", options->first, "Number of the first tick")->required();
-    command->add_option("--time", options->time, "Its time in seconds since the epoch")->required();
+    command->add_option("--first", options->first, "Number of the first tick")
+        ->required()
+        ->option_text("TICK (required)");
+    command->add_option("--time", options->time, "Its time in seconds since the epoch")
+        ->required()
+        ->option_text("SECONDS (required)");
     command->add_option("--rate", options->rate, "Ticks a second")
-        ->capture_default_str()
+        ->option_text("N, up to " + std::to_string(fastest) + ", else " +
+                      std::to_string(options->rate))
         ->check(CLI::Range(slowest, fastest));
     command
         ->add_option("--gap", options->gaps,
