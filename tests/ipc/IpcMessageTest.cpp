@@ -13,13 +13,6 @@ std::string Payload(IpcMessage& message) {
 
 } // namespace
 
-TEST(IpcMessageTest, NewMessageIsEmpty) {
-    IpcMessage message;
-    EXPECT_EQ(message.Id(), 0U);
-    EXPECT_EQ(message.Size(), 0U);
-    EXPECT_EQ(message.Data(), nullptr);
-}
-
 TEST(IpcMessageTest, AllocatedPayloadIsZeroFilled) {
     IpcMessage message;
     ASSERT_EQ(message.Allocate(7, 3, nullptr), 0);
