@@ -29,15 +29,15 @@ public:
             std::abort();
         }
         std::ofstream file(Path(), std::ios::binary);
-        for (std::uint64_t i = 0; i < clipSize / tsPacketSize; ++i) {
-            unsigned char packet[tsPacketSize] = {tsSyncByte, 0x01, 0x00, 0x10};
+        for (std::uint64_t i = 0; i < clipSize / ts::tsPacketSize; ++i) {
+            unsigned char packet[ts::tsPacketSize] = {ts::tsSyncByte, 0x01, 0x00, 0x10};
             if (i % packetsPerPcr == 0) {
                 packet[3] = 0x30; // adaptation field and payload
                 packet[4] = 7;    // its length
                 packet[5] = 0x10; // PCR_flag
                 WriteBig48(&packet[6], (i / packetsPerPcr * 3600) << 15 | 0x7E00);
             }
-            file.write(reinterpret_cast<char const*>(packet), tsPacketSize);
+            file.write(reinterpret_cast<char const*>(packet), ts::tsPacketSize);
         }
     }
     ~Clip() {
@@ -53,16 +53,17 @@ private:
     std::string directory_ = "/tmp/recordingXXXXXX";
 };
 
-class NoTarget : public RecordingTarget {
+class NoTarget : public service::recording::RecordingTarget {
 public:
-    void Begin(StopEvent const&) override {}
-    void Write(TickedPackets const& packets, StopEvent const&) override {
+    void Begin(service::recording::StopEvent const&) override {}
+    void Write(service::recording::TickedPackets const& packets,
+               service::recording::StopEvent const&) override {
         benchmark::DoNotOptimize(packets.bytes.data());
     }
     void End() override {}
 };
 
-class CountingTicks : public TickSource {
+class CountingTicks : public service::recording::TickSource {
 public:
     std::uint32_t ReserveTicks(int, std::uint32_t count) override { return next_ += count; }
     void ReturnTicks(int, std::uint32_t) override {}
@@ -76,9 +77,9 @@ void RecordFile(benchmark::State& state) {
     for (auto _ : state) {
         NoTarget target;
         CountingTicks ticks;
-        SystemRecordingClock clock;
-        StopEvent const stop;
-        Recording(
+        service::recording::SystemRecordingClock clock;
+        service::recording::StopEvent const stop;
+        service::recording::Recording(
             {1, clip.Path(), true}, target, ticks, clock, [](std::string const&) {}, stop)
             .Run();
     }

@@ -50,7 +50,7 @@ bool Measure(char const* name, int count, std::function<bool()> const& operation
 bool Ping(LinxIpc& ipc) {
     constexpr char text[] = "ping";
     IpcMessage request;
-    return request.Allocate(workstation::pingRequest, sizeof text, nullptr) == 0 &&
+    return request.Allocate(workstation::api::pingRequest, sizeof text, nullptr) == 0 &&
            request.Fill(text, sizeof text) == 0 &&
            ipc.Request(LinxServerNameList::Instance()->Name(e_StreamMgr), request, 0, -1,
                        nullptr) == 0;
@@ -60,10 +60,10 @@ bool AskLogLevel(LinxIpc& ipc) {
     IpcMessage request;
     IpcMessage reply;
     UIntItem level;
-    return workstation::PackMessage(request, workstation::getLogLevelRequest, {}) &&
+    return workstation::ipc::PackMessage(request, workstation::api::getLogLevelRequest, {}) &&
            ipc.Request(LinxServerNameList::Instance()->Name(e_StreamMgr), request,
-                       workstation::getLogLevelReply, 5000, &reply) == 0 &&
-           workstation::UnpackMessage(reply, {&level});
+                       workstation::api::getLogLevelReply, 5000, &reply) == 0 &&
+           workstation::ipc::UnpackMessage(reply, {&level});
 }
 
 // The service has recorded something until just now.
@@ -91,13 +91,13 @@ std::string LastHour() {
 
 // One sender as fast as the subscriber takes what it sends.
 bool MeasureNotifications(LinxIpc& subscriber, std::string const& name) {
-    constexpr unsigned int messageId = workstation::recordStartNotification;
+    constexpr unsigned int messageId = workstation::api::recordStartNotification;
     constexpr int count = 50000;
     std::thread sender([&] {
         std::string error;
-        auto endpoint = workstation::Endpoint::Open("Benchmark", error);
+        auto endpoint = workstation::ipc::Endpoint::Open("Benchmark", error);
         StringItem reid("20260131-134510:5f3a9c21");
-        auto const payload = workstation::EncodeItems({&reid});
+        auto const payload = workstation::ipc::EncodeItems({&reid});
         for (int sent = 0; endpoint && sent < count; ++sent) {
             endpoint->Send(name, messageId, payload, 0, 5000);
         }

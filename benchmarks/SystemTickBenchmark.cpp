@@ -20,14 +20,14 @@ std::vector<unsigned char> Slot(std::size_t dataPackets) {
     std::vector<unsigned char> slot(slotSize);
     unsigned int random = 1;
     for (std::size_t i = 0; i < dataPackets; ++i) {
-        auto const packet = slot.begin() + static_cast<std::ptrdiff_t>(i * tsPacketSize);
+        auto const packet = slot.begin() + static_cast<std::ptrdiff_t>(i * ts::tsPacketSize);
         if (i % 500 == 0) {
             auto const tick = static_cast<unsigned int>(i / 500);
-            std::ranges::copy(EncodeSystemTick(TsHelper::StreamSystickSystem, {tick, 0, {}}, tick),
-                              packet);
+            std::ranges::copy(
+                ts::EncodeSystemTick(TsHelper::StreamSystickSystem, {tick, 0, {}}, tick), packet);
             continue;
         }
-        std::generate_n(packet, tsPacketSize, [&random] {
+        std::generate_n(packet, ts::tsPacketSize, [&random] {
             random = random * 1664525 + 1013904223;
             return static_cast<unsigned char>(random >> 24);
         });
@@ -36,14 +36,15 @@ std::vector<unsigned char> Slot(std::size_t dataPackets) {
     return slot;
 }
 
-constexpr std::size_t fullSlot = slotSize / tsPacketSize;
+constexpr std::size_t fullSlot = slotSize / ts::tsPacketSize;
 
 // The least that any scan has to do: look at the first four bytes of every packet.
 void PlainPass(benchmark::State& state) {
     auto const slot = Slot(fullSlot);
     for (auto _ : state) {
         std::size_t ticks = 0;
-        for (std::size_t offset = 0; offset + tsPacketSize <= slot.size(); offset += tsPacketSize) {
+        for (std::size_t offset = 0; offset + ts::tsPacketSize <= slot.size();
+             offset += ts::tsPacketSize) {
             std::uint32_t const header = GetBig32(&slot[offset]);
             ticks += (header & 0xFF1FFF00) == 0x471FA000 ? 1 : 0;
         }

@@ -41,7 +41,7 @@ void DecodeArbitraryBytes(FuzzedDataProvider& plan) {
     }
     auto payload = plan.ConsumeRemainingBytes<char>();
     payload.shrink_to_fit();
-    DecodeScope const scope(payload.data(), payload.size());
+    ipc::DecodeScope const scope(payload.data(), payload.size());
     auto* in = reinterpret_cast<unsigned char*>(payload.data());
     unsigned char const* const end = in + payload.size();
     for (auto const& item : items) {
@@ -61,24 +61,24 @@ void DecodeWhatWasEncoded(FuzzedDataProvider& plan) {
     auto const second = AnyItem(values);
     auto const gotFirst = AnyItem(kinds);
     auto const gotSecond = AnyItem(kinds);
-    auto payload = EncodeItems({first.get(), second.get()});
+    auto payload = ipc::EncodeItems({first.get(), second.get()});
     auto const original = payload;
-    Require(DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
-    Require(EncodeItems({gotFirst.get(), gotSecond.get()}) == original);
+    Require(ipc::DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
+    Require(ipc::EncodeItems({gotFirst.get(), gotSecond.get()}) == original);
     payload.push_back(0);
-    Require(!DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
+    Require(!ipc::DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
     payload.resize(original.size() - 1);
     payload.shrink_to_fit();
-    Require(!DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
+    Require(!ipc::DecodeItems(payload, {gotFirst.get(), gotSecond.get()}));
 }
 
 void DecodeDatagram(FuzzedDataProvider& plan) {
     auto bytes = plan.ConsumeRemainingBytes<unsigned char>();
     bytes.shrink_to_fit();
-    if (auto const header = DecodeHeader(bytes)) {
-        Require(header->payloadSize == bytes.size() - datagramHeaderSize);
-        Require(
-            std::ranges::equal(EncodeHeader(*header), std::span(bytes).first(datagramHeaderSize)));
+    if (auto const header = ipc::DecodeHeader(bytes)) {
+        Require(header->payloadSize == bytes.size() - ipc::datagramHeaderSize);
+        Require(std::ranges::equal(ipc::EncodeHeader(*header),
+                                   std::span(bytes).first(ipc::datagramHeaderSize)));
     }
 }
 

@@ -52,7 +52,7 @@ std::string Datagram(FuzzedMessage const& message) {
         return payload;
     }
     auto const header =
-        EncodeHeader({subscribed.at(kind), 0, static_cast<std::uint32_t>(payload.size())});
+        ipc::EncodeHeader({subscribed.at(kind), 0, static_cast<std::uint32_t>(payload.size())});
     return std::string(header.begin(), header.end()) + payload;
 }
 
@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     for (FuzzedMessage const& message : MessagesIn({data, size})) {
         std::string const datagram = Datagram(message);
         auto const* const bytes = reinterpret_cast<unsigned char const*>(datagram.data());
-        bool const isMessage = DecodeHeader({bytes, datagram.size()}).has_value();
+        bool const isMessage = ipc::DecodeHeader({bytes, datagram.size()}).has_value();
         subscriber.Send(datagram);
         Require(subscriber.Handle() == isMessage);
     }

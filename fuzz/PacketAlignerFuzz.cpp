@@ -20,8 +20,8 @@ Bytes MakeStream(FuzzedDataProvider& input) {
     Bytes stream;
     while (input.remaining_bytes() > 0 && stream.size() < longestStream) {
         for (auto count = input.ConsumeIntegralInRange(0, 30); count > 0; --count) {
-            Bytes packet(tsPacketSize, input.ConsumeIntegral<unsigned char>());
-            packet[0] = tsSyncByte;
+            Bytes packet(ts::tsPacketSize, input.ConsumeIntegral<unsigned char>());
+            packet[0] = ts::tsSyncByte;
             packet[3] = 0x10;
             stream.insert(stream.end(), packet.begin(), packet.end());
         }
@@ -32,18 +32,18 @@ Bytes MakeStream(FuzzedDataProvider& input) {
     return stream;
 }
 
-void Take(PacketAligner& aligner, Bytes& packets) {
+void Take(service::recording::PacketAligner& aligner, Bytes& packets) {
     for (auto run = aligner.Next(); !run.empty(); run = aligner.Next()) {
-        Require(run.size() % tsPacketSize == 0);
-        for (std::size_t i = 0; i < run.size(); i += tsPacketSize) {
-            Require(run[i] == tsSyncByte);
+        Require(run.size() % ts::tsPacketSize == 0);
+        for (std::size_t i = 0; i < run.size(); i += ts::tsPacketSize) {
+            Require(run[i] == ts::tsSyncByte);
         }
         packets.insert(packets.end(), run.begin(), run.end());
     }
 }
 
 Bytes Align(Bytes const& stream, std::size_t pieceSize) {
-    PacketAligner aligner;
+    service::recording::PacketAligner aligner;
     Bytes packets;
     for (std::size_t begin = 0; begin < stream.size();) {
         auto const room = aligner.Room();
@@ -57,8 +57,8 @@ Bytes Align(Bytes const& stream, std::size_t pieceSize) {
     aligner.End();
     Take(aligner, packets);
     auto const& counts = aligner.Counts();
-    Require(counts.packets * tsPacketSize == packets.size());
-    Require(counts.packets * tsPacketSize + counts.droppedBytes == stream.size());
+    Require(counts.packets * ts::tsPacketSize == packets.size());
+    Require(counts.packets * ts::tsPacketSize + counts.droppedBytes == stream.size());
     return packets;
 }
 

@@ -15,11 +15,11 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "pool/PoolImage.h"
-#include "service/ControlRequests.h"
-#include "service/EventRequests.h"
-#include "service/FileRing.h"
-#include "service/StorageNews.h"
-#include "service/SubscriptionRequests.h"
+#include "service/requests/ControlRequests.h"
+#include "service/requests/EventRequests.h"
+#include "service/requests/SubscriptionRequests.h"
+#include "service/ring/FileRing.h"
+#include "service/subscribers/StorageNews.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;
@@ -35,26 +35,27 @@ struct Request {
     std::uint32_t id;
     std::uint32_t reply;
 };
-constexpr std::array<Request, 16> requests{{{pingRequest, noReply},
-                                            {quitRequest, noReply},
-                                            {reapRequest, noReply},
-                                            {infoRequest, noReply},
-                                            {storageDumpRequest, noReply},
-                                            {getLogLevelRequest, getLogLevelReply},
-                                            {setLogLevelRequest, setLogLevelReply},
-                                            {subscribeRequest, subscribeReply},
-                                            {deleteEventRequest, noReply},
-                                            {logFileChainRequest, noReply},
-                                            {recordAfterTheFactRequest, recordAfterTheFactReply},
-                                            {setTagsCompleteRequest, doneReply},
-                                            {splitEventRequest, splitEventReply},
-                                            {backupDatabaseRequest, doneReply},
-                                            {updateFileSizeRequest, doneReply},
-                                            {0xFFFFFFFF, noReply}}};
+constexpr std::array<Request, 16> requests{
+    {{api::pingRequest, noReply},
+     {api::quitRequest, noReply},
+     {api::reapRequest, noReply},
+     {api::infoRequest, noReply},
+     {api::storageDumpRequest, noReply},
+     {api::getLogLevelRequest, api::getLogLevelReply},
+     {api::setLogLevelRequest, api::setLogLevelReply},
+     {api::subscribeRequest, api::subscribeReply},
+     {api::deleteEventRequest, noReply},
+     {api::logFileChainRequest, noReply},
+     {api::recordAfterTheFactRequest, api::recordAfterTheFactReply},
+     {api::setTagsCompleteRequest, api::doneReply},
+     {api::splitEventRequest, api::splitEventReply},
+     {api::backupDatabaseRequest, api::doneReply},
+     {api::updateFileSizeRequest, api::doneReply},
+     {0xFFFFFFFF, noReply}}};
 
-Endpoint Open(std::string const& name) {
+ipc::Endpoint Open(std::string const& name) {
     std::string error;
-    auto endpoint = Endpoint::Open(name, error);
+    auto endpoint = ipc::Endpoint::Open(name, error);
     Require(endpoint.has_value());
     return std::move(*endpoint);
 }
@@ -64,16 +65,16 @@ class Service {
 public:
     Service() {
         setenv("STREAMMGR_LOG", "/dev/null", 1);
-        Failure why;
-        Require(PoolImage::Create(PoolPath(), fileCount, why));
+        Trouble why;
+        Require(pool::PoolImage::Create(PoolPath(), fileCount, why));
         Require(pool_.InitializeFileAccess(false, true));
-        AddControlRequests(router_,
-                           {service_, [] {}, [this] { ring_.Reap(); }, [] { return "info"; },
-                            [this] { return DescribeStorage(Storage()); }});
-        AddEventRequests(router_, {service_, pool_, store_});
-        AddSubscriptionRequests(router_, {service_, subscribers_, [this](std::string const& name) {
-                                              news_.TellNewcomer(name);
-                                          }});
+        service::requests::AddControlRequests(
+            router_, {service_, [] {}, [this] { ring_.Reap(); }, [] { return "info"; },
+                      [this] { return service::subscribers::DescribeStorage(Storage()); }});
+        service::requests::AddEventRequests(router_, {service_, pool_, store_});
+        service::requests::AddSubscriptionRequests(
+            router_, {service_, subscribers_,
+                      [this](std::string const& name) { news_.TellNewcomer(name); }});
     }
     ~Service() { pool_.Unload(); }
 
@@ -83,7 +84,7 @@ public:
     // As before every input: something recorded in all files, one event of them.
     void Renew() {
         LogClient::Instance()->Level(3);
-        for (Event const& event : store_.Events()) {
+        for (store::Event const& event : store_.Events()) {
             Require(store_.DeleteEvent(event.reid));
         }
         for (auto tick = static_cast<std::uint32_t>(store_.FilesInUse().size()); tick < fileCount;
@@ -95,7 +96,7 @@ public:
 
     // Asks, and looks at what comes back.
     void Ask(Request const& request, std::vector<char> payload) {
-        Letter letter{"Client", request.id, correlation, std::move(payload)};
+        ipc::Letter letter{"Client", request.id, correlation, std::move(payload)};
         router_.Handle(letter);
         std::map<std::uint32_t, int> answers;
         while (auto const answer = client_.Receive()) {
@@ -116,16 +117,16 @@ public:
 
     // Events hold files, files are held once in each slot, and the figures add up.
     void Check() const {
-        for (Event const& event : store_.Events()) {
+        for (store::Event const& event : store_.Events()) {
             auto const files = store_.FilesOf(event.reid);
             Require(!files.empty());
-            Require(std::ranges::none_of(files, &RecordedFile::wiped));
+            Require(std::ranges::none_of(files, &store::RecordedFile::wiped));
         }
         std::set<int> numbers;
-        for (RecordedFile const& file : store_.FilesInUse()) {
+        for (store::RecordedFile const& file : store_.FilesInUse()) {
             Require(numbers.insert(file.fileNumber).second);
         }
-        StorageFigures const storage = Storage();
+        service::subscribers::StorageFigures const storage = Storage();
         Require(storage.total == storage.buffer + storage.untransferredNotInBuffer + storage.free);
         Require(storage.untransferredInBuffer <= storage.buffer);
     }
@@ -134,28 +135,30 @@ private:
     void Record(int stream, std::uint32_t tick) {
         auto const file = ring_.Take(stream);
         Require(file != nullptr);
-        TickStamp const stamp{tick, static_cast<int>(tick)};
+        service::recording::TickStamp const stamp{tick, static_cast<int>(tick)};
         std::vector<unsigned char> const packet(188, 0x47);
-        file->Append(packet, {packet.size(), TickRange{stamp, stamp}}, 0);
-        file->Finish({packet.size(), TickRange{stamp, stamp}}, 0);
+        file->Append(packet, {packet.size(), service::ring::TickRange{stamp, stamp}}, 0);
+        file->Finish({packet.size(), service::ring::TickRange{stamp, stamp}}, 0);
     }
 
-    StorageFigures Storage() const { return CountStorage(pool_, store_.FilesHeldByEvents()); }
+    service::subscribers::StorageFigures Storage() const {
+        return service::subscribers::CountStorage(pool_, store_.FilesHeldByEvents());
+    }
 
     TemporaryRoot root_;
     mutable StreamFileAccess pool_;
-    EventStore store_{DatabasePath()};
-    FileRing ring_{pool_, store_};
-    Endpoint service_ = Open("StreamMgr");
-    Endpoint client_ = Open("Client");
-    Subscribers subscribers_{service_};
-    StorageNews news_{subscribers_, [this] { return Storage(); }};
-    RequestRouter router_;
+    store::EventStore store_{DatabasePath()};
+    service::ring::FileRing ring_{pool_, store_};
+    ipc::Endpoint service_ = Open("StreamMgr");
+    ipc::Endpoint client_ = Open("Client");
+    service::subscribers::Subscribers subscribers_{service_};
+    service::subscribers::StorageNews news_{subscribers_, [this] { return Storage(); }};
+    service::requests::RequestRouter router_;
 };
 
 std::vector<char> Encoded(std::string const& text) {
     StringItem item(text);
-    return EncodeItems({&item});
+    return ipc::EncodeItems({&item});
 }
 
 // The upper half of the kinds are the same requests about what exists: the payload then goes on
@@ -183,7 +186,7 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     service.Renew();
     for (FuzzedMessage const& message : MessagesIn({data, size})) {
         Request const& request = requests.at(message.kind % requests.size());
-        service.Ask(request, Payload(service, message, request.id == backupDatabaseRequest));
+        service.Ask(request, Payload(service, message, request.id == api::backupDatabaseRequest));
     }
     service.Check();
     return 0;

@@ -24,11 +24,12 @@ bool Same(StreamMetadata const& left, StreamMetadata const& right) {
 void CheckFound(Bytes const& stream, unsigned int from, Ticks const& found) {
     std::size_t end = from;
     for (auto const& [offset, metadata] : found) {
-        Require(offset >= end && offset + tsPacketSize <= stream.size());
-        auto const there = DecodeSystemTick(std::span(stream).subspan(offset).first<tsPacketSize>(),
-                                            TsHelper::StreamSystickSystem);
+        Require(offset >= end && offset + ts::tsPacketSize <= stream.size());
+        auto const there =
+            ts::DecodeSystemTick(std::span(stream).subspan(offset).first<ts::tsPacketSize>(),
+                                 TsHelper::StreamSystickSystem);
         Require(there && Same(*there, metadata));
-        end = offset + tsPacketSize;
+        end = offset + ts::tsPacketSize;
     }
 }
 
@@ -48,7 +49,7 @@ public:
     std::vector<unsigned int> MustBeFound(unsigned int from) const {
         std::vector<unsigned int> offsets;
         for (std::size_t first = 0; first + 3 <= packets_.size(); ++first) {
-            bool const inRow = packets_[first + 2] - packets_[first] == 2 * tsPacketSize;
+            bool const inRow = packets_[first + 2] - packets_[first] == 2 * ts::tsPacketSize;
             if (!inRow || packets_[first] < from) {
                 continue;
             }
@@ -77,10 +78,10 @@ private:
             break;
         case 3:
             Add(WithoutSyncBytes(plan.ConsumeBytes<unsigned char>(
-                plan.ConsumeIntegralInRange<std::size_t>(1, 2 * tsPacketSize))));
+                plan.ConsumeIntegralInRange<std::size_t>(1, 2 * ts::tsPacketSize))));
             break;
         case 4:
-            Add(Bytes(plan.ConsumeIntegralInRange<std::size_t>(1, 5 * tsPacketSize)));
+            Add(Bytes(plan.ConsumeIntegralInRange<std::size_t>(1, 5 * ts::tsPacketSize)));
             break;
         default:
             AddCut(plan);
@@ -88,28 +89,28 @@ private:
     }
 
     static Bytes WithoutSyncBytes(Bytes bytes) {
-        std::ranges::replace(bytes, tsSyncByte, static_cast<unsigned char>(0xB8));
+        std::ranges::replace(bytes, ts::tsSyncByte, static_cast<unsigned char>(0xB8));
         return bytes;
     }
 
     static Bytes Media() {
-        Bytes packet(tsPacketSize, 0x33);
-        std::ranges::copy(Bytes{tsSyncByte, 0x01, 0x00, 0x10}, packet.begin());
+        Bytes packet(ts::tsPacketSize, 0x33);
+        std::ranges::copy(Bytes{ts::tsSyncByte, 0x01, 0x00, 0x10}, packet.begin());
         return packet;
     }
 
     static Bytes Tick(FuzzedDataProvider& plan) {
         auto const tick = plan.ConsumeIntegral<unsigned int>();
-        auto const packet = EncodeSystemTick(TsHelper::StreamSystickSystem,
-                                             {tick, static_cast<int>(~tick), {}}, tick);
+        auto const packet = ts::EncodeSystemTick(TsHelper::StreamSystickSystem,
+                                                 {tick, static_cast<int>(~tick), {}}, tick);
         Bytes bytes = WithoutSyncBytes({packet.begin(), packet.end()});
-        bytes[0] = tsSyncByte;
+        bytes[0] = ts::tsSyncByte;
         return bytes;
     }
 
     void AddCut(FuzzedDataProvider& plan) {
         Bytes packet = plan.ConsumeBool() ? Tick(plan) : Media();
-        auto const cut = plan.ConsumeIntegralInRange<std::size_t>(1, tsPacketSize - 1);
+        auto const cut = plan.ConsumeIntegralInRange<std::size_t>(1, ts::tsPacketSize - 1);
         plan.ConsumeBool()
             ? packet.resize(cut)
             : void(packet.erase(packet.begin(), packet.begin() + static_cast<std::ptrdiff_t>(cut)));

@@ -11,7 +11,7 @@
 // The encodings of the items, back to back.
 template <typename... Items>
 std::string Bytes(Items... items) {
-    auto const payload = workstation::EncodeItems({&items...});
+    auto const payload = workstation::ipc::EncodeItems({&items...});
     return {payload.begin(), payload.end()};
 }
 

@@ -12,6 +12,7 @@
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;
+using namespace workstation::api;
 
 namespace {
 

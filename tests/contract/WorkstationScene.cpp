@@ -7,12 +7,12 @@
 #include "StreamFileAccess.h"
 #include "fakes/FakePool.h"
 #include "ipc/DecodeScope.h"
-#include "pool/TestRoot.h"
+#include "support/TestRoot.h"
 
 struct Scene::State {
     workstation::TestRoot root;
     std::string payload;
-    std::optional<workstation::DecodeScope> message;
+    std::optional<workstation::ipc::DecodeScope> message;
 };
 
 Scene::Scene()

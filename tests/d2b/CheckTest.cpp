@@ -6,10 +6,10 @@
 
 #include "StreamFileAccess.h"
 #include "pool/RootLock.h"
-#include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -43,14 +43,14 @@ protected:
 
     std::string Name() const { return "pool '" + root_.Pool() + "': "; }
 
-    std::uint32_t Get(int number, EntryWord word) const {
-        Failure why;
-        return PoolImage::Open(root_.Pool(), why)->Get(number, word);
+    std::uint32_t Get(int number, pool::EntryWord word) const {
+        Trouble why;
+        return pool::PoolImage::Open(root_.Pool(), why)->Get(number, word);
     }
 
-    void Set(int number, EntryWord word, std::uint32_t value) const {
-        Failure why;
-        PoolImage::Open(root_.Pool(), why)->Set(number, word, value);
+    void Set(int number, pool::EntryWord word, std::uint32_t value) const {
+        Trouble why;
+        pool::PoolImage::Open(root_.Pool(), why)->Set(number, word, value);
     }
 
     TestRoot root_;
@@ -64,7 +64,7 @@ TEST_F(CheckTest, SoundPoolHasNoFindings) {
     StreamFileAccess const reader(2, 0);
     EXPECT_EQ(Check(false), Lines{});
     EXPECT_EQ(Check(true), Lines{});
-    EXPECT_EQ(Get(1, EntryWord::controller), 2U);
+    EXPECT_EQ(Get(1, pool::EntryWord::controller), 2U);
 }
 
 TEST_F(CheckTest, DirectoryPoolIsNotLookedInto) {
@@ -74,29 +74,29 @@ TEST_F(CheckTest, DirectoryPoolIsNotLookedInto) {
 }
 
 TEST_F(CheckTest, LengthBeyondTheSlotIsClipped) {
-    Set(2, EntryWord::length, 98566145);
+    Set(2, pool::EntryWord::length, 98566145);
     ExpectRepaired("stream file 2: stated length 98566145 is beyond the slot of 98566144 bytes",
                    "clipped");
-    EXPECT_EQ(Get(2, EntryWord::length), 98566144U);
+    EXPECT_EQ(Get(2, pool::EntryWord::length), 98566144U);
 }
 
 TEST_F(CheckTest, ControllerWithoutAWriterIsReset) {
-    Set(1, EntryWord::controller, 9);
+    Set(1, pool::EntryWord::controller, 9);
     ExpectRepaired("stream file 1: controller 9 without a live writer", "reset");
-    EXPECT_EQ(Get(1, EntryWord::controller), 0U);
+    EXPECT_EQ(Get(1, pool::EntryWord::controller), 0U);
 }
 
 TEST_F(CheckTest, NonsenseInTheOtherWordsIsSetToZero) {
-    Set(3, EntryWord::dbMatch, 2);
+    Set(3, pool::EntryWord::dbMatch, 2);
     ExpectRepaired("stream file 3: database match is 2, neither 0 nor 1", "set to 0");
-    Set(3, EntryWord::atomicReaders, 0x80000000);
+    Set(3, pool::EntryWord::atomicReaders, 0x80000000);
     ExpectRepaired("stream file 3: number of atomic readers is negative", "set to 0");
 }
 
 TEST_F(CheckTest, AllFindingsAreListedInOrder) {
-    Set(1, EntryWord::controller, 3);
-    Set(3, EntryWord::length, 0xFFFFFFFF);
-    Set(3, EntryWord::controller, 7);
+    Set(1, pool::EntryWord::controller, 3);
+    Set(3, pool::EntryWord::length, 0xFFFFFFFF);
+    Set(3, pool::EntryWord::controller, 7);
     EXPECT_EQ(Check(false),
               (Lines{"(remains) stream file 1: controller 3 without a live writer",
                      "(remains) stream file 3: stated length 4294967295 is beyond the slot of "
@@ -105,11 +105,11 @@ TEST_F(CheckTest, AllFindingsAreListedInOrder) {
 }
 
 TEST_F(CheckTest, DamagedHeaderIsRebuiltFromTheSize) {
-    Set(2, EntryWord::length, 5);
+    Set(2, pool::EntryWord::length, 5);
     WriteBytes(root_.Pool(), "X", 0);
     ExpectRepaired(Name() + "not a pool image: the magic number is missing",
                    "rebuilt for 3 stream files");
-    EXPECT_EQ(Get(2, EntryWord::length), 5U) << "the table has stayed";
+    EXPECT_EQ(Get(2, pool::EntryWord::length), 5U) << "the table has stayed";
     WriteBytes(root_.Pool(), std::string(4096, '\xFF'), 0);
     EXPECT_EQ(Check(true).size(), 1U);
     EXPECT_EQ(Check(false), Lines{});
@@ -133,19 +133,19 @@ TEST_F(CheckTest, TruncatedImageIsExtendedAndLostFilesAreEmptied) {
     //   1  full slot      full slot
     //   2  1000 bytes     1000 bytes, they lie before the cut
     //   3  1 byte         nothing
-    Set(1, EntryWord::length, 98566144);
-    Set(2, EntryWord::length, 1000);
-    Set(3, EntryWord::length, 1);
+    Set(1, pool::EntryWord::length, 98566144);
+    Set(2, pool::EntryWord::length, 1000);
+    Set(3, pool::EntryWord::length, 1);
     std::filesystem::resize_file(root_.Pool(), 8192 + 98566144 + 1000);
     ExpectRepaired(Name() + "truncated: 98575336 bytes, but 3 stream files take 295706624",
                    "extended, length set to 0 for stream files 3");
-    EXPECT_EQ(Get(1, EntryWord::length), 98566144U);
-    EXPECT_EQ(Get(2, EntryWord::length), 1000U);
-    EXPECT_EQ(Get(3, EntryWord::length), 0U);
+    EXPECT_EQ(Get(1, pool::EntryWord::length), 98566144U);
+    EXPECT_EQ(Get(2, pool::EntryWord::length), 1000U);
+    EXPECT_EQ(Get(3, pool::EntryWord::length), 0U);
 }
 
 TEST_F(CheckTest, TruncationByOneByteLosesTheFileThatNeedsIt) {
-    Set(2, EntryWord::length, 1000);
+    Set(2, pool::EntryWord::length, 1000);
     std::filesystem::resize_file(root_.Pool(), 8192 + 98566144 + 999);
     ExpectRepaired(Name() + "truncated: 98575335 bytes, but 3 stream files take 295706624",
                    "extended, length set to 0 for stream files 2");
@@ -158,19 +158,19 @@ TEST_F(CheckTest, TruncationOfUnusedSlotsLosesNothing) {
 
 TEST_F(CheckTest, CutTableIsExtendedWithEmptyEntries) {
     for (int number = 1; number <= 3; ++number) {
-        Set(number, EntryWord::length, 10);
+        Set(number, pool::EntryWord::length, 10);
     }
     // Behind the entry of file 1 and the first three words of that of file 2.
     std::filesystem::resize_file(root_.Pool(), 4096 + 16 + 12);
     ExpectRepaired(Name() + "truncated: 4124 bytes, but 3 stream files take 295706624",
                    "extended, length set to 0 for stream files 1");
     for (int number = 1; number <= 3; ++number) {
-        EXPECT_EQ(Get(number, EntryWord::length), 0U);
+        EXPECT_EQ(Get(number, pool::EntryWord::length), 0U);
     }
 }
 
 TEST_F(CheckTest, ImageThatIsTooLongStays) {
-    std::filesystem::resize_file(root_.Pool(), PoolImageSize(3) + 1);
+    std::filesystem::resize_file(root_.Pool(), pool::PoolImageSize(3) + 1);
     ExpectNotRepaired(Name() + "too long: 295706625 bytes, but 3 stream files take 295706624",
                       "it cannot be repaired");
 }
@@ -182,8 +182,8 @@ TEST_F(CheckTest, MissingPoolStays) {
 
 TEST_F(CheckTest, WholeImageIsNotTouchedUnderARunningService) {
     WriteBytes(root_.Pool(), "X", 0);
-    Failure why;
-    FileDescriptor owner = LockRoot(why);
+    Trouble why;
+    FileDescriptor owner = pool::LockRoot(why);
     ExpectNotRepaired(Name() + "not a pool image: the magic number is missing",
                       "'" + root_.Path() + "' is in use by a running stream manager");
     owner.Reset();
@@ -192,9 +192,9 @@ TEST_F(CheckTest, WholeImageIsNotTouchedUnderARunningService) {
 }
 
 TEST_F(CheckTest, EntriesAreRepairedUnderARunningService) {
-    Set(1, EntryWord::controller, 9);
-    Failure why;
-    FileDescriptor const owner = LockRoot(why);
+    Set(1, pool::EntryWord::controller, 9);
+    Trouble why;
+    FileDescriptor const owner = pool::LockRoot(why);
     ExpectRepaired("stream file 1: controller 9 without a live writer", "reset");
 }
 
@@ -246,4 +246,4 @@ TEST_F(CheckTest, RecordsCannotBeClearedWithoutAPool) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::d2b

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 struct Outcome {
@@ -63,19 +63,19 @@ TEST_F(CommandLineTest, PoolIsMadeFilledChangedAndChecked) {
     Expect(
         0, "", "",
         {"set", "2", "--length", "3", "--controller", "9", "--db-match", "true", "--readers", "4"});
-    Failure why;
-    auto const image = PoolImage::Open(root_.Pool(), why);
+    Trouble why;
+    auto const image = pool::PoolImage::Open(root_.Pool(), why);
     ASSERT_NE(image, nullptr);
-    EXPECT_EQ(image->Get(2, EntryWord::length), 3U);
-    EXPECT_EQ(image->Get(2, EntryWord::controller), 9U);
-    EXPECT_EQ(image->Get(2, EntryWord::dbMatch), 1U);
-    EXPECT_EQ(image->Get(2, EntryWord::atomicReaders), 4U);
+    EXPECT_EQ(image->Get(2, pool::EntryWord::length), 3U);
+    EXPECT_EQ(image->Get(2, pool::EntryWord::controller), 9U);
+    EXPECT_EQ(image->Get(2, pool::EntryWord::dbMatch), 1U);
+    EXPECT_EQ(image->Get(2, pool::EntryWord::atomicReaders), 4U);
     EXPECT_EQ(image->SlotOffset(2), 8192U + 98566144U);
     Expect(1, "stream file 2: controller 9 without a live writer\n", "", {"check"});
     Expect(0, "stream file 2: controller 9 without a live writer; reset\n", "",
            {"check", "--repair"});
     Expect(0, "", "", {"set", "2", "--db-match", "false"});
-    EXPECT_EQ(image->Get(2, EntryWord::dbMatch), 0U);
+    EXPECT_EQ(image->Get(2, pool::EntryWord::dbMatch), 0U);
     Expect(0, "", "", {"create", "--ext4", "--files", "3", "--force"});
     EXPECT_TRUE(std::filesystem::is_directory(root_.Pool()));
 }
@@ -143,4 +143,4 @@ TEST_F(CommandLineTest, HelpIsStatus0) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::d2b

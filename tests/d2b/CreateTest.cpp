@@ -7,19 +7,19 @@
 #include "StreamFileAccess.h"
 #include "pool/ProcessTable.h"
 #include "pool/RootLock.h"
-#include "pool/TestRoot.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 std::string Create(CreateOptions const& options) {
-    Failure why;
+    Trouble why;
     return CreatePool(options, why) ? "" : why.text;
 }
 
 int FileCount(TestRoot const& root) {
-    Failure why;
-    auto const image = PoolImage::Open(root.Pool(), why);
+    Trouble why;
+    auto const image = pool::PoolImage::Open(root.Pool(), why);
     return image ? image->FileCount() : -1;
 }
 
@@ -33,7 +33,7 @@ std::vector<std::string> Contents(std::string const& directory) {
 
 TEST(Create, MakesAnImageOfEmptyFiles) {
     TestRoot const root;
-    for (std::uint32_t const count : {0U, 1U, 300U, poolMaxFileCount}) {
+    for (std::uint32_t const count : {0U, 1U, 300U, pool::poolMaxFileCount}) {
         EXPECT_EQ(Create({count, false, true}), "");
         EXPECT_EQ(FileCount(root), static_cast<int>(count));
         EXPECT_EQ(Contents(root.Path()), std::vector<std::string>{"pool"});
@@ -122,8 +122,8 @@ TEST(Create, ReplacedImageStaysForThoseWhoHaveItOpen) {
 
 TEST(Create, RootInUseIsLeftAlone) {
     TestRoot const root;
-    Failure why;
-    FileDescriptor owner = LockRoot(why);
+    Trouble why;
+    FileDescriptor owner = pool::LockRoot(why);
     ASSERT_TRUE(owner);
     EXPECT_EQ(Create({1, false, true}),
               "'" + root.Path() + "' is in use by a running stream manager");
@@ -133,4 +133,4 @@ TEST(Create, RootInUseIsLeftAlone) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::d2b

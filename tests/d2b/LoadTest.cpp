@@ -1,12 +1,12 @@
 // d2b load: files into the pool.
-#include "pool/LoadStreamFile.h"
+#include "d2b/LoadStreamFile.h"
 
 #include <gtest/gtest.h>
 
 #include "StreamFileAccess.h"
-#include "pool/TestRoot.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 class LoadTest : public testing::Test {
@@ -14,7 +14,7 @@ protected:
     LoadTest() { root_.MakePool(2); }
 
     std::string Load(int number, std::string const& source) const {
-        Failure why;
+        Trouble why;
         return LoadStreamFile(number, source, why) ? "" : why.text;
     }
 
@@ -26,14 +26,14 @@ protected:
         return path;
     }
 
-    std::uint32_t Get(int number, EntryWord word) const {
-        Failure why;
-        return PoolImage::Open(root_.Pool(), why)->Get(number, word);
+    std::uint32_t Get(int number, pool::EntryWord word) const {
+        Trouble why;
+        return pool::PoolImage::Open(root_.Pool(), why)->Get(number, word);
     }
 
-    void Set(int number, EntryWord word, std::uint32_t value) const {
-        Failure why;
-        PoolImage::Open(root_.Pool(), why)->Set(number, word, value);
+    void Set(int number, pool::EntryWord word, std::uint32_t value) const {
+        Trouble why;
+        pool::PoolImage::Open(root_.Pool(), why)->Set(number, word, value);
     }
 
     TestRoot root_;
@@ -42,7 +42,7 @@ protected:
 TEST_F(LoadTest, FileOfAnySizeArrivesWhole) {
     for (std::size_t const size : {0U, 1U, 192511U, 192512U, 192513U, 1000000U}) {
         EXPECT_EQ(Load(2, MakeSource(size)), "");
-        EXPECT_EQ(Get(2, EntryWord::length), size);
+        EXPECT_EQ(Get(2, pool::EntryWord::length), size);
         StreamFileAccess file(2, 0);
         std::vector<unsigned char> bytes(size + 1);
         ASSERT_EQ(file.Read(bytes.data(), static_cast<unsigned int>(size) + 1, false),
@@ -56,22 +56,22 @@ TEST_F(LoadTest, FullSlotFitsAndOneByteMoreChangesNothing) {
     std::string const source = MakeSource(1000);
     std::filesystem::resize_file(source, 98566144);
     EXPECT_EQ(Load(1, source), "");
-    EXPECT_EQ(Get(1, EntryWord::length), 98566144U);
-    Set(1, EntryWord::length, 4711);
+    EXPECT_EQ(Get(1, pool::EntryWord::length), 98566144U);
+    Set(1, pool::EntryWord::length, 4711);
     std::filesystem::resize_file(source, 98566145);
     EXPECT_EQ(Load(1, source),
               "'" + source + "': 98566145 bytes do not fit into a slot of 98566144");
-    EXPECT_EQ(Get(1, EntryWord::length), 4711U);
+    EXPECT_EQ(Get(1, pool::EntryWord::length), 4711U);
 }
 
 TEST_F(LoadTest, OnlyTheLengthOfTheEntryChanges) {
-    Set(1, EntryWord::dbMatch, 1);
-    Set(1, EntryWord::atomicReaders, 3);
+    Set(1, pool::EntryWord::dbMatch, 1);
+    Set(1, pool::EntryWord::atomicReaders, 3);
     EXPECT_EQ(Load(1, MakeSource(5)), "");
-    EXPECT_EQ(Get(1, EntryWord::controller), 0U);
-    EXPECT_EQ(Get(1, EntryWord::dbMatch), 1U);
-    EXPECT_EQ(Get(1, EntryWord::atomicReaders), 3U);
-    EXPECT_EQ(Get(2, EntryWord::length), 0U);
+    EXPECT_EQ(Get(1, pool::EntryWord::controller), 0U);
+    EXPECT_EQ(Get(1, pool::EntryWord::dbMatch), 1U);
+    EXPECT_EQ(Get(1, pool::EntryWord::atomicReaders), 3U);
+    EXPECT_EQ(Get(2, pool::EntryWord::length), 0U);
 }
 
 TEST_F(LoadTest, WhatCannotBeReadIsRefused) {
@@ -86,11 +86,11 @@ TEST_F(LoadTest, SourceShorterThanItSaysIsAFailure) {
         GTEST_SKIP() << source << " is missing";
     }
     std::size_t const held = BytesOf(source).size();
-    Set(1, EntryWord::length, 4711);
+    Set(1, pool::EntryWord::length, 4711);
     EXPECT_EQ(Load(1, source),
               "'" + source + "' ended after " + std::to_string(held) + " of 4096 bytes");
-    EXPECT_EQ(Get(1, EntryWord::length), 4711U);
-    EXPECT_EQ(Get(1, EntryWord::controller), 0U);
+    EXPECT_EQ(Get(1, pool::EntryWord::length), 4711U);
+    EXPECT_EQ(Get(1, pool::EntryWord::controller), 0U);
 }
 
 TEST_F(LoadTest, SourceThatFailsIsAFailure) {
@@ -99,8 +99,8 @@ TEST_F(LoadTest, SourceThatFailsIsAFailure) {
         GTEST_SKIP() << source << " is missing";
     }
     EXPECT_EQ(Load(1, source), "cannot read '" + source + "': Input/output error");
-    EXPECT_EQ(Get(1, EntryWord::length), 0U);
-    EXPECT_EQ(Get(1, EntryWord::controller), 0U);
+    EXPECT_EQ(Get(1, pool::EntryWord::length), 0U);
+    EXPECT_EQ(Get(1, pool::EntryWord::controller), 0U);
 }
 
 TEST_F(LoadTest, NumberThatThePoolDoesNotHaveIsSaid) {
@@ -115,12 +115,12 @@ TEST_F(LoadTest, FileBeingWrittenIsBusy) {
     ASSERT_TRUE(pool.InitializeFileAccess(false, true));
     StreamFileAccess const writer(1, false, StreamMgrFileMgmnt::ControlStream1);
     EXPECT_EQ(Load(1, MakeSource(5)), "stream file 1 is being written already");
-    EXPECT_EQ(Get(1, EntryWord::controller), 2U);
-    EXPECT_EQ(Get(1, EntryWord::length), 0U);
+    EXPECT_EQ(Get(1, pool::EntryWord::controller), 2U);
+    EXPECT_EQ(Get(1, pool::EntryWord::length), 0U);
 }
 
 TEST_F(LoadTest, DamagedEntryIsSaid) {
-    Set(1, EntryWord::length, 0xFFFFFFFF);
+    Set(1, pool::EntryWord::length, 0xFFFFFFFF);
     EXPECT_EQ(Load(1, MakeSource(5)),
               "stream file 1: stated length 4294967295 is beyond the slot of 98566144 bytes");
 }
@@ -133,4 +133,4 @@ TEST_F(LoadTest, MissingPoolIsSaid) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::d2b

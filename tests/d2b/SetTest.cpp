@@ -6,9 +6,9 @@
 #include <array>
 
 #include "StreamFileAccess.h"
-#include "pool/TestRoot.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 class SetTest : public testing::Test {
@@ -16,17 +16,18 @@ protected:
     SetTest() { root_.MakePool(2); }
 
     static std::string Set(int number, SetOptions const& options) {
-        Failure why;
+        Trouble why;
         return SetStreamFile(number, options, why) ? "" : why.text;
     }
 
     // Controller, database match, atomic readers, length.
     std::array<std::uint32_t, 4> Entry(int number) const {
-        Failure why;
-        auto const image = PoolImage::Open(root_.Pool(), why);
-        return {image->Get(number, EntryWord::controller), image->Get(number, EntryWord::dbMatch),
-                image->Get(number, EntryWord::atomicReaders),
-                image->Get(number, EntryWord::length)};
+        Trouble why;
+        auto const image = pool::PoolImage::Open(root_.Pool(), why);
+        return {image->Get(number, pool::EntryWord::controller),
+                image->Get(number, pool::EntryWord::dbMatch),
+                image->Get(number, pool::EntryWord::atomicReaders),
+                image->Get(number, pool::EntryWord::length)};
     }
 
     using EntryWords = std::array<std::uint32_t, 4>;
@@ -68,4 +69,4 @@ TEST_F(SetTest, MissingPoolIsSaid) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::d2b

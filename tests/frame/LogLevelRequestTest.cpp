@@ -23,7 +23,7 @@ public:
     unsigned int ProcessOption(int, char const*) override { return 3; }
 };
 
-void Answer(Endpoint const& server, Letter const& question, unsigned int id,
+void Answer(ipc::Endpoint const& server, ipc::Letter const& question, unsigned int id,
             std::vector<char> const& payload) {
     server.Send(question.sender, id, payload, question.correlation, patienceMs);
 }
@@ -36,18 +36,18 @@ public:
     std::vector<unsigned int> requests;
     unsigned int newLevel = 99;
 
-    void Serve(Endpoint& endpoint, int questions) {
+    void Serve(ipc::Endpoint& endpoint, int questions) {
         for (; questions > 0; --questions) {
-            Letter question = ServerThread::Next(endpoint);
+            ipc::Letter question = ServerThread::Next(endpoint);
             requests.push_back(question.id);
-            if (question.id == getLogLevelRequest) {
+            if (question.id == api::getLogLevelRequest) {
                 EXPECT_TRUE(question.payload.empty());
-                Answer(endpoint, question, getLogLevelReply, presentLevel);
+                Answer(endpoint, question, api::getLogLevelReply, presentLevel);
             } else {
                 UIntItem level;
-                EXPECT_TRUE(DecodeItems(question.payload, {&level}));
+                EXPECT_TRUE(ipc::DecodeItems(question.payload, {&level}));
                 newLevel = level.Value();
-                Answer(endpoint, question, setLogLevelReply, confirmation);
+                Answer(endpoint, question, api::setLogLevelReply, confirmation);
             }
         }
     }
@@ -100,15 +100,15 @@ std::string const menu = "Log level of StreamMgr: 1 (errors and notifications)\n
 } // namespace
 
 TEST_F(LogLevelRequestTest, IdsAreThese) {
-    EXPECT_EQ(getLogLevelRequest, 0x3680U);
-    EXPECT_EQ(getLogLevelReply, 0x3681U);
-    EXPECT_EQ(setLogLevelRequest, 0x3682U);
-    EXPECT_EQ(setLogLevelReply, 0x3683U);
+    EXPECT_EQ(api::getLogLevelRequest, 0x3680U);
+    EXPECT_EQ(api::getLogLevelReply, 0x3681U);
+    EXPECT_EQ(api::setLogLevelRequest, 0x3682U);
+    EXPECT_EQ(api::setLogLevelReply, 0x3683U);
 }
 
 TEST_F(LogLevelRequestTest, ConfirmedLevelIsSet) {
     for (unsigned int const level : {0U, 3U, 0xFFFFFFFFU}) {
-        ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 1); });
+        ServerThread const server("StreamMgr", [&](ipc::Endpoint& it) { service_.Serve(it, 1); });
         EXPECT_EQ(Set(level), 1U);
         EXPECT_EQ(out_, "");
         EXPECT_EQ(error_, "");
@@ -118,7 +118,7 @@ TEST_F(LogLevelRequestTest, ConfirmedLevelIsSet) {
 
 TEST_F(LogLevelRequestTest, RefusedLevelIsAFailure) {
     service_.confirmation = {0};
-    ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 1); });
+    ServerThread const server("StreamMgr", [&](ipc::Endpoint& it) { service_.Serve(it, 1); });
     EXPECT_EQ(Set(9), 0U);
     EXPECT_EQ(out_, "");
     EXPECT_EQ(error_, "Could not set the log level of StreamMgr: refused\n");
@@ -137,12 +137,12 @@ TEST_F(LogLevelRequestTest, MalformedAnswerIsAFailure) {
     for (std::vector<char> const& malformed :
          {std::vector<char>{}, std::vector<char>{2}, std::vector<char>{1, 1}}) {
         service_.confirmation = malformed;
-        ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 1); });
+        ServerThread const server("StreamMgr", [&](ipc::Endpoint& it) { service_.Serve(it, 1); });
         EXPECT_EQ(Set(1), 0U);
         EXPECT_EQ(error_, "Could not set the log level of StreamMgr: malformed answer\n");
     }
     service_.presentLevel = {0, 0, 1};
-    ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 1); });
+    ServerThread const server("StreamMgr", [&](ipc::Endpoint& it) { service_.Serve(it, 1); });
     EXPECT_EQ(Handle("1\n"), 2U);
     EXPECT_EQ(out_, "");
     EXPECT_EQ(error_, "Could not get the log level of StreamMgr: malformed answer\n");
@@ -156,7 +156,7 @@ TEST_F(LogLevelRequestTest, ChoiceByNumberOrNameIsSet) {
         {"2\n", 2}, {" 0 \n", 0}, {"everything\n", 3}, {"3", 3}, {"notes\r\n1\n", 2},
     };
     for (auto const& each : cases) {
-        ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 2); });
+        ServerThread const server("StreamMgr", [&](ipc::Endpoint& it) { service_.Serve(it, 2); });
         EXPECT_EQ(Handle(each.typed), 3U) << each.typed;
         EXPECT_EQ(out_, menu);
         EXPECT_EQ(error_, "");
@@ -165,7 +165,7 @@ TEST_F(LogLevelRequestTest, ChoiceByNumberOrNameIsSet) {
 }
 
 TEST_F(LogLevelRequestTest, EndOfInputIsNoChoice) {
-    ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 1); });
+    ServerThread const server("StreamMgr", [&](ipc::Endpoint& it) { service_.Serve(it, 1); });
     EXPECT_EQ(Handle(""), 2U);
     EXPECT_EQ(out_, menu + "\n");
     EXPECT_EQ(error_, "No log level was chosen\n");
@@ -174,7 +174,7 @@ TEST_F(LogLevelRequestTest, EndOfInputIsNoChoice) {
 TEST_F(LogLevelRequestTest, NonsenseIsNoChoice) {
     for (char const* const nonsense : {"4", "nonsense", ""}) {
         std::string const typed = nonsense;
-        ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 1); });
+        ServerThread const server("StreamMgr", [&](ipc::Endpoint& it) { service_.Serve(it, 1); });
         EXPECT_EQ(Handle(typed + "\n1\n"), 2U);
         EXPECT_EQ(out_, menu);
         EXPECT_EQ(error_, "There is no log level '" + typed + "'\n");
@@ -184,7 +184,7 @@ TEST_F(LogLevelRequestTest, NonsenseIsNoChoice) {
 
 TEST_F(LogLevelRequestTest, RefusedChoiceIsAFailure) {
     service_.confirmation = {0};
-    ServerThread const server("StreamMgr", [&](Endpoint& it) { service_.Serve(it, 2); });
+    ServerThread const server("StreamMgr", [&](ipc::Endpoint& it) { service_.Serve(it, 2); });
     EXPECT_EQ(Handle("2\n"), 2U);
     EXPECT_EQ(out_, menu);
     EXPECT_EQ(error_, "Could not set the log level of StreamMgr: refused\n");

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 using namespace workstation;
+using namespace workstation::frame;
 
 TEST(LogLevelTest, NumbersAndNamesAreChoices) {
     EXPECT_EQ(ParseLogLevel("0"), 0U);

@@ -6,7 +6,7 @@
 #include "frame/CommandLine.h"
 
 using testing::ElementsAre;
-using workstation::OptionReader;
+using workstation::frame::OptionReader;
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 using namespace workstation;
+using namespace workstation::ipc;
 using testing::ElementsAre;
 
 namespace {

@@ -26,6 +26,7 @@
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;
+using namespace workstation::ipc;
 
 namespace {
 

@@ -12,9 +12,9 @@
 #include "ipc/DecodeScope.h"
 #include "ipc/Payload.h"
 
-using workstation::DecodeItems;
-using workstation::DecodeScope;
-using workstation::EncodeItems;
+using workstation::ipc::DecodeItems;
+using workstation::ipc::DecodeScope;
+using workstation::ipc::EncodeItems;
 
 namespace {
 
@@ -258,18 +258,18 @@ TEST(PayloadTest, OnlyTheExactPayloadIsAccepted) {
 TEST(PayloadTest, MessageIsPackedAndUnpacked) {
     UIntItem out(77);
     IpcMessage message;
-    ASSERT_TRUE(workstation::PackMessage(message, 0x1234, {&out}));
+    ASSERT_TRUE(workstation::ipc::PackMessage(message, 0x1234, {&out}));
     EXPECT_EQ(message.Id(), 0x1234U);
     EXPECT_EQ(std::string(message.Data(), message.Size()), Bytes("\0\0\0M", 4));
     UIntItem in;
-    EXPECT_TRUE(workstation::UnpackMessage(message, {&in}));
+    EXPECT_TRUE(workstation::ipc::UnpackMessage(message, {&in}));
     EXPECT_EQ(in.Value(), 77U);
 }
 
 TEST(PayloadTest, ItemsLargerThanAMessageAreRefused) {
     IpcMessage message;
     StringItem largest(std::string(IpcMessage::maxSize - 4, 'x'));
-    EXPECT_TRUE(workstation::PackMessage(message, 1, {&largest}));
+    EXPECT_TRUE(workstation::ipc::PackMessage(message, 1, {&largest}));
     StringItem larger(std::string(IpcMessage::maxSize - 3, 'x'));
-    EXPECT_FALSE(workstation::PackMessage(message, 1, {&larger}));
+    EXPECT_FALSE(workstation::ipc::PackMessage(message, 1, {&larger}));
 }

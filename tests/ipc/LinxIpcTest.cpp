@@ -21,8 +21,8 @@
 #include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;
-using workstation::Endpoint;
-using workstation::Letter;
+using workstation::ipc::Endpoint;
+using workstation::ipc::Letter;
 
 namespace {
 
@@ -388,7 +388,7 @@ TEST_F(LinxIpcTest, HandlerMayMakeRequests) {
 
 TEST_F(LinxIpcTest, CurrentMessageCanBeDecodedAndNothingBeyondIt) {
     UIntItem number(0x01020304);
-    ASSERT_TRUE(workstation::PackMessage(question_, noticeId, {&number}));
+    ASSERT_TRUE(workstation::ipc::PackMessage(question_, noticeId, {&number}));
     client_.Request("Client", question_, 0, -1, nullptr);
     UIntItem first;
     UIntItem second(9);
@@ -413,10 +413,10 @@ TEST_F(LinxIpcTest, CurrentMessagesOfTwoEndpointsCanBothBeDecoded) {
     LinxIpc other("Other");
     ASSERT_EQ(other.Init(), 0);
     UIntItem number(1);
-    ASSERT_TRUE(workstation::PackMessage(question_, noticeId, {&number}));
+    ASSERT_TRUE(workstation::ipc::PackMessage(question_, noticeId, {&number}));
     client_.Request("Client", question_, 0, -1, nullptr);
     number.Value(2);
-    ASSERT_TRUE(workstation::PackMessage(question_, noticeId, {&number}));
+    ASSERT_TRUE(workstation::ipc::PackMessage(question_, noticeId, {&number}));
     client_.Request("Other", question_, 0, -1, nullptr);
     ASSERT_EQ(client_.Receive(0, 0, LinxIpc::emptyString, nullptr), 0);
     ASSERT_EQ(other.Receive(0, 0, LinxIpc::emptyString, nullptr), 0);
@@ -431,7 +431,7 @@ TEST_F(LinxIpcTest, MessageOfADestroyedEndpointIsNotRead) {
     auto other = std::make_unique<LinxIpc>("Other");
     ASSERT_EQ(other->Init(), 0);
     UIntItem number(1);
-    ASSERT_TRUE(workstation::PackMessage(question_, noticeId, {&number}));
+    ASSERT_TRUE(workstation::ipc::PackMessage(question_, noticeId, {&number}));
     client_.Request("Other", question_, 0, -1, nullptr);
     ASSERT_EQ(other->Receive(0, 0, LinxIpc::emptyString, nullptr), 0);
     auto* const dangling = reinterpret_cast<unsigned char*>(other->CurrentMessage().Data());

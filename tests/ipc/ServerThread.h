@@ -14,7 +14,7 @@
 // thread of its own, and is joined at the end.
 class ServerThread {
 public:
-    using Script = std::function<void(workstation::Endpoint&)>;
+    using Script = std::function<void(workstation::ipc::Endpoint&)>;
 
     ServerThread(std::string const& name, Script script)
         : endpoint_(MustOpen(name))
@@ -24,9 +24,9 @@ public:
     ServerThread(ServerThread const&) = delete;
     ServerThread& operator=(ServerThread const&) = delete;
 
-    static workstation::Endpoint MustOpen(std::string const& name) {
+    static workstation::ipc::Endpoint MustOpen(std::string const& name) {
         std::string error;
-        auto endpoint = workstation::Endpoint::Open(name, error);
+        auto endpoint = workstation::ipc::Endpoint::Open(name, error);
         if (!endpoint) {
             throw std::runtime_error(error);
         }
@@ -34,7 +34,7 @@ public:
     }
 
     // The next message, waited for. An empty one when none comes.
-    static workstation::Letter Next(workstation::Endpoint& endpoint) {
+    static workstation::ipc::Letter Next(workstation::ipc::Endpoint& endpoint) {
         while (endpoint.Wait(patienceMs)) {
             if (auto letter = endpoint.Receive()) {
                 return *letter;
@@ -44,6 +44,6 @@ public:
     }
 
 private:
-    workstation::Endpoint endpoint_;
+    workstation::ipc::Endpoint endpoint_;
     std::thread thread_;
 };

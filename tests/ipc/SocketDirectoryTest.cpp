@@ -11,6 +11,7 @@
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;
+using namespace workstation::ipc;
 
 namespace {
 

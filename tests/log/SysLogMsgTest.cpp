@@ -21,7 +21,7 @@
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using workstation::FormatLogLine;
+using workstation::log::FormatLogLine;
 
 namespace {
 
@@ -218,8 +218,8 @@ TEST(LogEntryTest, ControlCharactersBecomeBlanksButTheTabStays) {
 }
 
 TEST(LogEntryTest, PriorityFollowsTheLevel) {
-    EXPECT_EQ(workstation::SyslogPriority(1), LOG_ERR);
-    EXPECT_EQ(workstation::SyslogPriority(2), LOG_NOTICE);
-    EXPECT_EQ(workstation::SyslogPriority(3), LOG_ERR);
-    EXPECT_EQ(workstation::SyslogPriority(4), LOG_INFO);
+    EXPECT_EQ(workstation::log::SyslogPriority(1), LOG_ERR);
+    EXPECT_EQ(workstation::log::SyslogPriority(2), LOG_NOTICE);
+    EXPECT_EQ(workstation::log::SyslogPriority(3), LOG_ERR);
+    EXPECT_EQ(workstation::log::SyslogPriority(4), LOG_INFO);
 }

@@ -16,9 +16,9 @@
 #include <thread>
 #include <vector>
 
-using workstation::AllocateLargeBlock;
-using workstation::FreeLargeBlock;
-using workstation::largeBlockSize;
+using workstation::memory::AllocateLargeBlock;
+using workstation::memory::FreeLargeBlock;
+using workstation::memory::largeBlockSize;
 
 namespace {
 

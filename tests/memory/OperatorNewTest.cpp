@@ -12,7 +12,7 @@
 
 #include "memory/LargeBlock.h"
 
-using workstation::largeBlockSize;
+using workstation::memory::largeBlockSize;
 
 namespace {
 

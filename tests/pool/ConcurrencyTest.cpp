@@ -11,11 +11,11 @@
 #include <thread>
 
 #include "StreamFileAccess.h"
-#include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
 #include "support/Sanitizers.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 constexpr unsigned int length = 50000;
@@ -276,4 +276,4 @@ TEST_F(ConcurrencyTest, ForksInTheMidstOfInitialisingFindNothingHeld) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

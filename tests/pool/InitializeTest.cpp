@@ -4,14 +4,14 @@
 
 #include "StreamFileAccess.h"
 #include "pool/ProcessTable.h"
-#include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
 #include "support/LogFile.h"
+#include "support/TestRoot.h"
 
 using testing::ElementsAre;
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 // What InitializeFileAccess writes into the log when it fails.
@@ -172,4 +172,4 @@ TEST(FileSystemType, ImageIs2DirectoryIs1AnythingElseIs0) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

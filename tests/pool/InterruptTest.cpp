@@ -5,11 +5,11 @@
 
 #include <random>
 
-#include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 class InterruptTest : public testing::TestWithParam<char const*> {
@@ -43,7 +43,7 @@ protected:
                 traces += table.substr(slot, 4) != std::string(4, '\0');
             }
         }
-        Failure why;
+        Trouble why;
         auto const image = PoolImage::Open(root_.Pool(), why);
         for (int number = 1; number <= 2; ++number) {
             traces += image->Get(number, EntryWord::controller) != 0;
@@ -67,4 +67,4 @@ INSTANTIATE_TEST_SUITE_P(Workers, InterruptTest, testing::Values("read", "write"
                          [](auto const& worker) { return std::string(worker.param); });
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

@@ -5,16 +5,16 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "pool/TestRoot.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 class PoolImageTest : public testing::Test {
 protected:
     // Why the pool is refused, without the part that names it.
     std::string Refusal() const {
-        Failure why;
+        Trouble why;
         EXPECT_EQ(PoolImage::Open(root_.Pool(), why), nullptr);
         std::string const name = "pool '" + root_.Pool() + "': ";
         EXPECT_EQ(why.text.find(name), 0U) << why.text;
@@ -22,7 +22,7 @@ protected:
     }
 
     std::unique_ptr<PoolImage> Open() const {
-        Failure why;
+        Trouble why;
         auto image = PoolImage::Open(root_.Pool(), why);
         EXPECT_NE(image, nullptr) << why.text;
         return image;
@@ -149,7 +149,7 @@ TEST_F(PoolImageTest, ReplacedImageIsNotTakenForTheOldOne) {
 }
 
 TEST_F(PoolImageTest, ImageThatCannotBeMadeSaysWhy) {
-    Failure why;
+    Trouble why;
     EXPECT_FALSE(PoolImage::Create(root_.Path() + "/none/pool", 1, why));
     EXPECT_EQ(why.text,
               "cannot create '" + root_.Path() + "/none/pool': No such file or directory");
@@ -157,4 +157,4 @@ TEST_F(PoolImageTest, ImageThatCannotBeMadeSaysWhy) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

@@ -7,7 +7,7 @@
 
 #include "BigEndian.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 constexpr std::size_t checksumAt = 36;
@@ -148,4 +148,4 @@ TEST(PoolLayout, SizeTellsTheCountOnlyWhenItIsExact) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

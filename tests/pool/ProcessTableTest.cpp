@@ -8,10 +8,10 @@
 #include <cstring>
 
 #include "StreamFileAccess.h"
-#include "pool/TestRoot.h"
 #include "support/ChildProcess.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 constexpr std::size_t headerSize = 28;
@@ -267,7 +267,7 @@ TEST_F(ProcessTableTest, RecordsOfTheDeadGoWhenAProcessRegisters) {
 
 TEST_F(ProcessTableTest, WriterThatDiedIsPutRightWhateverItsSlotSays) {
     int const dead = IdOfDeadProcess();
-    Failure why;
+    Trouble why;
     auto const image = PoolImage::Open(root_.Pool(), why);
     for (int number = 1; number <= 3; ++number) {
         image->Set(number, EntryWord::controller, 5);
@@ -289,7 +289,7 @@ TEST_F(ProcessTableTest, WriterThatDiedIsPutRightWhateverItsSlotSays) {
 
 TEST_F(ProcessTableTest, WhatADeadReaperBeganIsFinished) {
     int const dead = IdOfDeadProcess();
-    Failure why;
+    Trouble why;
     auto const image = PoolImage::Open(root_.Pool(), why);
     image->Set(2, EntryWord::controller, 5);
     ExpectedTable().Process(3, -dead).Thread(3, 0, Writing(dead), dead, 2).WriteTo(root_);
@@ -394,4 +394,4 @@ TEST_F(ProcessTableTest, ProcessesThatMakeTheTableTogetherAllGetARecord) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

@@ -14,7 +14,7 @@
 
 #include "FileDescriptor.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 constexpr std::uint64_t chunk = 192512;
@@ -48,14 +48,14 @@ Advice Announced(std::uint64_t from, std::uint64_t size) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool
 
 // The linker leads this program's calls here (--wrap, see CMakeLists.txt).
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker prescribes these names.
 extern "C" int __real_posix_fadvise64(int descriptor, off_t from, off_t size, int kind);
 
 extern "C" int __wrap_posix_fadvise64(int descriptor, off_t from, off_t size, int kind) {
-    using namespace workstation;
+    using namespace workstation::pool;
     if (descriptor != announcedFile) {
         return __real_posix_fadvise64(descriptor, from, size, kind);
     }
@@ -64,7 +64,7 @@ extern "C" int __wrap_posix_fadvise64(int descriptor, off_t from, off_t size, in
 }
 // NOLINTEND(bugprone-reserved-identifier)
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 using testing::ElementsAre;
@@ -173,4 +173,4 @@ TEST(KernelReadAhead, IsAWholeNumberOfPages) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

@@ -6,10 +6,10 @@
 #include <iostream>
 
 #include "StreamFileAccess.h"
-#include "pool/TestRoot.h"
 #include "support/LogFile.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 constexpr unsigned int chunk = 192512;
@@ -44,7 +44,7 @@ protected:
     }
 
     void SetLengthInImage(int number, std::uint32_t length) const {
-        Failure why;
+        Trouble why;
         PoolImage::Open(root_.Pool(), why)->Set(number, EntryWord::length, length);
     }
 
@@ -302,7 +302,7 @@ TEST_F(StreamFileTest, FileSizeLimitIsAWriteError) {
 }
 
 TEST_F(StreamFileTest, TableEntryIsReportedAsItStands) {
-    Failure why;
+    Trouble why;
     auto const image = PoolImage::Open(root_.Pool(), why);
     image->Set(3, EntryWord::controller, 4);
     image->Set(3, EntryWord::dbMatch, 1);
@@ -322,4 +322,4 @@ TEST_F(StreamFileTest, TableEntryIsReportedAsItStands) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

@@ -7,11 +7,11 @@
 
 #include "StreamFileAccess.h"
 #include "pool/ProcessTable.h"
-#include "pool/TestRoot.h"
 #include "pool/WriterLock.h"
 #include "support/ChildProcess.h"
+#include "support/TestRoot.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 class WriterTest : public testing::Test {
@@ -184,7 +184,7 @@ TEST_F(WriterTest, ChildThatInheritsAWriterTakesNothingFromItsParent) {
 }
 
 TEST_F(WriterTest, AbandonedControllerIsToldFromALiveOne) {
-    Failure why;
+    Trouble why;
     auto const image = PoolImage::Open(root_.Pool(), why);
     image->Set(1, EntryWord::controller, 5);
     StreamFileAccess const live(2, false, StreamMgrFileMgmnt::ControlStream1);
@@ -199,4 +199,4 @@ TEST_F(WriterTest, AbandonedControllerIsToldFromALiveOne) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::pool

@@ -8,6 +8,7 @@
 #include <thread>
 
 using namespace workstation;
+using namespace workstation::service;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -26,7 +27,8 @@ TEST(NoticesTest, AreTakenInTheirOrderAndOnce) {
     auto const taken = notices.Take();
     ASSERT_THAT(taken, SizeIs(3));
     EXPECT_EQ(std::get<RecordStarted>(taken[0]).reid, "first");
-    EXPECT_EQ(std::get<RecordStopped>(taken[1]).recording, (Event{"first", 1, 2, 4, false, ""}));
+    EXPECT_EQ(std::get<RecordStopped>(taken[1]).recording,
+              (store::Event{"first", 1, 2, 4, false, ""}));
     EXPECT_EQ(std::get<RecordStarted>(taken[2]).reid, "second");
     EXPECT_THAT(notices.Take(), IsEmpty());
 }

@@ -13,8 +13,8 @@
 #include "StreamFileAccess.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
-#include "service/recording/SlotFiller.h"
-#include "service/store/EventStore.h"
+#include "service/ring/SlotFiller.h"
+#include "store/EventStore.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
@@ -23,8 +23,8 @@ namespace workstation {
 class PoolAndStore {
 public:
     explicit PoolAndStore(unsigned int fileCount) {
-        Failure why;
-        if (!PoolImage::Create(PoolPath(), fileCount, why)) {
+        Trouble why;
+        if (!pool::PoolImage::Create(PoolPath(), fileCount, why)) {
             throw std::runtime_error(why.text);
         }
         if (!pool_.InitializeFileAccess(false, true)) {
@@ -37,7 +37,7 @@ public:
     PoolAndStore& operator=(PoolAndStore const&) = delete;
 
     StreamFileAccess& Pool() { return pool_; }
-    EventStore& Store() { return store_; }
+    store::EventStore& Store() { return store_; }
 
     StreamMgrFileMgmnt::FileMgmnt_t Info(int number) {
         StreamMgrFileMgmnt::FileMgmnt_t info{};
@@ -75,7 +75,7 @@ private:
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
     StreamFileAccess pool_;
-    EventStore store_{DatabasePath()};
+    store::EventStore store_{DatabasePath()};
 
 public:
     std::vector<std::string> Log() const { return log_.Entries(); }
@@ -83,9 +83,10 @@ public:
 };
 
 // What a file holds with these ticks and sizes, one tick a second.
-inline SlotContents ContentsOf(std::size_t size, std::uint32_t firstTick, std::uint32_t lastTick) {
-    return {size, TickRange{{firstTick, static_cast<int>(1000 + firstTick)},
-                            {lastTick, static_cast<int>(1000 + lastTick)}}};
+inline service::ring::SlotContents ContentsOf(std::size_t size, std::uint32_t firstTick,
+                                              std::uint32_t lastTick) {
+    return {size, service::ring::TickRange{{firstTick, static_cast<int>(1000 + firstTick)},
+                                           {lastTick, static_cast<int>(1000 + lastTick)}}};
 }
 
 } // namespace workstation

@@ -16,6 +16,7 @@
 #include "service/PoolAndStore.h"
 
 using namespace workstation;
+using namespace workstation::service;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsSupersetOf;
@@ -46,19 +47,19 @@ protected:
     std::uint32_t Next() { return ServerThread::Next(client_).id; }
 
     void ExpectThatItServes() {
-        Send(getLogLevelRequest);
-        EXPECT_EQ(Next(), getLogLevelReply);
+        Send(api::getLogLevelRequest);
+        EXPECT_EQ(Next(), api::getLogLevelReply);
     }
 
-    void Subscribe(Subscription subscription, std::uint32_t messageId) {
+    void Subscribe(subscribers::Subscription subscription, std::uint32_t messageId) {
         UIntItem number(static_cast<unsigned int>(subscription));
         UIntItem message(messageId);
-        Send(subscribeRequest, EncodeItems({&number, &message}));
-        EXPECT_EQ(Next(), subscribeReply);
+        Send(api::subscribeRequest, ipc::EncodeItems({&number, &message}));
+        EXPECT_EQ(Next(), api::subscribeReply);
     }
 
     void Quit() {
-        Send(quitRequest);
+        Send(api::quitRequest);
         thread_.join();
     }
 
@@ -66,7 +67,7 @@ protected:
 
     SignalWatch signals_; // before any thread
     PoolAndStore parts_{2};
-    Endpoint client_ = ServerThread::MustOpen("Client");
+    ipc::Endpoint client_ = ServerThread::MustOpen("Client");
     Service service_{signals_, ServerThread::MustOpen("StreamMgr"), parts_.Pool(), parts_.Store()};
     std::thread thread_;
 };
@@ -81,18 +82,18 @@ TEST_F(ServiceTest, ServesUntilItIsToldToQuit) {
 }
 
 TEST_F(ServiceTest, RequestsBehindAQuitAreNotHandled) {
-    Send(quitRequest);
-    Send(getLogLevelRequest);
+    Send(api::quitRequest);
+    Send(api::getLogLevelRequest);
     service_.Run();
     EXPECT_FALSE(client_.Receive());
     EXPECT_THAT(Log(), ElementsAre("quit requested by Client"));
 }
 
 TEST_F(ServiceTest, RequestsBeforeASignalAreHandled) {
-    Send(getLogLevelRequest);
+    Send(api::getLogLevelRequest);
     kill(getpid(), SIGTERM);
     service_.Run();
-    EXPECT_EQ(Next(), getLogLevelReply);
+    EXPECT_EQ(Next(), api::getLogLevelReply);
     EXPECT_THAT(Log(),
                 ElementsAre("log level requested by Client", "told to quit by signal: Terminated"));
 }
@@ -132,11 +133,12 @@ TEST_F(ServiceTest, WhatIsNoMessageIsPassedOver) {
 
 TEST_F(ServiceTest, FailureOfTheDatabaseEndsNothing) {
     Start();
-    Subscribe(Subscription::storage, 100);
+    Subscribe(subscribers::Subscription::storage, 100);
     EXPECT_EQ(Next(), 100U);
-    Database(DatabasePath(), Database::Mode::existing).Execute("DROP TABLE event_file");
+    store::Database(DatabasePath(), store::Database::Mode::existing)
+        .Execute("DROP TABLE event_file");
     parts_.AwaitLog("cannot tell of the storage");
-    Send(storageDumpRequest);
+    Send(api::storageDumpRequest);
     parts_.AwaitLog("storage dump failed: ");
     ExpectThatItServes();
 }
@@ -149,8 +151,8 @@ protected:
         ServiceOptions options;
         options.recordings = {{2, pipe_}};
         Start(options);
-        Subscribe(Subscription::recordStart, startId);
-        Subscribe(Subscription::recordStop, stopId);
+        Subscribe(subscribers::Subscription::recordStart, startId);
+        Subscribe(subscribers::Subscription::recordStop, stopId);
     }
 
     static void WritePackets(std::ofstream& pipe) {
@@ -176,7 +178,7 @@ TEST_F(RecordingServiceTest, SubscribersAreToldOfStartAndStop) {
     auto const chain = parts_.Store().Chain(2, true);
     ASSERT_EQ(chain.size(), 1U);
     EXPECT_TRUE(chain[0].finished);
-    Send(infoRequest);
+    Send(api::infoRequest);
     parts_.AwaitLog("1 recordings, 2 subscriptions");
 }
 

@@ -6,7 +6,7 @@
 
 #include <csignal>
 
-using workstation::SignalWatch;
+using workstation::service::SignalWatch;
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Copies of the database.
-#include "service/store/DatabaseBackup.h"
+#include "store/DatabaseBackup.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -16,7 +16,7 @@
 #include "StoreTest.h"
 #include "support/ChildProcess.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 using testing::ElementsAre;
@@ -244,4 +244,4 @@ TEST_F(DatabaseBackupTest, EachCopyIsOfOneMomentWhileOthersWrite) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

@@ -7,13 +7,13 @@
 #include <filesystem>
 #include <limits>
 
-#include "service/store/Database.h"
-#include "service/store/Statement.h"
-#include "service/store/Transaction.h"
+#include "store/Database.h"
+#include "store/Statement.h"
+#include "store/Transaction.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryRoot.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 using testing::ElementsAre;
@@ -192,4 +192,4 @@ TEST_F(NoteTest, FullDatabaseIsAnErrorAndGoesOnWhenThereIsSpace) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

@@ -8,13 +8,13 @@
 #include <iterator>
 #include <string>
 
-#include "service/store/Database.h"
-#include "service/store/EventSchema.h"
-#include "service/store/EventStore.h"
-#include "service/store/Statement.h"
+#include "store/Database.h"
+#include "store/EventSchema.h"
+#include "store/EventStore.h"
+#include "store/Statement.h"
 #include "support/TemporaryRoot.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 using testing::HasSubstr;
@@ -162,4 +162,4 @@ TEST_F(EventSchemaTest, TruncatedFileIsRefused) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

@@ -3,7 +3,7 @@
 
 #include "StoreTest.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 using testing::ElementsAre;
@@ -246,4 +246,4 @@ TEST_F(EventsTest, FileHeldTwiceCountsOnce) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

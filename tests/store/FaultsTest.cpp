@@ -15,7 +15,7 @@
 #include "ipc/Stopwatch.h"
 #include "support/ChildProcess.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 using testing::AllOf;
@@ -209,4 +209,4 @@ TEST(LimitedFileSize, FailedBackupLeavesTheOldFile) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

@@ -16,7 +16,7 @@
 #include "StoreTest.h"
 #include "support/ChildProcess.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 constexpr int lastFileNumber = 20;
@@ -266,4 +266,4 @@ TEST_F(KillTest, DatabaseThatWasBeingMadeIsMadeAtTheNextStart) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

@@ -1,5 +1,5 @@
 // Record event identifiers.
-#include "service/store/Reid.h"
+#include "store/Reid.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 #include "StoreTest.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 struct ReidCase {
@@ -71,4 +71,4 @@ TEST_F(NewReidTest, EventsBearTheTimeTheyBeginAt) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

@@ -1,8 +1,8 @@
 // Events that are split into smaller ones.
 #include "StoreTest.h"
-#include "service/store/SplitGroups.h"
+#include "store/SplitGroups.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 using testing::ElementsAre;
@@ -143,4 +143,4 @@ TEST_F(SplitEventTest, UnknownEventIsNothing) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

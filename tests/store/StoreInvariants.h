@@ -6,10 +6,10 @@
 
 #include <string>
 
-#include "service/store/Database.h"
-#include "service/store/Statement.h"
+#include "store/Database.h"
+#include "store/Statement.h"
 
-namespace workstation {
+namespace workstation::store {
 
 inline std::string FirstText(Database const& database, std::string const& sql) {
     return QueryFirst(
@@ -38,4 +38,4 @@ inline void ExpectConsistent(std::string const& path) {
         << "an event beside its parts";
 }
 
-} // namespace workstation
+} // namespace workstation::store

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "service/store/EventStore.h"
+#include "store/EventStore.h"
 #include "support/TemporaryRoot.h"
 
-namespace workstation {
+namespace workstation::store {
 
 inline void PrintTo(RecordedFile const& file, std::ostream* out) {
     *out << "link " << file.id << ": file " << file.fileNumber << " of stream " << file.stream
@@ -60,4 +60,4 @@ inline RecordedFile Wiped(RecordedFile file) {
     return file;
 }
 
-} // namespace workstation
+} // namespace workstation::store

@@ -3,7 +3,7 @@
 
 #include <limits>
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 using testing::ElementsAre;
@@ -149,4 +149,4 @@ TEST_F(StreamFilesTest, NewestThousandWipedLinksOfEachStreamAreRemembered) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

@@ -2,9 +2,9 @@
 #include <limits>
 
 #include "StoreTest.h"
-#include "service/store/Statement.h"
+#include "store/Statement.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 class SystemTicksTest : public StoreTest {
@@ -84,4 +84,4 @@ TEST_F(SystemTicksTest, RestIsReturnedAcrossTheWrap) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

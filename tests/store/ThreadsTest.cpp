@@ -7,7 +7,7 @@
 #include "StoreInvariants.h"
 #include "StoreTest.h"
 
-namespace workstation {
+namespace workstation::store {
 namespace {
 
 class ThreadsTest : public StoreTest {
@@ -97,4 +97,4 @@ TEST_F(ThreadsTest, EachOperationIsWhole) {
 }
 
 } // namespace
-} // namespace workstation
+} // namespace workstation::store

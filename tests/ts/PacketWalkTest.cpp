@@ -7,6 +7,7 @@
 #include "ts/TestStream.h"
 
 using namespace workstation;
+using namespace workstation::ts;
 using namespace ts_test;
 using testing::ElementsAre;
 using testing::IsEmpty;

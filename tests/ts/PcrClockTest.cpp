@@ -6,6 +6,7 @@
 #include "ts/TestStream.h"
 
 using namespace workstation;
+using namespace workstation::ts;
 using namespace ts_test;
 
 namespace {

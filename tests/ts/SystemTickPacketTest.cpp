@@ -6,6 +6,7 @@
 #include <algorithm>
 
 using namespace workstation;
+using namespace workstation::ts;
 
 namespace {
 

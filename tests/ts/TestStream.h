@@ -24,14 +24,14 @@ inline Bytes Garbage(std::size_t size) {
     unsigned int byte = 0;
     for (unsigned char& out : garbage) {
         byte = byte % 251 + 1;
-        out = static_cast<unsigned char>(byte == workstation::tsSyncByte ? 252 : byte);
+        out = static_cast<unsigned char>(byte == workstation::ts::tsSyncByte ? 252 : byte);
     }
     return garbage;
 }
 
 inline Bytes MediaPacket() {
-    Bytes packet = Garbage(workstation::tsPacketSize);
-    packet[0] = workstation::tsSyncByte;
+    Bytes packet = Garbage(workstation::ts::tsPacketSize);
+    packet[0] = workstation::ts::tsSyncByte;
     packet[1] = 0x01; // PID 0x100
     packet[2] = 0x00;
     packet[3] = 0x10;
@@ -56,8 +56,8 @@ inline Bytes PcrPacket(std::uint64_t pcr, bool discontinuity = false, unsigned i
 }
 
 inline Bytes TickPacket(unsigned int tick) {
-    auto const packet = workstation::EncodeSystemTick(TsHelper::StreamSystickSystem,
-                                                      {tick, static_cast<int>(tick / 20), {}}, 0);
+    auto const packet = workstation::ts::EncodeSystemTick(
+        TsHelper::StreamSystickSystem, {tick, static_cast<int>(tick / 20), {}}, 0);
     return {packet.begin(), packet.end()};
 }
 

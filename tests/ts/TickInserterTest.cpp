@@ -8,6 +8,7 @@
 #include "ts/TestStream.h"
 
 using namespace workstation;
+using namespace workstation::ts;
 using namespace ts_test;
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-using workstation::TickNumbering;
+using workstation::ts::TickNumbering;
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The ids of the messages that the stream manager service and its clients exchange.
 #pragma once
 
-namespace workstation {
+namespace workstation::api {
 
 // Control requests: the payload is the name of the request with its terminating NUL; no answer.
 constexpr unsigned int quitRequest = 0x500;
@@ -40,4 +40,4 @@ constexpr unsigned int backupDatabaseRequest = 0x3697;     // StringItem: the pa
 constexpr unsigned int updateFileSizeRequest = 0x3698;     // IntItem: the number of the file
 constexpr unsigned int doneReply = 0x3699;                 // BoolItem: whether it was done
 
-} // namespace workstation
+} // namespace workstation::api

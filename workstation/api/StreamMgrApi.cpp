@@ -10,6 +10,7 @@
 #include "ipc/Payload.h"
 
 using namespace workstation;
+using namespace workstation::api;
 
 namespace {
 
@@ -23,7 +24,7 @@ std::string const& ServiceName() {
 
 bool Tell(LinxIpc& ipc, unsigned int id, std::initializer_list<Item*> items) {
     IpcMessage message;
-    return PackMessage(message, id, items) &&
+    return ipc::PackMessage(message, id, items) &&
            ipc.Request(ServiceName(), message, 0, -1, nullptr) == 0;
 }
 
@@ -32,9 +33,9 @@ bool Ask(LinxIpc& ipc, unsigned int id, std::initializer_list<Item*> question, i
          unsigned int replyId, std::initializer_list<Item*> answer) {
     IpcMessage request;
     IpcMessage reply;
-    return PackMessage(request, id, question) &&
+    return ipc::PackMessage(request, id, question) &&
            ipc.Request(ServiceName(), request, replyId, timeoutMs, &reply) == 0 &&
-           UnpackMessage(reply, answer);
+           ipc::UnpackMessage(reply, answer);
 }
 
 // Asks what is answered with yes or no only.

@@ -8,6 +8,7 @@
 #include "ipc/Payload.h"
 
 using namespace workstation;
+using namespace workstation::api;
 
 SubscribeClient::SubscribeClient(LinxIpc& ipc, std::string const& serverName, int timeoutMs)
     : ipc_(ipc)
@@ -28,9 +29,9 @@ int SubscribeClient::Subscribe(unsigned int subscriptionId, unsigned int message
     IpcMessage request;
     IpcMessage reply;
     bool const subscribed =
-        PackMessage(request, subscribeRequest, {&subscription, &message, &item}) &&
+        ipc::PackMessage(request, subscribeRequest, {&subscription, &message, &item}) &&
         ipc_.Request(serverName_, request, subscribeReply, timeoutMs_, &reply) == 0 &&
-        UnpackMessage(reply, {&accepted}) && accepted.Value();
+        ipc::UnpackMessage(reply, {&accepted}) && accepted.Value();
     if (!subscribed) {
         return -1;
     }

@@ -7,7 +7,7 @@
 #include "d2b/CheckPool.h"
 #include "d2b/Commands.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 // Returns whether anything remains.
@@ -37,4 +37,4 @@ void AddCheckCommand(CLI::App& tool) {
     });
 }
 
-} // namespace workstation
+} // namespace workstation::d2b

@@ -18,11 +18,11 @@
 #include "pool/RootLock.h"
 #include "pool/WriterLock.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 // Carries out a repair and says in `done` what it did. False with `why` when it could not.
-using Remedy = std::function<bool(std::string& done, Failure& why)>;
+using Remedy = std::function<bool(std::string& done, Trouble& why)>;
 
 class PoolCheck {
 public:
@@ -40,20 +40,20 @@ private:
     bool CheckSize(int descriptor, std::uint64_t size, std::uint32_t fileCount);
 
     std::optional<std::uint32_t> CheckHeader(int descriptor, std::uint64_t size);
-    void CheckEntry(PoolImage& pool, int fileNumber);
-    void CheckProcesses(PoolImage* pool);
+    void CheckEntry(pool::PoolImage& pool, int fileNumber);
+    void CheckProcesses(pool::PoolImage* pool);
 
     bool repair_;
     std::string path_ = PoolPath();
     std::vector<Finding> findings_;
 };
 
-bool NoRemedy(std::string& /*done*/, Failure& why) {
+bool NoRemedy(std::string& /*done*/, Trouble& why) {
     return Fail(why, EUCLEAN, "it cannot be repaired");
 }
 
 bool WriteAt(int descriptor, void const* data, std::size_t size, std::uint64_t offset,
-             Failure& why) {
+             Trouble& why) {
     return pwrite(descriptor, data, size, static_cast<off_t>(offset)) ==
                static_cast<ssize_t>(size) ||
            FailWithErrno(why, "cannot write");
@@ -62,16 +62,17 @@ bool WriteAt(int descriptor, void const* data, std::size_t size, std::uint64_t o
 // Sets the stated length of every file to 0 whose data reaches beyond `size`. What is cut off of
 // the table itself needs nothing: it comes back as zeros.
 bool EmptyLostFiles(int descriptor, std::uint64_t size, std::uint32_t fileCount, std::string& lost,
-                    Failure& why) {
+                    Trouble& why) {
     for (int number = 1; number <= static_cast<int>(fileCount); ++number) {
         std::array<unsigned char, 4> word{};
-        std::uint64_t const offset = PoolEntryOffset(number) + poolEntrySize - word.size();
+        std::uint64_t const offset =
+            pool::PoolEntryOffset(number) + pool::poolEntrySize - word.size();
         if (pread(descriptor, word.data(), word.size(), static_cast<off_t>(offset)) !=
             static_cast<ssize_t>(word.size())) {
             return true;
         }
         std::uint32_t const length = GetBig32(word.data());
-        if (length == 0 || PoolSlotOffset(fileCount, number) + length <= size) {
+        if (length == 0 || pool::PoolSlotOffset(fileCount, number) + length <= size) {
             continue;
         }
         word.fill(0);
@@ -84,10 +85,10 @@ bool EmptyLostFiles(int descriptor, std::uint64_t size, std::uint32_t fileCount,
 }
 
 std::vector<Finding> PoolCheck::Run() {
-    std::unique_ptr<PoolImage> pool;
+    std::unique_ptr<pool::PoolImage> pool;
     if (CheckImageFile()) {
-        Failure why;
-        pool = PoolImage::Open(path_, why);
+        Trouble why;
+        pool = pool::PoolImage::Open(path_, why);
         if (!pool) {
             Found(why.text, NoRemedy);
         }
@@ -105,7 +106,7 @@ void PoolCheck::Found(std::string const& text, Remedy const& remedy) {
         return;
     }
     std::string done;
-    Failure why;
+    Trouble why;
     if (remedy(done, why)) {
         findings_.push_back({text + "; " + done, false});
     } else {
@@ -115,8 +116,8 @@ void PoolCheck::Found(std::string const& text, Remedy const& remedy) {
 
 // The whole image is changed only by its owner.
 void PoolCheck::FoundInImage(std::string const& text, Remedy const& remedy) {
-    Found("pool '" + path_ + "': " + text, [&](std::string& done, Failure& why) {
-        FileDescriptor const ownership = LockRoot(why);
+    Found("pool '" + path_ + "': " + text, [&](std::string& done, Trouble& why) {
+        FileDescriptor const ownership = pool::LockRoot(why);
         return ownership && remedy(done, why);
     });
 }
@@ -124,7 +125,7 @@ void PoolCheck::FoundInImage(std::string const& text, Remedy const& remedy) {
 bool PoolCheck::CheckImageFile() {
     FileDescriptor file(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    Failure why;
+    Trouble why;
     if (!file || fstat(file.Get(), &status) != 0) {
         FailWithErrno(why, "cannot open");
         FoundInImage(why.text, NoRemedy);
@@ -146,17 +147,17 @@ bool PoolCheck::CheckImageFile() {
 }
 
 std::optional<std::uint32_t> PoolCheck::CheckHeader(int descriptor, std::uint64_t size) {
-    Failure damage;
-    if (auto const fileCount = ReadPoolHeader(descriptor, damage)) {
+    Trouble damage;
+    if (auto const fileCount = pool::ReadPoolHeader(descriptor, damage)) {
         return fileCount;
     }
-    auto const bySize = PoolFileCountOfSize(size);
-    FoundInImage(damage.text, [&](std::string& done, Failure& why) {
+    auto const bySize = pool::PoolFileCountOfSize(size);
+    FoundInImage(damage.text, [&](std::string& done, Trouble& why) {
         if (!bySize) {
             return Fail(why, EUCLEAN,
                         std::to_string(size) + " bytes are the size of no pool image");
         }
-        PoolHeaderPage const page = EncodePoolHeader(*bySize);
+        pool::PoolHeaderPage const page = pool::EncodePoolHeader(*bySize);
         done = "rebuilt for " + std::to_string(*bySize) + " stream files";
         return WriteAt(descriptor, page.data(), page.size(), 0, why);
     });
@@ -164,16 +165,16 @@ std::optional<std::uint32_t> PoolCheck::CheckHeader(int descriptor, std::uint64_
 }
 
 bool PoolCheck::CheckSize(int descriptor, std::uint64_t size, std::uint32_t fileCount) {
-    std::uint64_t const needed = PoolImageSize(fileCount);
+    std::uint64_t const needed = pool::PoolImageSize(fileCount);
     if (size == needed) {
         return true;
     }
-    std::string const text = WrongPoolImageSize(size, fileCount);
+    std::string const text = pool::WrongPoolImageSize(size, fileCount);
     if (size > needed) {
         FoundInImage(text, NoRemedy);
         return false;
     }
-    FoundInImage(text, [&](std::string& done, Failure& why) {
+    FoundInImage(text, [&](std::string& done, Trouble& why) {
         std::string lost;
         if (!EmptyLostFiles(descriptor, size, fileCount, lost, why)) {
             return false;
@@ -187,50 +188,50 @@ bool PoolCheck::CheckSize(int descriptor, std::uint64_t size, std::uint32_t file
     return !findings_.back().remains;
 }
 
-void PoolCheck::CheckEntry(PoolImage& pool, int fileNumber) {
+void PoolCheck::CheckEntry(pool::PoolImage& pool, int fileNumber) {
     std::string const name = "stream file " + std::to_string(fileNumber);
-    auto const settingTo = [&](EntryWord word, std::uint32_t value, char const* what) {
-        return [&pool, fileNumber, word, value, what](std::string& done, Failure& /*why*/) {
+    auto const settingTo = [&](pool::EntryWord word, std::uint32_t value, char const* what) {
+        return [&pool, fileNumber, word, value, what](std::string& done, Trouble& /*why*/) {
             pool.Set(fileNumber, word, value);
             done = what;
             return true;
         };
     };
-    std::uint32_t const length = pool.Get(fileNumber, EntryWord::length);
-    if (length > poolSlotSize) {
-        Found(LengthBeyondSlot(fileNumber, length),
-              settingTo(EntryWord::length, poolSlotSize, "clipped"));
+    std::uint32_t const length = pool.Get(fileNumber, pool::EntryWord::length);
+    if (length > pool::poolSlotSize) {
+        Found(pool::LengthBeyondSlot(fileNumber, length),
+              settingTo(pool::EntryWord::length, pool::poolSlotSize, "clipped"));
     }
-    std::uint32_t const dbMatch = pool.Get(fileNumber, EntryWord::dbMatch);
+    std::uint32_t const dbMatch = pool.Get(fileNumber, pool::EntryWord::dbMatch);
     if (dbMatch > 1) {
         Found(name + ": database match is " + std::to_string(dbMatch) + ", neither 0 nor 1",
-              settingTo(EntryWord::dbMatch, 0, "set to 0"));
+              settingTo(pool::EntryWord::dbMatch, 0, "set to 0"));
     }
-    std::uint32_t const readers = pool.Get(fileNumber, EntryWord::atomicReaders);
+    std::uint32_t const readers = pool.Get(fileNumber, pool::EntryWord::atomicReaders);
     if (readers > std::numeric_limits<std::int32_t>::max()) {
         Found(name + ": number of atomic readers is negative",
-              settingTo(EntryWord::atomicReaders, 0, "set to 0"));
+              settingTo(pool::EntryWord::atomicReaders, 0, "set to 0"));
     }
-    std::uint32_t const controller = pool.Get(fileNumber, EntryWord::controller);
-    if (controller != 0 && !HasWriter(pool, fileNumber)) {
+    std::uint32_t const controller = pool.Get(fileNumber, pool::EntryWord::controller);
+    if (controller != 0 && !pool::HasWriter(pool, fileNumber)) {
         Found(name + ": controller " + std::to_string(controller) + " without a live writer",
-              [&](std::string& done, Failure& /*why*/) {
-                  ResetAbandonedController(pool, fileNumber);
+              [&](std::string& done, Trouble& /*why*/) {
+                  pool::ResetAbandonedController(pool, fileNumber);
                   done = "reset";
                   return true;
               });
     }
 }
 
-void PoolCheck::CheckProcesses(PoolImage* pool) {
+void PoolCheck::CheckProcesses(pool::PoolImage* pool) {
     std::string const path = ProcessTablePath();
     if (access(path.c_str(), F_OK) != 0) {
         return; // the first process makes it
     }
-    Failure damage;
-    auto const processes = ProcessTable::Open(path, damage);
+    Trouble damage;
+    auto const processes = pool::ProcessTable::Open(path, damage);
     if (!processes) {
-        Found(damage.text, [&](std::string& done, Failure& why) {
+        Found(damage.text, [&](std::string& done, Trouble& why) {
             done = "removed, the next process makes a new one";
             return unlink(path.c_str()) == 0 || FailWithErrno(why, "cannot remove it");
         });
@@ -238,7 +239,7 @@ void PoolCheck::CheckProcesses(PoolImage* pool) {
     }
     for (int const pid : processes->DeadProcesses()) {
         Found("process table: process " + std::to_string(pid) + " is gone",
-              [&](std::string& done, Failure& why) {
+              [&](std::string& done, Trouble& why) {
                   if (pool == nullptr) {
                       return Fail(why, EUCLEAN, "the pool cannot be opened");
                   }
@@ -255,4 +256,4 @@ std::vector<Finding> CheckPool(bool repair) {
     return PoolCheck(repair).Run();
 }
 
-} // namespace workstation
+} // namespace workstation::d2b

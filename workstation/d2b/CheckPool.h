@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace workstation {
+namespace workstation::d2b {
 
 struct Finding {
     std::string text; // one line: what is wrong, and after a semicolon what was done about it
@@ -20,4 +20,4 @@ struct Finding {
 // The header and the size are touched only when no stream manager owns the directory.
 std::vector<Finding> CheckPool(bool repair);
 
-} // namespace workstation
+} // namespace workstation::d2b

@@ -3,13 +3,13 @@
 
 #include <stdexcept>
 
-#include "pool/Failure.h"
+#include "Trouble.h"
 
 namespace CLI {
 class App;
 }
 
-namespace workstation {
+namespace workstation::d2b {
 
 void AddCheckCommand(CLI::App& tool);
 void AddCreateCommand(CLI::App& tool);
@@ -20,8 +20,8 @@ void AddTickCommand(CLI::App& tool);
 // How a command ends that could not do its work: its text is shown, the exit status is 1.
 class CommandFailure : public std::runtime_error {
 public:
-    explicit CommandFailure(Failure const& why)
+    explicit CommandFailure(Trouble const& why)
         : std::runtime_error(why.text) {}
 };
 
-} // namespace workstation
+} // namespace workstation::d2b

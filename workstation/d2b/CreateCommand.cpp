@@ -15,7 +15,7 @@
 #include "pool/PoolImage.h"
 #include "pool/RootLock.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 enum class Existing { nothing, directory, file };
@@ -28,7 +28,7 @@ Existing WhatLiesAt(std::string const& path) {
     return S_ISDIR(status.st_mode) ? Existing::directory : Existing::file;
 }
 
-bool MakeRoot(Failure& why) {
+bool MakeRoot(Trouble& why) {
     std::filesystem::path const root = RootDirectory();
     std::error_code ignored; // what matters shows in mkdir
     std::filesystem::create_directories(root.parent_path(), ignored);
@@ -36,7 +36,7 @@ bool MakeRoot(Failure& why) {
            FailWithErrno(why, "cannot create '" + root.string() + "'");
 }
 
-bool MakeDirectoryPool(std::string const& path, Existing existing, Failure& why) {
+bool MakeDirectoryPool(std::string const& path, Existing existing, Trouble& why) {
     if ((existing == Existing::file && unlink(path.c_str()) != 0) ||
         (existing == Existing::directory && rmdir(path.c_str()) != 0)) {
         return FailWithErrno(why, "cannot replace '" + path + "'");
@@ -46,9 +46,9 @@ bool MakeDirectoryPool(std::string const& path, Existing existing, Failure& why)
 
 // The new image takes the place of the old one when it is complete: others may have that mapped.
 bool MakeImagePool(std::string const& path, Existing existing, std::uint32_t fileCount,
-                   Failure& why) {
+                   Trouble& why) {
     std::string const unfinished = path + ".new";
-    bool const isMade = PoolImage::Create(unfinished, fileCount, why) &&
+    bool const isMade = pool::PoolImage::Create(unfinished, fileCount, why) &&
                         (((existing != Existing::directory || rmdir(path.c_str()) == 0) &&
                           std::rename(unfinished.c_str(), path.c_str()) == 0) ||
                          FailWithErrno(why, "cannot replace '" + path + "'"));
@@ -60,11 +60,11 @@ bool MakeImagePool(std::string const& path, Existing existing, std::uint32_t fil
 
 } // namespace
 
-bool CreatePool(CreateOptions const& options, Failure& why) {
+bool CreatePool(CreateOptions const& options, Trouble& why) {
     if (!MakeRoot(why)) {
         return false;
     }
-    FileDescriptor const ownership = LockRoot(why);
+    FileDescriptor const ownership = pool::LockRoot(why);
     if (!ownership) {
         return false;
     }
@@ -82,16 +82,16 @@ void AddCreateCommand(CLI::App& tool) {
     auto* const command = tool.add_subcommand("create", "Makes a pool of empty stream files.");
     command->add_option("--files", options->fileCount, "Number of stream files")
         ->required()
-        ->option_text("N, up to " + std::to_string(poolMaxFileCount) + " (required)")
-        ->check(CLI::Range(std::uint32_t{0}, poolMaxFileCount));
+        ->option_text("N, up to " + std::to_string(pool::poolMaxFileCount) + " (required)")
+        ->check(CLI::Range(std::uint32_t{0}, pool::poolMaxFileCount));
     command->add_flag("--ext4", options->isExt4, "Makes a directory instead of an image");
     command->add_flag("--force", options->replace, "Replaces an existing pool");
     command->callback([options] {
-        Failure why;
+        Trouble why;
         if (!CreatePool(*options, why)) {
             throw CommandFailure(why);
         }
     });
 }
 
-} // namespace workstation
+} // namespace workstation::d2b

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-#include "pool/Failure.h"
+#include "Trouble.h"
 
-namespace workstation {
+namespace workstation::d2b {
 
 struct CreateOptions {
     std::uint32_t fileCount = 0;
@@ -16,6 +16,6 @@ struct CreateOptions {
 // Makes the pool of the recorder, and the recorder's directory when it is missing. An image that
 // is replaced stays as it is for those who have it open. Refused while a stream manager owns the
 // directory, and where a directory that is not empty would have to go.
-bool CreatePool(CreateOptions const& options, Failure& why);
+bool CreatePool(CreateOptions const& options, Trouble& why);
 
-} // namespace workstation
+} // namespace workstation::d2b

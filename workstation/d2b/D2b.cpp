@@ -9,7 +9,7 @@
 #include "Environment.h"
 #include "d2b/Commands.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 constexpr int failed = 1;
@@ -45,4 +45,4 @@ int RunD2b(int argc, char const* const* argv) {
     }
 }
 
-} // namespace workstation
+} // namespace workstation::d2b

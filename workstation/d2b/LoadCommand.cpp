@@ -4,9 +4,9 @@
 #include <string>
 
 #include "d2b/Commands.h"
-#include "pool/LoadStreamFile.h"
+#include "d2b/LoadStreamFile.h"
 
-namespace workstation {
+namespace workstation::d2b {
 
 void AddLoadCommand(CLI::App& tool) {
     struct Options {
@@ -19,11 +19,11 @@ void AddLoadCommand(CLI::App& tool) {
         ->required();
     command->add_option("FILE", options->source, "What to write")->required();
     command->callback([options] {
-        Failure why;
+        Trouble why;
         if (!LoadStreamFile(options->fileNumber, options->source, why)) {
             throw CommandFailure(why);
         }
     });
 }
 
-} // namespace workstation
+} // namespace workstation::d2b

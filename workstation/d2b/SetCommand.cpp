@@ -13,11 +13,11 @@
 #include "pool/PoolImage.h"
 #include "pool/WriterLock.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 template <typename Value>
-void SetIfGiven(PoolImage& pool, int fileNumber, EntryWord word,
+void SetIfGiven(pool::PoolImage& pool, int fileNumber, pool::EntryWord word,
                 std::optional<Value> const& value) {
     if (value) {
         pool.Set(fileNumber, word, *value);
@@ -26,25 +26,25 @@ void SetIfGiven(PoolImage& pool, int fileNumber, EntryWord word,
 
 } // namespace
 
-bool SetStreamFile(int fileNumber, SetOptions const& options, Failure& why) {
-    auto const pool = PoolImage::Open(PoolPath(), why);
+bool SetStreamFile(int fileNumber, SetOptions const& options, Trouble& why) {
+    auto const pool = pool::PoolImage::Open(PoolPath(), why);
     if (!pool) {
         return false;
     }
     if (!pool->Has(fileNumber)) {
-        return Fail(why, ENOENT, NoSuchStreamFile(*pool, fileNumber));
+        return Fail(why, ENOENT, pool::NoSuchStreamFile(*pool, fileNumber));
     }
     FileDescriptor const file = pool->OpenDescriptor(O_RDWR);
     if (!file) {
         return FailWithErrno(why, "cannot open '" + pool->Path() + "'");
     }
-    if (!LockForWriting(file.Get(), fileNumber, why)) {
+    if (!pool::LockForWriting(file.Get(), fileNumber, why)) {
         return false;
     }
-    SetIfGiven(*pool, fileNumber, EntryWord::length, options.length);
-    SetIfGiven(*pool, fileNumber, EntryWord::controller, options.controller);
-    SetIfGiven(*pool, fileNumber, EntryWord::dbMatch, options.dbMatch);
-    SetIfGiven(*pool, fileNumber, EntryWord::atomicReaders, options.atomicReaders);
+    SetIfGiven(*pool, fileNumber, pool::EntryWord::length, options.length);
+    SetIfGiven(*pool, fileNumber, pool::EntryWord::controller, options.controller);
+    SetIfGiven(*pool, fileNumber, pool::EntryWord::dbMatch, options.dbMatch);
+    SetIfGiven(*pool, fileNumber, pool::EntryWord::atomicReaders, options.atomicReaders);
     return true;
 }
 
@@ -60,8 +60,8 @@ void AddSetCommand(CLI::App& tool) {
     auto* const values = command->add_option_group("Values");
     values->require_option();
     values->add_option("--length", options->length, "Stated length in bytes")
-        ->option_text("BYTES, up to " + std::to_string(poolSlotSize))
-        ->check(CLI::Range(none, poolSlotSize));
+        ->option_text("BYTES, up to " + std::to_string(pool::poolSlotSize))
+        ->check(CLI::Range(none, pool::poolSlotSize));
     values->add_option("--controller", options->controller, "Write controller, 0 for nobody")
         ->option_text("N, up to " + std::to_string(maxController))
         ->check(CLI::Range(none, maxController));
@@ -72,11 +72,11 @@ void AddSetCommand(CLI::App& tool) {
         ->option_text("N")
         ->check(CLI::Range(none, maxReaders));
     command->callback([fileNumber, options] {
-        Failure why;
+        Trouble why;
         if (!SetStreamFile(*fileNumber, *options, why)) {
             throw CommandFailure(why);
         }
     });
 }
 
-} // namespace workstation
+} // namespace workstation::d2b

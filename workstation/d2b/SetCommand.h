@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <optional>
 
-#include "pool/Failure.h"
+#include "Trouble.h"
 
-namespace workstation {
+namespace workstation::d2b {
 
 // What is not given stays as it is.
 struct SetOptions {
@@ -17,6 +17,6 @@ struct SetOptions {
 };
 
 // Refused while somebody writes the stream file.
-bool SetStreamFile(int fileNumber, SetOptions const& options, Failure& why);
+bool SetStreamFile(int fileNumber, SetOptions const& options, Trouble& why);
 
-} // namespace workstation
+} // namespace workstation::d2b

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "d2b/Commands.h"
-#include "ts/InsertTicks.h"
+#include "d2b/InsertTicks.h"
 
-namespace workstation {
+namespace workstation::d2b {
 namespace {
 
 // Something that happens to the tick with an index.
@@ -34,20 +34,20 @@ struct TickOptions {
     std::string target;
     std::uint32_t first = 0;
     std::int32_t time = 0;
-    unsigned int rate = TickInserter::usualRate;
+    unsigned int rate = ts::TickInserter::usualRate;
     std::vector<AtIndex> gaps;
     std::vector<AtIndex> restarts;
 };
 
-TickInserter MakeInserter(TickOptions const& options) {
-    TickNumbering numbering(options.first);
+ts::TickInserter MakeInserter(TickOptions const& options) {
+    ts::TickNumbering numbering(options.first);
     for (auto const& [index, count] : options.gaps) {
         numbering.LeaveOut(index, count);
     }
     for (auto const& [index, tick] : options.restarts) {
         numbering.RestartAt(index, tick);
     }
-    return TickInserter(numbering, options.time, options.rate);
+    return ts::TickInserter(numbering, options.time, options.rate);
 }
 
 } // namespace
@@ -83,11 +83,11 @@ void AddTickCommand(CLI::App& tool) {
         ->type_name("INDEX:TICK")
         ->allow_extra_args(false);
     command->callback([options] {
-        Failure why;
+        Trouble why;
         if (!InsertTicks(options->source, options->target, MakeInserter(*options), why)) {
             throw CommandFailure(why);
         }
     });
 }
 
-} // namespace workstation
+} // namespace workstation::d2b

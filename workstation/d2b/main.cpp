@@ -2,5 +2,5 @@
 #include "d2b/D2b.h"
 
 int main(int argc, char** argv) {
-    return workstation::RunD2b(argc, argv);
+    return workstation::d2b::RunD2b(argc, argv);
 }

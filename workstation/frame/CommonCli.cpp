@@ -38,7 +38,7 @@ char const* Ask(LinxIpc& ipc, std::string const& server, IpcMessage& request, un
     if (ipc.Request(server, request, replyId, answerTimeoutMs, &reply) != 0) {
         return "no answer";
     }
-    return workstation::UnpackMessage(reply, {&answer}) ? nullptr : "malformed answer";
+    return workstation::ipc::UnpackMessage(reply, {&answer}) ? nullptr : "malformed answer";
 }
 
 } // namespace
@@ -57,7 +57,7 @@ unsigned int CommonCli::PreInit() {
 unsigned int CommonCli::Go(char** argv, int argc, std::string const& shortOptions,
                            option const* longOptions) {
     bool good = Succeeds(prepared, [this] { return PreInit(); });
-    workstation::OptionReader options(argv, argc, shortOptions, longOptions);
+    workstation::frame::OptionReader options(argv, argc, shortOptions, longOptions);
     auto next = options.Next();
     if (!next) {
         good = false;
@@ -78,8 +78,8 @@ unsigned int CommonCli::SetLogLevel(LinxIpc& ipc, std::string const& server, uns
     IpcMessage request;
     UIntItem wanted(level);
     BoolItem accepted;
-    workstation::PackMessage(request, workstation::setLogLevelRequest, {&wanted});
-    char const* problem = Ask(ipc, server, request, workstation::setLogLevelReply, accepted);
+    workstation::ipc::PackMessage(request, workstation::api::setLogLevelRequest, {&wanted});
+    char const* problem = Ask(ipc, server, request, workstation::api::setLogLevelReply, accepted);
     if (problem == nullptr && !accepted.Value()) {
         problem = "refused";
     }
@@ -93,20 +93,20 @@ unsigned int CommonCli::SetLogLevel(LinxIpc& ipc, std::string const& server, uns
 unsigned int CommonCli::HandleLogLevel(LinxIpc& ipc, std::string const& server) {
     IpcMessage request;
     UIntItem present;
-    workstation::PackMessage(request, workstation::getLogLevelRequest, {});
+    workstation::ipc::PackMessage(request, workstation::api::getLogLevelRequest, {});
     if (char const* const problem =
-            Ask(ipc, server, request, workstation::getLogLevelReply, present)) {
+            Ask(ipc, server, request, workstation::api::getLogLevelReply, present)) {
         std::cerr << "Could not get the log level of " << server << ": " << problem << std::endl;
         return failed;
     }
-    std::cout << workstation::LogLevelMenu(server, present.Value()) << std::flush;
+    std::cout << workstation::frame::LogLevelMenu(server, present.Value()) << std::flush;
     std::string line;
     if (!std::getline(std::cin, line)) {
         std::cout << std::endl; // nobody has ended the line of the prompt
         std::cerr << "No log level was chosen" << std::endl;
         return failed;
     }
-    auto const level = workstation::ParseLogLevel(line);
+    auto const level = workstation::frame::ParseLogLevel(line);
     if (!level) {
         std::cerr << "There is no log level '" << line << '\'' << std::endl;
         return failed;

@@ -3,7 +3,7 @@
 
 #include <array>
 
-namespace workstation {
+namespace workstation::frame {
 namespace {
 
 // The index is the level.
@@ -48,4 +48,4 @@ std::string LogLevelMenu(std::string const& server, unsigned int present) {
     return text + "New log level: ";
 }
 
-} // namespace workstation
+} // namespace workstation::frame

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace workstation {
+namespace workstation::frame {
 
 // The level that a number or a name stands for; blanks around it do not count.
 std::optional<unsigned int> ParseLogLevel(std::string_view text);
@@ -16,4 +16,4 @@ std::string DescribeLogLevel(unsigned int level);
 // What the menu shows before it waits for a choice.
 std::string LogLevelMenu(std::string const& server, unsigned int present);
 
-} // namespace workstation
+} // namespace workstation::frame

@@ -3,7 +3,7 @@
 
 #include <iostream>
 
-namespace workstation {
+namespace workstation::frame {
 namespace {
 
 // What getopt_long returns for an operand when the short options begin with '-': operands are then
@@ -47,4 +47,4 @@ CommandLineOption OptionReader::Operand(char const* text) const {
     return {unknownOption, nullptr};
 }
 
-} // namespace workstation
+} // namespace workstation::frame

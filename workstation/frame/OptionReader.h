@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace workstation {
+namespace workstation::frame {
 
 // The value of what belongs to no option, as getopt_long has it.
 constexpr int unknownOption = '?';
@@ -37,4 +37,4 @@ private:
     char** rest_ = nullptr; // operands after "--"; null before the last option was read
 };
 
-} // namespace workstation
+} // namespace workstation::frame

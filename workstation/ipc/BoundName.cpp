@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace workstation {
+namespace workstation::ipc {
 
 struct BoundName::Entry {
     enum State { Free, Reserved, Bound };
@@ -96,4 +96,4 @@ BoundName::~BoundName() {
     }
 }
 
-} // namespace workstation
+} // namespace workstation::ipc

@@ -8,7 +8,7 @@
 #include "FileDescriptor.h"
 #include "ipc/SocketDirectory.h"
 
-namespace workstation {
+namespace workstation::ipc {
 
 // Owner of the file that binding a socket makes: removes it when destroyed. exit() removes it as
 // well, for an interrupted program never destroys what lies on its stack. In a forked child neither
@@ -41,4 +41,4 @@ private:
     Entry* entry_;
 };
 
-} // namespace workstation
+} // namespace workstation::ipc

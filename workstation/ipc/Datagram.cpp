@@ -3,7 +3,7 @@
 
 #include "BigEndian.h"
 
-namespace workstation {
+namespace workstation::ipc {
 
 std::array<unsigned char, datagramHeaderSize> EncodeHeader(DatagramHeader const& header) {
     std::array<unsigned char, datagramHeaderSize> bytes{};
@@ -26,4 +26,4 @@ std::optional<DatagramHeader> DecodeHeader(std::span<unsigned char const> datagr
     return header;
 }
 
-} // namespace workstation
+} // namespace workstation::ipc

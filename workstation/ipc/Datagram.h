@@ -9,7 +9,7 @@
 
 #include "IpcMessage.h"
 
-namespace workstation {
+namespace workstation::ipc {
 
 // What stands before the payload of a datagram: four 32-bit big-endian words.
 struct DatagramHeader {
@@ -31,4 +31,4 @@ std::array<unsigned char, datagramHeaderSize> EncodeHeader(DatagramHeader const&
 // it states.
 std::optional<DatagramHeader> DecodeHeader(std::span<unsigned char const> datagram);
 
-} // namespace workstation
+} // namespace workstation::ipc

@@ -3,7 +3,7 @@
 
 #include <functional>
 
-namespace workstation {
+namespace workstation::ipc {
 
 DecodeRange DecodeRange::Of(char const* payload, std::size_t size) {
     auto const* const begin = reinterpret_cast<unsigned char const*>(payload);
@@ -30,4 +30,4 @@ DecodeScope::~DecodeScope() {
     CurrentDecodeRange() = former_;
 }
 
-} // namespace workstation
+} // namespace workstation::ipc

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace workstation {
+namespace workstation::ipc {
 
 // The payload of the message that a thread is handling. Item::Decode takes no length; this is what
 // keeps it inside the message.
@@ -35,4 +35,4 @@ private:
     DecodeRange former_;
 };
 
-} // namespace workstation
+} // namespace workstation::ipc

@@ -13,10 +13,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Deadline.h"
 #include "ipc/Datagram.h"
-#include "ipc/Deadline.h"
 
-namespace workstation {
+namespace workstation::ipc {
 namespace {
 
 // One datagram off the socket, with what the kernel says of its sender.
@@ -159,7 +159,7 @@ std::optional<Letter> Endpoint::Receive() {
             return std::nullopt;
         }
         if (datagram) {
-            if (auto letter = workstation::Open(*datagram)) {
+            if (auto letter = ipc::Open(*datagram)) {
                 return letter;
             }
         }
@@ -199,4 +199,4 @@ int Endpoint::Send(std::string const& to, std::uint32_t id, std::span<char const
                        roomTimeoutMs);
 }
 
-} // namespace workstation
+} // namespace workstation::ipc

@@ -14,7 +14,7 @@
 #include "ipc/SendingSocket.h"
 #include "ipc/SocketDirectory.h"
 
-namespace workstation {
+namespace workstation::ipc {
 
 // A message that has come in.
 struct Letter {
@@ -67,4 +67,4 @@ private:
     std::vector<unsigned char> buffer_; // one datagram
 };
 
-} // namespace workstation
+} // namespace workstation::ipc

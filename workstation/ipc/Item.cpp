@@ -8,10 +8,10 @@
 #include "BigEndian.h"
 #include "ipc/DecodeScope.h"
 
-using workstation::CurrentDecodeRange;
-using workstation::DecodeRange;
 using workstation::GetBig32;
 using workstation::PutBig32;
+using workstation::ipc::CurrentDecodeRange;
+using workstation::ipc::DecodeRange;
 
 namespace {
 

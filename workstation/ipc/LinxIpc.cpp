@@ -10,20 +10,20 @@
 #include <span>
 #include <utility>
 
+#include "Deadline.h"
 #include "IpcMessage.h"
-#include "ipc/Deadline.h"
 #include "ipc/DecodeScope.h"
 #include "ipc/Endpoint.h"
 #include "log/PlatformLog.h"
 
-using workstation::CurrentDecodeRange;
 using workstation::Deadline;
-using workstation::DecodeRange;
-using workstation::Endpoint;
-using workstation::Letter;
-using workstation::LogNotification;
-using workstation::SocketIdentity;
 using workstation::SoonerMs;
+using workstation::ipc::CurrentDecodeRange;
+using workstation::ipc::DecodeRange;
+using workstation::ipc::Endpoint;
+using workstation::ipc::Letter;
+using workstation::ipc::SocketIdentity;
+using workstation::log::LogNotification;
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "Item.h"
 #include "ipc/DecodeScope.h"
 
-namespace workstation {
+namespace workstation::ipc {
 namespace {
 
 unsigned char* Bytes(char* text) {
@@ -51,4 +51,4 @@ bool UnpackMessage(IpcMessage& message, std::initializer_list<Item*> items) {
     return DecodeItems({message.Data(), message.Size()}, items);
 }
 
-} // namespace workstation
+} // namespace workstation::ipc

@@ -8,7 +8,7 @@
 class IpcMessage;
 class Item;
 
-namespace workstation {
+namespace workstation::ipc {
 
 // The encodings of the items, back to back.
 std::vector<char> EncodeItems(std::initializer_list<Item*> items);
@@ -25,4 +25,4 @@ bool PackMessage(IpcMessage& message, unsigned int id, std::initializer_list<Ite
 // DecodeItems on the payload of `message`.
 bool UnpackMessage(IpcMessage& message, std::initializer_list<Item*> items);
 
-} // namespace workstation
+} // namespace workstation::ipc

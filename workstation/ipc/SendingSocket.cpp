@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace workstation {
+namespace workstation::ipc {
 namespace {
 
 // As the kernel decides it: what it goes beyond the limit with is the last message that it takes.
@@ -70,4 +70,4 @@ int SendingSocket::WithRoom(SocketDirectory const& directory, std::string const&
     return present;
 }
 
-} // namespace workstation
+} // namespace workstation::ipc

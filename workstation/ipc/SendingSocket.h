@@ -6,7 +6,7 @@
 #include "FileDescriptor.h"
 #include "ipc/SocketDirectory.h"
 
-namespace workstation {
+namespace workstation::ipc {
 
 // A message that its receiver has not read counts against the buffer of the socket that it was sent
 // from. Receivers that do not read would so keep all others from being told. Therefore a socket
@@ -22,4 +22,4 @@ private:
     FileDescriptor socket_; // none while the first one does
 };
 
-} // namespace workstation
+} // namespace workstation::ipc

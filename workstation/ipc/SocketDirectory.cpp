@@ -12,10 +12,10 @@
 #include <cstring>
 #include <memory>
 
+#include "Deadline.h"
 #include "Root.h"
-#include "ipc/Deadline.h"
 
-namespace workstation {
+namespace workstation::ipc {
 namespace {
 
 constexpr int lockTimeoutMs = 2000;
@@ -131,4 +131,4 @@ void RemoveStaleSockets() {
     }
 }
 
-} // namespace workstation
+} // namespace workstation::ipc

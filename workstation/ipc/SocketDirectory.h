@@ -10,7 +10,7 @@
 
 #include "FileDescriptor.h"
 
-namespace workstation {
+namespace workstation::ipc {
 
 // Endpoint names are file names in the directory. Their length is bounded so that the address of
 // any endpoint fits sockaddr_un.
@@ -78,4 +78,4 @@ private:
 // Removes the sockets that killed processes have left behind in the IPC directory.
 void RemoveStaleSockets();
 
-} // namespace workstation
+} // namespace workstation::ipc

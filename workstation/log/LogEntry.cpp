@@ -14,7 +14,7 @@
 
 #include "FileDescriptor.h"
 
-namespace workstation {
+namespace workstation::log {
 namespace {
 
 bool IsControl(char character) {
@@ -80,4 +80,4 @@ void WriteLogEntry(LogEntry const& entry) {
     AppendToFile(path, FormatLogLine(entry, now));
 }
 
-} // namespace workstation
+} // namespace workstation::log

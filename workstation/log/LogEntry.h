@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace workstation {
+namespace workstation::log {
 
 struct LogEntry {
     int level; // level bits: 1 errors and notifications, 2 notes
@@ -25,4 +25,4 @@ int SyslogPriority(int level);
 // to syslog(3). May be called from several threads. An entry that cannot be written is lost.
 void WriteLogEntry(LogEntry const& entry);
 
-} // namespace workstation
+} // namespace workstation::log

@@ -4,7 +4,7 @@
 #include "LogClient.h"
 #include "SysLogMsg.h"
 
-namespace workstation {
+namespace workstation::log {
 namespace {
 
 void Log(unsigned int level, std::string_view text) {
@@ -26,4 +26,4 @@ void LogNote(std::string_view text) {
     Log(2, text);
 }
 
-} // namespace workstation
+} // namespace workstation::log

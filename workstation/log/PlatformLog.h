@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-namespace workstation {
+namespace workstation::log {
 
 // Errors, and what the service was asked and by whom.
 void LogNotification(std::string_view text);
@@ -11,4 +11,4 @@ void LogNotification(std::string_view text);
 // What helps to understand the rest.
 void LogNote(std::string_view text);
 
-} // namespace workstation
+} // namespace workstation::log

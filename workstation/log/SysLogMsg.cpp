@@ -12,7 +12,7 @@ SysLogMsg::~SysLogMsg() {
         return;
     }
     try {
-        workstation::WriteLogEntry({level_, processName_, text_.str()});
+        workstation::log::WriteLogEntry({level_, processName_, text_.str()});
     } catch (...) {
     }
 }

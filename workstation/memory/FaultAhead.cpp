@@ -8,7 +8,7 @@
 #include <csignal>
 #include <exception>
 
-namespace workstation {
+namespace workstation::memory {
 namespace {
 
 // How much is made present in one go, and so about a millisecond's work to wait for at the end.
@@ -60,4 +60,4 @@ FaultAhead::FaultAhead(unsigned char* memory, std::size_t size) {
     }
 }
 
-} // namespace workstation
+} // namespace workstation::memory

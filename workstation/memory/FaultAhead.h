@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <thread>
 
-namespace workstation {
+namespace workstation::memory {
 
 // Works from the end of the memory towards its start, so that whoever fills it from the start
 // meets it on the way and neither waits for the other. Where there is only one processor, or the
@@ -24,4 +24,4 @@ private:
     std::jthread thread_;
 };
 
-} // namespace workstation
+} // namespace workstation::memory

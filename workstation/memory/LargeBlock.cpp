@@ -10,7 +10,7 @@
 
 #include "memory/FaultAhead.h"
 
-namespace workstation {
+namespace workstation::memory {
 namespace {
 
 // Blocks begin at the start of a huge page (2 MiB).
@@ -100,4 +100,4 @@ bool FreeLargeBlock(void* memory) {
     return true;
 }
 
-} // namespace workstation
+} // namespace workstation::memory

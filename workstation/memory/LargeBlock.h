@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace workstation {
+namespace workstation::memory {
 
 // From this size (32 MiB) on a block of memory is a large one. The one that counts is the buffer
 // for a whole stream file: most of the time that it takes to read and scan one would go into making
@@ -17,4 +17,4 @@ void* AllocateLargeBlock(std::size_t size);
 // Gives a block back. False, and nothing done, for an address that is not that of a large block.
 bool FreeLargeBlock(void* memory);
 
-} // namespace workstation
+} // namespace workstation::memory

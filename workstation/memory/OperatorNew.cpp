@@ -7,8 +7,8 @@
 
 void* operator new(std::size_t size) {
     for (;;) {
-        void* const memory = size >= workstation::largeBlockSize
-                                 ? workstation::AllocateLargeBlock(size)
+        void* const memory = size >= workstation::memory::largeBlockSize
+                                 ? workstation::memory::AllocateLargeBlock(size)
                                  : std::malloc(size > 0 ? size : 1);
         if (memory != nullptr) {
             return memory;
@@ -22,7 +22,7 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* memory) noexcept {
-    if (memory != nullptr && !workstation::FreeLargeBlock(memory)) {
+    if (memory != nullptr && !workstation::memory::FreeLargeBlock(memory)) {
         std::free(memory);
     }
 }

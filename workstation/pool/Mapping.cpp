@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace workstation {
+namespace workstation::pool {
 
 Mapping::Mapping(int descriptor, std::size_t size, Access access)
     : size_(size) {
@@ -34,4 +34,4 @@ void* Mapping::Release() {
     return std::exchange(data_, nullptr);
 }
 
-} // namespace workstation
+} // namespace workstation::pool

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace workstation {
+namespace workstation::pool {
 
 // The one owner of a shared mapping. The descriptor may be closed once it is made.
 class Mapping {
@@ -29,4 +29,4 @@ private:
     std::size_t size_ = 0;
 };
 
-} // namespace workstation
+} // namespace workstation::pool

@@ -12,7 +12,7 @@
 
 #include "BigEndian.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 static_assert(std::atomic_ref<std::uint32_t>::is_always_lock_free);
@@ -31,7 +31,7 @@ std::uint32_t FromBigEndian(std::uint32_t stored) {
 
 // The number of files of the image; none unless its header and its size are as they must be.
 std::optional<std::uint32_t> SoundFileCount(int descriptor, struct stat const& status,
-                                            Failure& why) {
+                                            Trouble& why) {
     if (!S_ISREG(status.st_mode)) {
         Fail(why, EINVAL, "not a regular file");
         return std::nullopt;
@@ -58,7 +58,7 @@ PoolImage::PoolImage(std::string path, std::uint32_t fileCount, dev_t device, in
     , inode_(inode)
     , mapping_(std::move(mapping)) {}
 
-std::unique_ptr<PoolImage> PoolImage::Open(std::string const& path, Failure& why) {
+std::unique_ptr<PoolImage> PoolImage::Open(std::string const& path, Trouble& why) {
     auto image = OpenSound(path, why);
     if (!image) {
         why.text = "pool '" + path + "': " + why.text;
@@ -66,7 +66,7 @@ std::unique_ptr<PoolImage> PoolImage::Open(std::string const& path, Failure& why
     return image;
 }
 
-std::unique_ptr<PoolImage> PoolImage::OpenSound(std::string const& path, Failure& why) {
+std::unique_ptr<PoolImage> PoolImage::OpenSound(std::string const& path, Trouble& why) {
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file || fstat(file.Get(), &status) != 0) {
@@ -87,7 +87,7 @@ std::unique_ptr<PoolImage> PoolImage::OpenSound(std::string const& path, Failure
         new PoolImage(path, *fileCount, status.st_dev, status.st_ino, std::move(mapping)));
 }
 
-bool PoolImage::Create(std::string const& path, std::uint32_t fileCount, Failure& why) {
+bool PoolImage::Create(std::string const& path, std::uint32_t fileCount, Trouble& why) {
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     if (!file) {
         return FailWithErrno(why, "cannot create '" + path + "'");
@@ -136,7 +136,7 @@ FileDescriptor PoolImage::OpenDescriptor(int flags) const {
     return file;
 }
 
-std::optional<std::uint32_t> ReadPoolHeader(int descriptor, Failure& why) {
+std::optional<std::uint32_t> ReadPoolHeader(int descriptor, Trouble& why) {
     PoolHeaderPage page{};
     ssize_t const got = pread(descriptor, page.data(), page.size(), 0);
     if (got < 0) {
@@ -167,4 +167,4 @@ std::string LengthBeyondSlot(int fileNumber, std::uint32_t length) {
            " bytes";
 }
 
-} // namespace workstation
+} // namespace workstation::pool

@@ -9,11 +9,11 @@
 #include <string>
 
 #include "FileDescriptor.h"
-#include "pool/Failure.h"
+#include "Trouble.h"
 #include "pool/Mapping.h"
 #include "pool/PoolLayout.h"
 
-namespace workstation {
+namespace workstation::pool {
 
 // The header and the table are mapped and shared with every other process; each word of the table
 // is read and written as a whole. Slots are never mapped: they are read and written through
@@ -22,10 +22,10 @@ class PoolImage {
 public:
     // Null, with "pool '<path>': " and what is wrong, unless the file is a sound image of exactly
     // the right size. Single entries are not looked at.
-    static std::unique_ptr<PoolImage> Open(std::string const& path, Failure& why);
+    static std::unique_ptr<PoolImage> Open(std::string const& path, Trouble& why);
 
     // Makes an image of empty files, in place of whatever file is there. The image is sparse.
-    static bool Create(std::string const& path, std::uint32_t fileCount, Failure& why);
+    static bool Create(std::string const& path, std::uint32_t fileCount, Trouble& why);
 
     std::string const& Path() const { return path_; }
     int FileCount() const { return static_cast<int>(fileCount_); }
@@ -51,7 +51,7 @@ private:
     PoolImage(std::string path, std::uint32_t fileCount, dev_t device, ino_t inode,
               Mapping mapping);
 
-    static std::unique_ptr<PoolImage> OpenSound(std::string const& path, Failure& why);
+    static std::unique_ptr<PoolImage> OpenSound(std::string const& path, Trouble& why);
     std::uint32_t* Word(int fileNumber, EntryWord word) const;
 
     std::string path_;
@@ -62,7 +62,7 @@ private:
 };
 
 // The number of files that the header of an image states; none when it is not as it must be.
-std::optional<std::uint32_t> ReadPoolHeader(int descriptor, Failure& why);
+std::optional<std::uint32_t> ReadPoolHeader(int descriptor, Trouble& why);
 
 // "stream file 7: the pool has no such file; it has 3".
 std::string NoSuchStreamFile(PoolImage const& image, int fileNumber);
@@ -70,4 +70,4 @@ std::string NoSuchStreamFile(PoolImage const& image, int fileNumber);
 // "stream file 2: stated length 98566145 is beyond the slot of 98566144 bytes".
 std::string LengthBeyondSlot(int fileNumber, std::uint32_t length);
 
-} // namespace workstation
+} // namespace workstation::pool

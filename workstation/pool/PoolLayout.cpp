@@ -9,7 +9,7 @@
 
 #include "BigEndian.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 // The first byte keeps the image from being taken for text, the line ends and the control
@@ -124,4 +124,4 @@ std::optional<std::uint32_t> DecodePoolHeader(PoolHeaderPage const& page, std::s
     return GetBig32(page.data() + fileCountAt);
 }
 
-} // namespace workstation
+} // namespace workstation::pool

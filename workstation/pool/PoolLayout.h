@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace workstation {
+namespace workstation::pool {
 
 constexpr std::uint32_t poolFormatVersion = 1;
 constexpr std::uint32_t poolPageSize = 4096;
@@ -55,4 +55,4 @@ PoolHeaderPage EncodePoolHeader(std::uint32_t fileCount);
 // fields is not as it must be.
 std::optional<std::uint32_t> DecodePoolHeader(PoolHeaderPage const& page, std::string& fault);
 
-} // namespace workstation
+} // namespace workstation::pool

@@ -14,7 +14,7 @@
 #include "Root.h"
 #include "pool/PoolImage.h"
 
-namespace workstation {
+namespace workstation::pool {
 
 struct PoolSession::Attachment {
     std::unique_ptr<PoolImage> pool;
@@ -44,7 +44,7 @@ PoolSession& PoolSession::Instance() {
     return session;
 }
 
-bool PoolSession::Load(bool registerProcess, Failure& why) {
+bool PoolSession::Load(bool registerProcess, Trouble& why) {
     std::lock_guard const lock(mutex);
     Attachment* const attachment = Attach(why);
     if (attachment == nullptr) {
@@ -57,7 +57,7 @@ bool PoolSession::Load(bool registerProcess, Failure& why) {
     return true;
 }
 
-PoolSession::Attachment* PoolSession::Attach(Failure& why) {
+PoolSession::Attachment* PoolSession::Attach(Trouble& why) {
     Attachment* const former = attachment_;
     if (former != nullptr && former->pool->LiesAt(PoolPath())) {
         return former;
@@ -70,12 +70,12 @@ PoolSession::Attachment* PoolSession::Attach(Failure& why) {
     return attachment;
 }
 
-PoolSession::Attachment* PoolSession::MakeAttachment(Attachment* former, Failure& why) {
+PoolSession::Attachment* PoolSession::MakeAttachment(Attachment* former, Trouble& why) {
     auto pool = PoolImage::Open(PoolPath(), why);
     if (!pool) {
         return nullptr;
     }
-    Failure unlisted;
+    Trouble unlisted;
     auto processes = ProcessTable::Open(ProcessTablePath(), unlisted);
     return new Attachment{std::move(pool), std::move(processes), former};
 }
@@ -150,4 +150,4 @@ unsigned ReapDeadProcesses() {
     return PoolSession::Instance().Reap();
 }
 
-} // namespace workstation
+} // namespace workstation::pool

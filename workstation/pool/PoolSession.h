@@ -5,10 +5,10 @@
 
 #include <atomic>
 
-#include "pool/Failure.h"
+#include "Trouble.h"
 #include "pool/ProcessTable.h"
 
-namespace workstation {
+namespace workstation::pool {
 
 class PoolImage;
 
@@ -21,7 +21,7 @@ public:
     // Opens the pool of the recorder, unless it is open already, and gives the process a record in
     // the process table. Without a record (the table is full or damaged) everything works, the
     // process is just not listed. From any thread, as often as one likes.
-    bool Load(bool registerProcess, Failure& why);
+    bool Load(bool registerProcess, Trouble& why);
 
     // Gives back the record of the process with everything in it. Safe in a signal handler: it
     // takes no lock and no memory, whatever it interrupts, and may interrupt itself. Streams that
@@ -46,9 +46,9 @@ private:
     // never freed: other threads, or the handler of a signal, may be in the midst of using it.
     struct Attachment;
 
-    Attachment* Attach(Failure& why);
+    Attachment* Attach(Trouble& why);
     void Register(Attachment& attachment);
-    static Attachment* MakeAttachment(Attachment* former, Failure& why);
+    static Attachment* MakeAttachment(Attachment* former, Trouble& why);
 
     std::atomic<Attachment*> attachment_ = nullptr;
     std::atomic<bool> isLoaded_ = false;
@@ -60,4 +60,4 @@ private:
 // Clears what dead processes left in the process table of the loaded pool.
 unsigned ReapDeadProcesses();
 
-} // namespace workstation
+} // namespace workstation::pool

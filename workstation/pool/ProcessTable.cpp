@@ -17,7 +17,7 @@
 #include "pool/PoolImage.h"
 #include "pool/WriterLock.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 // A table of a machine with the other byte order shows another magic number.
@@ -133,7 +133,7 @@ bool ClearRecord(ProcessRecord& record, std::int32_t pidWord, PoolImage& pool) {
     return true;
 }
 
-Mapping MapTable(int descriptor, std::string const& path, Mapping::Access access, Failure& why) {
+Mapping MapTable(int descriptor, std::string const& path, Mapping::Access access, Trouble& why) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
         FailWithErrno(why, "process table '" + path + "'");
@@ -166,7 +166,7 @@ bool ExtendNewFile(int descriptor) {
 
 } // namespace
 
-std::unique_ptr<ProcessTable> ProcessTable::Open(std::string const& path, Failure& why) {
+std::unique_ptr<ProcessTable> ProcessTable::Open(std::string const& path, Trouble& why) {
     mkdir(std::filesystem::path(path).parent_path().c_str(), 0700);
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
     if (!file || !ExtendNewFile(file.Get())) {
@@ -181,7 +181,7 @@ std::unique_ptr<ProcessTable> ProcessTable::Open(std::string const& path, Failur
     return std::unique_ptr<ProcessTable>(new ProcessTable(std::move(mapping)));
 }
 
-Mapping ProcessTable::MapForLooking(std::string const& path, Failure& why) {
+Mapping ProcessTable::MapForLooking(std::string const& path, Trouble& why) {
     FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file) {
         FailWithErrno(why, "cannot open the process table '" + path + "'");
@@ -285,4 +285,4 @@ void ProcessTable::Release(ThreadSlot& slot, SlotUse use) {
     Exchange(slot.marker, Marker(getpid(), use), 0U);
 }
 
-} // namespace workstation
+} // namespace workstation::pool

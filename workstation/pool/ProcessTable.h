@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "pool/Failure.h"
+#include "Trouble.h"
 #include "pool/Mapping.h"
 
-namespace workstation {
+namespace workstation::pool {
 
 class PoolImage;
 
@@ -72,10 +72,10 @@ class ProcessTable {
 public:
     // Opens the table, and makes it and its directory when they are missing; any number of
     // processes may do so at once. Null when the file is no process table of this machine.
-    static std::unique_ptr<ProcessTable> Open(std::string const& path, Failure& why);
+    static std::unique_ptr<ProcessTable> Open(std::string const& path, Trouble& why);
 
     // The same for looking only: makes nothing. Not mapped on failure.
-    static Mapping MapForLooking(std::string const& path, Failure& why);
+    static Mapping MapForLooking(std::string const& path, Trouble& why);
 
     // Gives this process a record; a record with its id that is there already was left by a dead
     // namesake and is cleared, as are the records of all other dead processes. False when the
@@ -111,4 +111,4 @@ private:
     Mapping mapping_;
 };
 
-} // namespace workstation
+} // namespace workstation::pool

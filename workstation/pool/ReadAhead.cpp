@@ -12,7 +12,7 @@
 
 #include "FileDescriptor.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 constexpr std::uint64_t kibibyte = 1024;
@@ -76,4 +76,4 @@ void ReadAhead::BeforeRead(int descriptor, std::uint64_t offset, std::uint64_t s
     }
 }
 
-} // namespace workstation
+} // namespace workstation::pool

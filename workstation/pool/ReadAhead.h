@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace workstation {
+namespace workstation::pool {
 
 // How many bytes the kernel reads ahead by itself on the device that the file lies on. What cannot
 // be told is taken for the kernel's default.
@@ -27,4 +27,4 @@ private:
     std::uint64_t announced_ = 0;         // everything from expected_ to here has been announced
 };
 
-} // namespace workstation
+} // namespace workstation::pool

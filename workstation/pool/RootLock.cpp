@@ -6,9 +6,9 @@
 
 #include "Root.h"
 
-namespace workstation {
+namespace workstation::pool {
 
-FileDescriptor LockRoot(Failure& why) {
+FileDescriptor LockRoot(Trouble& why) {
     std::string const path = RootDirectory();
     FileDescriptor root(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!root) {
@@ -26,4 +26,4 @@ FileDescriptor LockRoot(Failure& why) {
     return {};
 }
 
-} // namespace workstation
+} // namespace workstation::pool

@@ -2,13 +2,13 @@
 #pragma once
 
 #include "FileDescriptor.h"
-#include "pool/Failure.h"
+#include "Trouble.h"
 
-namespace workstation {
+namespace workstation::pool {
 
 // Makes this process the owner of the recorder's directory for as long as the descriptor lives:
 // the stream manager for its whole life, the pool tool while it replaces the pool. None, with
 // errno EBUSY in `why`, while another process owns it. The directory must exist.
-FileDescriptor LockRoot(Failure& why);
+FileDescriptor LockRoot(Trouble& why);
 
-} // namespace workstation
+} // namespace workstation::pool

@@ -10,7 +10,7 @@
 
 #include "pool/WriterLock.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 // What a damaged entry states cannot be trusted in anything.
@@ -42,12 +42,12 @@ bool TransferAll(Transfer transfer, int descriptor, Byte* bytes, std::size_t cou
 
 } // namespace
 
-std::unique_ptr<StreamFile> StreamFile::OpenForReading(int fileNumber, Failure& why) {
+std::unique_ptr<StreamFile> StreamFile::OpenForReading(int fileNumber, Trouble& why) {
     return Open(fileNumber, SlotUse::reading, why);
 }
 
 std::unique_ptr<StreamFile> StreamFile::OpenForWriting(int fileNumber, std::uint32_t controller,
-                                                       Failure& why) {
+                                                       Trouble& why) {
     auto file = Open(fileNumber, SlotUse::writing, why);
     if (file && !file->BecomeWriter(controller)) {
         FailWithErrno(why, "stream file " + std::to_string(fileNumber));
@@ -56,7 +56,7 @@ std::unique_ptr<StreamFile> StreamFile::OpenForWriting(int fileNumber, std::uint
     return file;
 }
 
-std::unique_ptr<StreamFile> StreamFile::Open(int fileNumber, SlotUse use, Failure& why) {
+std::unique_ptr<StreamFile> StreamFile::Open(int fileNumber, SlotUse use, Trouble& why) {
     std::string const name = "stream file " + std::to_string(fileNumber);
     PoolImage* const pool = PoolSession::Instance().Pool();
     if (pool == nullptr) {
@@ -178,4 +178,4 @@ long StreamFile::SetLength(long length) {
     return 0;
 }
 
-} // namespace workstation
+} // namespace workstation::pool

@@ -5,12 +5,12 @@
 #include <memory>
 
 #include "FileDescriptor.h"
-#include "pool/Failure.h"
+#include "Trouble.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 #include "pool/ReadAhead.h"
 
-namespace workstation {
+namespace workstation::pool {
 
 // Belongs to one thread at a time. Where an operation fails it sets errno. In a child process that
 // inherited it, nothing that is shared with the parent is released by its end.
@@ -18,12 +18,12 @@ class StreamFile {
 public:
     // Null on failure, with errno's value in `why`: ENOENT for a number that the pool does not
     // have or when none is loaded, EUCLEAN for a damaged table entry.
-    static std::unique_ptr<StreamFile> OpenForReading(int fileNumber, Failure& why);
+    static std::unique_ptr<StreamFile> OpenForReading(int fileNumber, Trouble& why);
 
     // The same, and EBUSY while somebody else writes the file. `controller` (not 0) is what the
     // table of files shows until the file is closed.
     static std::unique_ptr<StreamFile> OpenForWriting(int fileNumber, std::uint32_t controller,
-                                                      Failure& why);
+                                                      Trouble& why);
 
     ~StreamFile();
     StreamFile(StreamFile const&) = delete;
@@ -50,7 +50,7 @@ public:
 private:
     StreamFile(PoolImage& pool, int fileNumber, FileDescriptor file, SlotUse use);
 
-    static std::unique_ptr<StreamFile> Open(int fileNumber, SlotUse use, Failure& why);
+    static std::unique_ptr<StreamFile> Open(int fileNumber, SlotUse use, Trouble& why);
     bool BecomeWriter(std::uint32_t controller);
     unsigned int Available(std::uint32_t end, unsigned int count) const;
 
@@ -64,4 +64,4 @@ private:
     std::uint32_t position_ = 0; // at most the size of a slot
 };
 
-} // namespace workstation
+} // namespace workstation::pool

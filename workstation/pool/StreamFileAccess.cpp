@@ -12,11 +12,11 @@
 
 namespace {
 
-using workstation::EntryWord;
-using workstation::Failure;
-using workstation::LogNotification;
-using workstation::PoolSession;
-using workstation::StreamFile;
+using workstation::Trouble;
+using workstation::log::LogNotification;
+using workstation::pool::EntryWord;
+using workstation::pool::PoolSession;
+using workstation::pool::StreamFile;
 
 int FileSystemTypeOfPool() {
     constexpr int unknown = 0;
@@ -46,7 +46,7 @@ bool HasFile(std::unique_ptr<File> const& file) {
 class StreamFileAccess::OpenFile {
 public:
     // Null for a stream file that could not be opened.
-    static std::unique_ptr<OpenFile> Make(std::unique_ptr<StreamFile> stream, Failure const& why) {
+    static std::unique_ptr<OpenFile> Make(std::unique_ptr<StreamFile> stream, Trouble const& why) {
         if (stream) {
             return std::unique_ptr<OpenFile>(new OpenFile(std::move(stream)));
         }
@@ -71,14 +71,14 @@ int StreamFileAccess::fileSystemType = FileSystemTypeOfPool();
 StreamFileAccess::StreamFileAccess() = default;
 
 StreamFileAccess::StreamFileAccess(int fileNumber, int /*mode*/) {
-    Failure why;
+    Trouble why;
     auto stream = StreamFile::OpenForReading(fileNumber, why);
     file_ = OpenFile::Make(std::move(stream), why);
 }
 
 StreamFileAccess::StreamFileAccess(int fileNumber, bool /*append*/,
                                    StreamMgrFileMgmnt::Control_t controller) {
-    Failure why;
+    Trouble why;
     auto stream =
         StreamFile::OpenForWriting(fileNumber, static_cast<std::uint32_t>(controller), why);
     file_ = OpenFile::Make(std::move(stream), why);
@@ -93,7 +93,7 @@ bool StreamFileAccess::InitializeFileAccess(bool atomicRead, bool registerProces
         errno = ENOTSUP;
         return false;
     }
-    Failure why;
+    Trouble why;
     if (!PoolSession::Instance().Load(registerProcess, why)) {
         LogNotification(why.text);
         errno = why.error;

@@ -10,7 +10,8 @@ StreamMgrFileMgmnt::StreamMgrFileMgmnt() = default;
 
 StreamMgrFileMgmnt::~StreamMgrFileMgmnt() {
     if (processTable_ != nullptr) {
-        munmap(const_cast<unsigned char*>(processTable_), sizeof(workstation::ProcessTableData));
+        munmap(const_cast<unsigned char*>(processTable_),
+               sizeof(workstation::pool::ProcessTableData));
     }
 }
 
@@ -19,9 +20,9 @@ bool StreamMgrFileMgmnt::Initialize(int table, bool create, bool writable) {
         return false;
     }
     if (processTable_ == nullptr) {
-        workstation::Failure why;
+        workstation::Trouble why;
         processTable_ = static_cast<unsigned char const*>(
-            workstation::ProcessTable::MapForLooking(workstation::ProcessTablePath(), why)
+            workstation::pool::ProcessTable::MapForLooking(workstation::ProcessTablePath(), why)
                 .Release());
     }
     return processTable_ != nullptr;

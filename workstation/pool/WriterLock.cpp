@@ -7,7 +7,7 @@
 
 #include "pool/PoolImage.h"
 
-namespace workstation {
+namespace workstation::pool {
 namespace {
 
 struct flock LockOfEntry(int fileNumber) {
@@ -21,7 +21,7 @@ struct flock LockOfEntry(int fileNumber) {
 
 } // namespace
 
-bool LockForWriting(int descriptor, int fileNumber, Failure& why) {
+bool LockForWriting(int descriptor, int fileNumber, Trouble& why) {
     auto lock = LockOfEntry(fileNumber);
     if (fcntl(descriptor, F_OFD_SETLK, &lock) == 0) {
         return true;
@@ -41,7 +41,7 @@ bool HasWriter(PoolImage const& image, int fileNumber) {
 
 bool ResetAbandonedController(PoolImage& image, int fileNumber) {
     FileDescriptor const file = image.OpenDescriptor(O_RDWR);
-    Failure busy;
+    Trouble busy;
     if (!file || !LockForWriting(file.Get(), fileNumber, busy) ||
         image.Get(fileNumber, EntryWord::controller) == 0) {
         return false;
@@ -50,4 +50,4 @@ bool ResetAbandonedController(PoolImage& image, int fileNumber) {
     return true;
 }
 
-} // namespace workstation
+} // namespace workstation::pool

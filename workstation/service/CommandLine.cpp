@@ -8,7 +8,7 @@
 
 #include "Environment.h"
 
-namespace workstation {
+namespace workstation::service {
 
 int RunWithCommandLine(int argc, char** argv, int (*run)(ServiceOptions const&)) {
     constexpr int misuse = 2;
@@ -35,7 +35,7 @@ int RunWithCommandLine(int argc, char** argv, int (*run)(ServiceOptions const&))
         return misuse;
     }
     std::string error;
-    auto parsed = ParseRecordOptions(recordings, error);
+    auto parsed = recording::ParseRecordOptions(recordings, error);
     if (!parsed) {
         std::cerr << "StreamMgr: " << error << std::endl;
         return misuse;
@@ -44,4 +44,4 @@ int RunWithCommandLine(int argc, char** argv, int (*run)(ServiceOptions const&))
     return run(options);
 }
 
-} // namespace workstation
+} // namespace workstation::service

@@ -5,11 +5,11 @@
 
 #include "service/recording/RecordOption.h"
 
-namespace workstation {
+namespace workstation::service {
 
 // What the command line asks for.
 struct ServiceOptions {
-    std::vector<RecordOption> recordings;
+    std::vector<recording::RecordOption> recordings;
     bool isFast = false; // files are read as fast as they can be
     bool loops = false;  // files are read again and again
 };
@@ -18,4 +18,4 @@ struct ServiceOptions {
 // it was told to, 1 when it could not start, 2 for misuse.
 int RunWithCommandLine(int argc, char** argv, int (*run)(ServiceOptions const&));
 
-} // namespace workstation
+} // namespace workstation::service

@@ -7,7 +7,7 @@
 #include <system_error>
 #include <utility>
 
-namespace workstation {
+namespace workstation::service {
 
 Notices::Notices()
     : event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
@@ -29,4 +29,4 @@ std::vector<Notice> Notices::Take() {
     return std::exchange(notices_, {});
 }
 
-} // namespace workstation
+} // namespace workstation::service

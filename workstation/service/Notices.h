@@ -7,15 +7,15 @@
 #include <vector>
 
 #include "FileDescriptor.h"
-#include "service/store/EventStore.h"
+#include "store/EventStore.h"
 
-namespace workstation {
+namespace workstation::service {
 
 struct RecordStarted {
     std::string reid;
 };
 struct RecordStopped {
-    Event recording;
+    store::Event recording;
 };
 
 using Notice = std::variant<RecordStarted, RecordStopped>;
@@ -39,4 +39,4 @@ private:
     std::vector<Notice> notices_;
 };
 
-} // namespace workstation
+} // namespace workstation::service

@@ -22,12 +22,12 @@
 #include "log/PlatformLog.h"
 #include "pool/PoolSession.h"
 #include "pool/RootLock.h"
-#include "service/ControlRequests.h"
-#include "service/EventRequests.h"
-#include "service/Recovery.h"
-#include "service/SubscriptionRequests.h"
+#include "service/requests/ControlRequests.h"
+#include "service/requests/EventRequests.h"
+#include "service/requests/SubscriptionRequests.h"
+#include "service/ring/Recovery.h"
 
-namespace workstation {
+namespace workstation::service {
 namespace {
 
 // How often slow subscribers are looked after.
@@ -39,34 +39,35 @@ int FailToStart(std::string const& reason) {
 }
 
 int Serve(SignalWatch& signals, StreamFileAccess& pool, ServiceOptions const& options) {
-    RemoveStaleSockets();
+    ipc::RemoveStaleSockets();
     std::string const& name = LinxServerNameList::Instance()->Name(e_StreamMgr);
     std::string error;
-    auto endpoint = Endpoint::Open(name, error);
+    auto endpoint = ipc::Endpoint::Open(name, error);
     if (!endpoint) {
         return FailToStart(error);
     }
     LogClient::Instance()->ProcessName(name);
-    EventStore store(DatabasePath());
-    RecoverRecordings(store);
+    store::EventStore store(DatabasePath());
+    ring::RecoverRecordings(store);
 
     Service service(signals, std::move(*endpoint), pool, store);
-    LogNotification("started with a pool of " + std::to_string(pool.GetFilePoolSize()) + " files");
+    log::LogNotification("started with a pool of " + std::to_string(pool.GetFilePoolSize()) +
+                         " files");
     service.Record(options);
     std::cout << "StreamMgr: ready" << std::endl;
     service.Run();
-    LogNotification("stopped");
+    log::LogNotification("stopped");
     return EXIT_SUCCESS;
 }
 
-std::vector<char> EncodeRecording(Event const& recording) {
+std::vector<char> EncodeRecording(store::Event const& recording) {
     StreamMgrApi::EventRecordItem item;
     item.reid.Value(recording.reid);
     item.tagsComplete.Value(recording.tagsComplete);
     item.startTime.Value(static_cast<int>(recording.startTime));
     item.stopTime.Value(static_cast<int>(recording.stopTime));
     item.streams.Value(recording.streams);
-    return EncodeItems({&item});
+    return ipc::EncodeItems({&item});
 }
 
 } // namespace
@@ -74,12 +75,12 @@ std::vector<char> EncodeRecording(Event const& recording) {
 int RunService(ServiceOptions const& options) {
     std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files shows as a failed write
     SignalWatch signals;
-    Failure why;
-    FileDescriptor const root = LockRoot(why);
+    Trouble why;
+    FileDescriptor const root = pool::LockRoot(why);
     if (!root) {
         return FailToStart(why.text);
     }
-    if (!PoolSession::Instance().Load(true, why)) {
+    if (!pool::PoolSession::Instance().Load(true, why)) {
         return FailToStart(why.text);
     }
     StreamFileAccess pool;
@@ -93,28 +94,30 @@ int RunService(ServiceOptions const& options) {
     return status;
 }
 
-Service::Recorder::Recorder(Service& service, RecordOption const& option,
+Service::Recorder::Recorder(Service& service, recording::RecordOption const& option,
                             ServiceOptions const& options)
     : recording(option.stream, service.ring_, service.store_, service.notices_, service.clock_)
     , recorder({option.stream, option.source, options.isFast, options.loops}, recording, recording,
-               service.clock_, LogNotification) {}
+               service.clock_, log::LogNotification) {}
 
-Service::Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool, EventStore& store)
+Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, StreamFileAccess& pool,
+                 store::EventStore& store)
     : signals_(signals)
     , endpoint_(std::move(endpoint))
     , pool_(pool)
     , store_(store) {
-    AddControlRequests(router_, {endpoint_, [this] { isRunning_ = false; }, [this] { Reap(); },
-                                 [this] { return Describe(); },
-                                 [this] { return DescribeStorage(Storage()); }});
-    AddEventRequests(router_, {endpoint_, pool_, store_});
-    AddSubscriptionRequests(router_, {endpoint_, subscribers_, [this](std::string const& name) {
-                                          storageNews_.TellNewcomer(name);
-                                      }});
+    requests::AddControlRequests(router_,
+                                 {endpoint_, [this] { isRunning_ = false; }, [this] { Reap(); },
+                                  [this] { return Describe(); },
+                                  [this] { return subscribers::DescribeStorage(Storage()); }});
+    requests::AddEventRequests(router_, {endpoint_, pool_, store_});
+    requests::AddSubscriptionRequests(
+        router_, {endpoint_, subscribers_,
+                  [this](std::string const& name) { storageNews_.TellNewcomer(name); }});
 }
 
 void Service::Record(ServiceOptions const& options) {
-    for (RecordOption const& option : options.recordings) {
+    for (recording::RecordOption const& option : options.recordings) {
         recorders_.push_back(std::make_unique<Recorder>(*this, option, options));
         recorders_.back()->recorder.Start();
     }
@@ -145,7 +148,7 @@ int Service::WaitMs() const {
 
 void Service::HandleSignal() {
     if (auto const signal = signals_.Take()) {
-        LogNotification(std::string("told to quit by signal: ") + strsignal(*signal));
+        log::LogNotification(std::string("told to quit by signal: ") + strsignal(*signal));
         isRunning_ = false;
     }
 }
@@ -164,18 +167,19 @@ void Service::HandleNotices() {
     for (Notice const& notice : notices_.Take()) {
         if (auto const* const started = std::get_if<RecordStarted>(&notice)) {
             StringItem reid(started->reid);
-            subscribers_.Notify(Subscription::recordStart, EncodeItems({&reid}));
+            subscribers_.Notify(subscribers::Subscription::recordStart, ipc::EncodeItems({&reid}));
         } else if (auto const* const stopped = std::get_if<RecordStopped>(&notice)) {
-            subscribers_.Notify(Subscription::recordStop, EncodeRecording(stopped->recording));
+            subscribers_.Notify(subscribers::Subscription::recordStop,
+                                EncodeRecording(stopped->recording));
         }
     }
 }
 
 void Service::Reap() {
-    unsigned int const processes = ReapDeadProcesses();
+    unsigned int const processes = pool::ReapDeadProcesses();
     unsigned int const files = ring_.Reap();
-    LogNotification("reaped " + std::to_string(processes) + " dead processes, wiped " +
-                    std::to_string(files) + " files");
+    log::LogNotification("reaped " + std::to_string(processes) + " dead processes, wiped " +
+                         std::to_string(files) + " files");
 }
 
 std::string Service::Describe() const {
@@ -188,8 +192,8 @@ std::string Service::Describe() const {
            std::to_string(subscribers_.Count()) + " subscriptions";
 }
 
-StorageFigures Service::Storage() const {
-    return CountStorage(pool_, store_.FilesHeldByEvents());
+subscribers::StorageFigures Service::Storage() const {
+    return subscribers::CountStorage(pool_, store_.FilesHeldByEvents());
 }
 
-} // namespace workstation
+} // namespace workstation::service

@@ -9,18 +9,18 @@
 #include "StreamFileAccess.h"
 #include "ipc/Endpoint.h"
 #include "service/CommandLine.h"
-#include "service/FileRing.h"
 #include "service/Notices.h"
-#include "service/RequestRouter.h"
 #include "service/SignalWatch.h"
-#include "service/SlotRecording.h"
-#include "service/StorageFigures.h"
-#include "service/StorageNews.h"
-#include "service/Subscribers.h"
 #include "service/recording/RecordingClock.h"
 #include "service/recording/StreamRecorder.h"
+#include "service/requests/RequestRouter.h"
+#include "service/ring/FileRing.h"
+#include "service/ring/SlotRecording.h"
+#include "service/subscribers/StorageFigures.h"
+#include "service/subscribers/StorageNews.h"
+#include "service/subscribers/Subscribers.h"
 
-namespace workstation {
+namespace workstation::service {
 
 // Runs the service until it is told to quit, by request or by signal. 0 when it ended so, 1, after
 // one line on standard error, when it could not start.
@@ -30,7 +30,8 @@ int RunService(ServiceOptions const& options);
 class Service {
 public:
     // What is passed by reference outlives the service.
-    Service(SignalWatch& signals, Endpoint endpoint, StreamFileAccess& pool, EventStore& store);
+    Service(SignalWatch& signals, ipc::Endpoint endpoint, StreamFileAccess& pool,
+            store::EventStore& store);
 
     Service(Service const&) = delete;
     Service& operator=(Service const&) = delete;
@@ -45,10 +46,11 @@ private:
     using Clock = std::chrono::steady_clock;
 
     struct Recorder {
-        SlotRecording recording;
-        StreamRecorder recorder;
+        ring::SlotRecording recording;
+        recording::StreamRecorder recorder;
 
-        Recorder(Service& service, RecordOption const& option, ServiceOptions const& options);
+        Recorder(Service& service, recording::RecordOption const& option,
+                 ServiceOptions const& options);
     };
 
     int WaitMs() const;
@@ -58,21 +60,21 @@ private:
 
     void Reap();
     std::string Describe() const;
-    StorageFigures Storage() const;
+    subscribers::StorageFigures Storage() const;
 
     SignalWatch& signals_;
-    Endpoint endpoint_;
+    ipc::Endpoint endpoint_;
     StreamFileAccess& pool_;
-    EventStore& store_;
-    FileRing ring_{pool_, store_};
-    SystemRecordingClock clock_;
+    store::EventStore& store_;
+    ring::FileRing ring_{pool_, store_};
+    recording::SystemRecordingClock clock_;
     Notices notices_;
-    Subscribers subscribers_{endpoint_};
-    StorageNews storageNews_{subscribers_, [this] { return Storage(); }};
-    RequestRouter router_;
+    subscribers::Subscribers subscribers_{endpoint_};
+    subscribers::StorageNews storageNews_{subscribers_, [this] { return Storage(); }};
+    requests::RequestRouter router_;
     std::vector<std::unique_ptr<Recorder>> recorders_;
     Clock::time_point const started_ = Clock::now();
     bool isRunning_ = true;
 };
 
-} // namespace workstation
+} // namespace workstation::service

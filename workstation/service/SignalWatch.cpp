@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace workstation {
+namespace workstation::service {
 
 SignalWatch::SignalWatch() {
     sigset_t signals;
@@ -33,4 +33,4 @@ std::optional<int> SignalWatch::Take() {
     return static_cast<int>(signal.ssi_signo);
 }
 
-} // namespace workstation
+} // namespace workstation::service

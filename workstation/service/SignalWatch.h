@@ -6,7 +6,7 @@
 
 #include "FileDescriptor.h"
 
-namespace workstation {
+namespace workstation::service {
 
 // While the object lives, SIGINT and SIGTERM no longer interrupt the process: they wait to be
 // taken. Made before any thread, so that every thread leaves them alone.
@@ -29,4 +29,4 @@ private:
     FileDescriptor descriptor_;
 };
 
-} // namespace workstation
+} // namespace workstation::service

@@ -3,5 +3,5 @@
 #include "service/Service.h"
 
 int main(int argc, char** argv) {
-    return workstation::RunWithCommandLine(argc, argv, workstation::RunService);
+    return workstation::service::RunWithCommandLine(argc, argv, workstation::service::RunService);
 }

@@ -6,7 +6,7 @@
 
 #include <bitstream/mpeg/ts.h>
 
-namespace workstation {
+namespace workstation::ts {
 
 namespace {
 
@@ -106,4 +106,4 @@ std::size_t PacketWalk::Align(std::size_t from) const {
     return first;
 }
 
-} // namespace workstation
+} // namespace workstation::ts

@@ -6,7 +6,7 @@
 
 #include "ts/TsPacket.h"
 
-namespace workstation {
+namespace workstation::ts {
 
 // Gives the offsets of the packets, in the order in which they stand.
 //
@@ -57,4 +57,4 @@ private:
     std::span<unsigned char const> stream_;
 };
 
-} // namespace workstation
+} // namespace workstation::ts

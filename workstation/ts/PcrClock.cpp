@@ -3,7 +3,7 @@
 
 #include <bitstream/mpeg/ts.h>
 
-namespace workstation {
+namespace workstation::ts {
 namespace {
 
 // A PCR is a 33-bit base that counts in 300 units, and an extension below that.
@@ -41,4 +41,4 @@ void PcrClock::See(TsPacketView packet) {
     pcr_ = pcr;
 }
 
-} // namespace workstation
+} // namespace workstation::ts

@@ -6,7 +6,7 @@
 
 #include "ts/TsPacket.h"
 
-namespace workstation {
+namespace workstation::ts {
 
 // The PCR of a packet, in units of 1/27000000 s; none when it carries none that can be trusted.
 std::optional<std::uint64_t> ProgramClockReference(TsPacketView packet);
@@ -32,4 +32,4 @@ private:
     std::uint64_t elapsed_ = 0;
 };
 
-} // namespace workstation
+} // namespace workstation::ts

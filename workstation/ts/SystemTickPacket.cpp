@@ -8,7 +8,7 @@
 #include <bitstream/mpeg/pes.h>
 #include <bitstream/mpeg/ts.h>
 
-namespace workstation {
+namespace workstation::ts {
 
 namespace {
 
@@ -82,4 +82,4 @@ std::optional<StreamMetadata> DecodeSystemTick(TsPacketView packet, unsigned cha
     return metadata;
 }
 
-} // namespace workstation
+} // namespace workstation::ts

@@ -8,7 +8,7 @@
 #include "StreamMetadata.h"
 #include "ts/TsPacket.h"
 
-namespace workstation {
+namespace workstation::ts {
 
 // No PMT names this PID, so players pass the ticks over.
 constexpr std::uint16_t systemTickPid = 0x1FA0;
@@ -35,4 +35,4 @@ inline bool HasSystemTickHeader(TsPacketView packet) {
            (packet[3] & ~continuityCounter) == 0x10;
 }
 
-} // namespace workstation
+} // namespace workstation::ts

@@ -6,7 +6,7 @@
 #include "TsHelper.h"
 #include "ts/SystemTickPacket.h"
 
-namespace workstation {
+namespace workstation::ts {
 
 TickInserter::TickInserter(TickNumbering numbering, int time, unsigned int rate)
     : numbering_(std::move(numbering))
@@ -34,4 +34,4 @@ bool TickInserter::NextTickIsDue() const {
     return next_ * PcrClock::unitsPerSecond <= clock_.Elapsed() * rate_;
 }
 
-} // namespace workstation
+} // namespace workstation::ts

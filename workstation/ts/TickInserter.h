@@ -9,7 +9,7 @@
 #include "ts/TickNumbering.h"
 #include "ts/TsPacket.h"
 
-namespace workstation {
+namespace workstation::ts {
 
 // The first tick comes before the first packet, every other one before the packet whose PCR shows
 // that its time has come. Nothing is held back, so a stream can be recorded while it comes in. The
@@ -41,4 +41,4 @@ private:
     unsigned int continuityCounter_ = 0; // of the next tick's packet
 };
 
-} // namespace workstation
+} // namespace workstation::ts

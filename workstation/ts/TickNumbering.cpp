@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace workstation {
+namespace workstation::ts {
 
 std::uint32_t TickNumbering::Number(std::uint64_t index) const {
     auto const& [start, number] = *std::prev(starts_.upper_bound(index));
@@ -17,4 +17,4 @@ bool TickNumbering::IsLeftOut(std::uint64_t index) const {
     });
 }
 
-} // namespace workstation
+} // namespace workstation::ts

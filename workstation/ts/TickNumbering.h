@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <map>
 
-namespace workstation {
+namespace workstation::ts {
 
 // Ticks have an index, from 0 at the start of the stream, and a number. Numbers count up by one
 // (after 0xFFFFFFFF comes 0), but streams can be made in which they start anew, or in which ticks
@@ -28,4 +28,4 @@ private:
     std::map<std::uint64_t, std::uint64_t> gaps_;   // count by index
 };
 
-} // namespace workstation
+} // namespace workstation::ts

@@ -5,6 +5,7 @@
 #include "ts/SystemTickPacket.h"
 
 using namespace workstation;
+using namespace workstation::ts;
 
 TsHelper::TsHelper(std::vector<unsigned char>& stream)
     : stream_(stream) {}

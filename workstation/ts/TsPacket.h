@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <span>
 
-namespace workstation {
+namespace workstation::ts {
 
 constexpr std::size_t tsPacketSize = 188;
 constexpr unsigned char tsSyncByte = 0x47;
 
 using TsPacketView = std::span<unsigned char const, tsPacketSize>;
 
-} // namespace workstation
+} // namespace workstation::ts

@@ -5,10 +5,10 @@
 
 #include "ts/TsPacket.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 namespace {
 
-constexpr std::size_t blockSize = 1024 * tsPacketSize;
+constexpr std::size_t blockSize = 1024 * ts::tsPacketSize;
 constexpr std::chrono::milliseconds longestWait(250);
 
 } // namespace
@@ -57,4 +57,4 @@ void BlockWriter::End() {
     }
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -8,7 +8,7 @@
 #include "service/recording/RecordingTarget.h"
 #include "service/recording/TickStamper.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 // Packets wait for others to be written with, but not for long: so that a block is worth its effort
 // and a live stream is seen soon.
@@ -45,4 +45,4 @@ private:
     std::optional<Time> due_;
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -3,27 +3,27 @@
 
 #include <cstdint>
 
-namespace workstation {
+namespace workstation::service::recording {
 namespace {
 
 // A stream that is later than that does not catch up.
 constexpr std::chrono::seconds longestDelay(1);
 
 RecordingClock::Time::duration MediaTime(std::uint64_t elapsed) {
-    return std::chrono::nanoseconds(elapsed * 1000 / (PcrClock::unitsPerSecond / 1000000));
+    return std::chrono::nanoseconds(elapsed * 1000 / (ts::PcrClock::unitsPerSecond / 1000000));
 }
 
-TsPacketView PacketAt(std::span<unsigned char const> packets, std::size_t offset) {
-    return packets.subspan(offset).first<tsPacketSize>();
+ts::TsPacketView PacketAt(std::span<unsigned char const> packets, std::size_t offset) {
+    return packets.subspan(offset).first<ts::tsPacketSize>();
 }
 
 } // namespace
 
 Pacer::Block Pacer::Next(std::span<unsigned char const> packets, Time now) {
     pcr_.See(PacketAt(packets, 0));
-    std::size_t size = tsPacketSize;
-    while (size < packets.size() && !ProgramClockReference(PacketAt(packets, size))) {
-        size += tsPacketSize;
+    std::size_t size = ts::tsPacketSize;
+    while (size < packets.size() && !ts::ProgramClockReference(PacketAt(packets, size))) {
+        size += ts::tsPacketSize;
     }
     if (!pcr_.Running()) {
         return {size, now};
@@ -36,4 +36,4 @@ Pacer::Block Pacer::Next(std::span<unsigned char const> packets, Time now) {
     return {size, *start_ + elapsed};
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -8,7 +8,7 @@
 #include "service/recording/RecordingClock.h"
 #include "ts/PcrClock.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 // Says when packets are due, by their PCR. The first PCR is due at once. Where the PCR jumps, and
 // where the stream is late, there is no waiting and no catching up: it goes on from there. Packets
@@ -27,8 +27,8 @@ public:
     Block Next(std::span<unsigned char const> packets, Time now);
 
 private:
-    PcrClock pcr_;
+    ts::PcrClock pcr_;
     std::optional<Time> start_; // when the first PCR was due
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

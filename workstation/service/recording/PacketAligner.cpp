@@ -4,17 +4,17 @@
 #include <algorithm>
 #include <cstring>
 
-namespace workstation {
+namespace workstation::service::recording {
 namespace {
 
-constexpr std::size_t bufferSize = 1024 * tsPacketSize;
+constexpr std::size_t bufferSize = 1024 * ts::tsPacketSize;
 
 // More than PacketWalk looks ahead, from the position that it is asked about, before it decides.
-constexpr std::size_t lookAheadSize = 20 * tsPacketSize;
+constexpr std::size_t lookAheadSize = 20 * ts::tsPacketSize;
 
 // A decision is made about several packets at once. About three at least: where one has no sync
 // byte and the next has, the alignment stands.
-constexpr std::size_t decisionSize = 3 * tsPacketSize;
+constexpr std::size_t decisionSize = 3 * ts::tsPacketSize;
 
 static_assert(bufferSize > 2 * (lookAheadSize + decisionSize));
 
@@ -39,7 +39,7 @@ std::span<unsigned char const> PacketAligner::Next() {
         if (std::size_t const size = SizeInStep(); size > 0) {
             return Give(size);
         }
-        bool const seesNextPacket = Pending().size() > tsPacketSize;
+        bool const seesNextPacket = Pending().size() > ts::tsPacketSize;
         if (!seesNextPacket) {
             if (hasEnded_) {
                 endedInPacket_ = !Pending().empty();
@@ -61,10 +61,11 @@ std::span<unsigned char const> PacketAligner::Next() {
 std::size_t PacketAligner::SizeInStep() const {
     auto const pending = Pending();
     std::size_t size = 0;
-    while (size + tsPacketSize < pending.size() && pending[size + tsPacketSize] == tsSyncByte) {
-        size += tsPacketSize;
+    while (size + ts::tsPacketSize < pending.size() &&
+           pending[size + ts::tsPacketSize] == ts::tsSyncByte) {
+        size += ts::tsPacketSize;
     }
-    return hasEnded_ && size + tsPacketSize == pending.size() ? pending.size() : size;
+    return hasEnded_ && size + ts::tsPacketSize == pending.size() ? pending.size() : size;
 }
 
 // Where enough bytes follow, in the pending ones, to tell whether a packet begins.
@@ -82,18 +83,18 @@ bool PacketAligner::IsDecidable() const {
 
 bool PacketAligner::IsTrusted(std::size_t position) const {
     auto const pending = Pending();
-    std::size_t const second = position + tsPacketSize;
-    std::size_t const third = second + tsPacketSize;
-    return third < pending.size() && pending[position] == tsSyncByte &&
-           pending[second] == tsSyncByte && pending[third] == tsSyncByte;
+    std::size_t const second = position + ts::tsPacketSize;
+    std::size_t const third = second + ts::tsPacketSize;
+    return third < pending.size() && pending[position] == ts::tsSyncByte &&
+           pending[second] == ts::tsSyncByte && pending[third] == ts::tsSyncByte;
 }
 
 // The first trusted packet, counting from one that the walk has given. The walk also trusts fewer
 // packets when zeros or the end follow: too little to begin a recording with.
-std::size_t PacketAligner::NextTrusted(PacketWalk const& walk, std::size_t position) const {
+std::size_t PacketAligner::NextTrusted(ts::PacketWalk const& walk, std::size_t position) const {
     std::size_t const end = DecidableSize();
     while (position < end && !IsTrusted(position)) {
-        position = walk.First(position + tsPacketSize);
+        position = walk.First(position + ts::tsPacketSize);
     }
     return std::min(position, end);
 }
@@ -101,21 +102,21 @@ std::size_t PacketAligner::NextTrusted(PacketWalk const& walk, std::size_t posit
 // Goes on after the first pending packet, behind which no other one begins. Gives it out unless
 // bytes are missing from it: then the next packet begins within its length.
 std::span<unsigned char const> PacketAligner::HandleLoss() {
-    PacketWalk const walk(Pending());
+    ts::PacketWalk const walk(Pending());
     std::size_t const next = NextTrusted(walk, walk.After(0));
     ++counts_.losses;
     isInSync_ = next < DecidableSize();
-    if (next < tsPacketSize) {
+    if (next < ts::tsPacketSize) {
         Drop(next);
         return {};
     }
-    auto const packet = Give(tsPacketSize);
-    Drop(next - tsPacketSize);
+    auto const packet = Give(ts::tsPacketSize);
+    Drop(next - ts::tsPacketSize);
     return packet;
 }
 
 void PacketAligner::FindSync() {
-    PacketWalk const walk(Pending());
+    ts::PacketWalk const walk(Pending());
     std::size_t const next = NextTrusted(walk, walk.First(0));
     isInSync_ = next < DecidableSize();
     Drop(next);
@@ -124,7 +125,7 @@ void PacketAligner::FindSync() {
 std::span<unsigned char const> PacketAligner::Give(std::size_t size) {
     auto const packets = Pending().first(size);
     begin_ += size;
-    counts_.packets += size / tsPacketSize;
+    counts_.packets += size / ts::tsPacketSize;
     return packets;
 }
 
@@ -133,4 +134,4 @@ void PacketAligner::Drop(std::size_t size) {
     counts_.droppedBytes += size;
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -8,7 +8,7 @@
 
 #include "ts/PacketWalk.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 struct AlignmentCounts {
     std::uint64_t packets = 0;      // given out
@@ -61,7 +61,7 @@ private:
     std::size_t DecidableSize() const;
     bool IsDecidable() const;
     bool IsTrusted(std::size_t position) const;
-    std::size_t NextTrusted(PacketWalk const& walk, std::size_t position) const;
+    std::size_t NextTrusted(ts::PacketWalk const& walk, std::size_t position) const;
     std::span<unsigned char const> HandleLoss();
     void FindSync();
     std::span<unsigned char const> Give(std::size_t size);
@@ -76,4 +76,4 @@ private:
     AlignmentCounts counts_;
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

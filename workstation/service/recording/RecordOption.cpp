@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace workstation {
+namespace workstation::service::recording {
 namespace {
 
 // The number of a stream is one digit.
@@ -64,4 +64,4 @@ std::optional<std::vector<RecordOption>> ParseRecordOptions(std::vector<std::str
     return options;
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace workstation {
+namespace workstation::service::recording {
 
 constexpr int recordStreamCount = 4;
 
@@ -22,4 +22,4 @@ struct RecordOption {
 std::optional<std::vector<RecordOption>> ParseRecordOptions(std::vector<std::string> const& texts,
                                                             std::string& error);
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -5,7 +5,7 @@
 #include <exception>
 #include <system_error>
 
-namespace workstation {
+namespace workstation::service::recording {
 namespace {
 
 // So much without a packet is no transport stream. What follows is looked through slowly, so that a
@@ -180,4 +180,4 @@ std::string Recording::SourceName() const {
     return settings_.source == "-" ? "standard input" : "'" + settings_.source + "'";
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -14,7 +14,7 @@
 #include "service/recording/Source.h"
 #include "service/recording/SyncReport.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 struct RecordingSettings {
     int stream;          // 1 to 4
@@ -62,4 +62,4 @@ private:
     bool saidEndedInPacket_ = false;
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -5,7 +5,7 @@
 
 #include "service/recording/StopEvent.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 class RecordingClock {
 public:
@@ -38,4 +38,4 @@ public:
     }
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -6,7 +6,7 @@
 #include "service/recording/StopEvent.h"
 #include "service/recording/TickedPackets.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 // Where a recording goes. Called in the recorder's thread. An operation that cannot be carried out
 // throws a std::exception, whose text is logged: the recording ends. One that has to wait, such as
@@ -39,4 +39,4 @@ public:
     virtual void ReturnTicks(int stream, std::uint32_t next) = 0;
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -10,9 +10,9 @@
 #include <cerrno>
 #include <system_error>
 
-#include "ipc/Deadline.h"
+#include "Deadline.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 namespace {
 
 // A copy of its own of standard input, which others may use as well: its flags stay as they are.
@@ -92,4 +92,4 @@ void Source::Rewind() {
     }
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

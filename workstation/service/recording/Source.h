@@ -10,7 +10,7 @@
 #include "FileDescriptor.h"
 #include "service/recording/StopEvent.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 class Source {
 public:
@@ -44,4 +44,4 @@ private:
     bool isLive_;
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -6,9 +6,9 @@
 
 #include <system_error>
 
-#include "ipc/Deadline.h"
+#include "Deadline.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 StopEvent::StopEvent()
     : descriptor_(eventfd(0, EFD_CLOEXEC)) {
@@ -36,4 +36,4 @@ bool StopEvent::WaitFor(std::chrono::milliseconds time) const {
     return ready == 1;
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -5,7 +5,7 @@
 
 #include "FileDescriptor.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 // Set once, by any thread, and then for good. Whoever waits for something else waits for this too.
 class StopEvent {
@@ -25,4 +25,4 @@ private:
     FileDescriptor descriptor_;
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

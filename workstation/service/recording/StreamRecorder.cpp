@@ -3,7 +3,7 @@
 
 #include <utility>
 
-namespace workstation {
+namespace workstation::service::recording {
 
 StreamRecorder::StreamRecorder(RecordingSettings settings, RecordingTarget& target,
                                TickSource& ticks, RecordingClock& clock, Recording::Report report)
@@ -20,4 +20,4 @@ void StreamRecorder::Stop() {
     }
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -5,7 +5,7 @@
 
 #include "service/recording/Recording.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 // The target, the ticks and the clock must outlive the recorder; they and `report` are called in
 // its thread.
@@ -31,4 +31,4 @@ private:
     std::thread thread_;
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -1,7 +1,7 @@
 // Says in the log what becomes of a source's alignment.
 #include "service/recording/SyncReport.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 namespace {
 
 constexpr std::chrono::seconds quietTime(10);
@@ -45,4 +45,4 @@ void SyncReport::Say(AlignmentCounts const& counts, bool isInSync) {
     saidInSync_ = isInSync;
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

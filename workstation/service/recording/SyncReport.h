@@ -9,7 +9,7 @@
 #include "service/recording/PacketAligner.h"
 #include "service/recording/RecordingClock.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 // A line when sync is lost, one when it is found again. Of a source that loses it all the time, one
 // line in ten seconds sums up what has happened since the one before.
@@ -39,4 +39,4 @@ private:
     std::optional<Time> quietUntil_; // about losses
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

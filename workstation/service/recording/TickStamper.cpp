@@ -6,14 +6,14 @@
 #include "TsHelper.h"
 #include "ts/SystemTickPacket.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 namespace {
 
 constexpr std::chrono::seconds longestLag(1);
-constexpr std::chrono::milliseconds tickDistance(1000 / TickInserter::usualRate);
+constexpr std::chrono::milliseconds tickDistance(1000 / ts::TickInserter::usualRate);
 
 // More ticks than can be due before one packet.
-constexpr std::uint32_t reserve = 2 * TickInserter::usualRate;
+constexpr std::uint32_t reserve = 2 * ts::TickInserter::usualRate;
 static_assert(reserve < TickStamper::reservationSize);
 
 } // namespace
@@ -26,9 +26,9 @@ void TickStamper::Pass(std::span<unsigned char const> packets, WallTime now, Tic
     } else if (IsLate(now)) {
         Start(inserter_->NextTick().tick, now);
     }
-    for (; !packets.empty(); packets = packets.subspan(tsPacketSize)) {
-        if (ts_get_pid(packets.data()) != systemTickPid) {
-            Append(packets.first<tsPacketSize>(), block);
+    for (; !packets.empty(); packets = packets.subspan(ts::tsPacketSize)) {
+        if (ts_get_pid(packets.data()) != ts::systemTickPid) {
+            Append(packets.first<ts::tsPacketSize>(), block);
         }
     }
 }
@@ -43,7 +43,7 @@ void TickStamper::Start(std::uint32_t tick, WallTime now) {
     startTick_ = tick;
     startTime_ = now;
     auto const time = std::chrono::system_clock::to_time_t(now);
-    inserter_.emplace(TickNumbering(tick), static_cast<int>(time));
+    inserter_.emplace(ts::TickNumbering(tick), static_cast<int>(time));
 }
 
 bool TickStamper::IsLate(WallTime now) const {
@@ -58,16 +58,16 @@ void TickStamper::ReserveAhead() {
     }
 }
 
-void TickStamper::Append(TsPacketView packet, TickedBlock& block) {
+void TickStamper::Append(ts::TsPacketView packet, TickedBlock& block) {
     ReserveAhead();
     std::size_t offset = block.bytes.size();
     inserter_->Pass(packet, block.bytes);
-    for (; offset + tsPacketSize < block.bytes.size(); offset += tsPacketSize) {
-        TsPacketView const inserted(&block.bytes[offset], tsPacketSize);
-        if (auto const tick = DecodeSystemTick(inserted, TsHelper::StreamSystickSystem)) {
+    for (; offset + ts::tsPacketSize < block.bytes.size(); offset += ts::tsPacketSize) {
+        ts::TsPacketView const inserted(&block.bytes[offset], ts::tsPacketSize);
+        if (auto const tick = ts::DecodeSystemTick(inserted, TsHelper::StreamSystickSystem)) {
             block.ticks.push_back({offset, {tick->tick, tick->time}});
         }
     }
 }
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -9,7 +9,7 @@
 #include "service/recording/RecordingTarget.h"
 #include "ts/TickInserter.h"
 
-namespace workstation {
+namespace workstation::service::recording {
 
 // Ticks bear reserved numbers and the time of day. That is taken at the first packet and counts on
 // with the stream; where that falls more than a second behind, as in a pause of the stream, it is
@@ -20,7 +20,7 @@ public:
     using WallTime = RecordingClock::WallTime;
 
     // How many numbers are reserved at a time: a minute of them.
-    static constexpr std::uint32_t reservationSize = 60 * TickInserter::usualRate;
+    static constexpr std::uint32_t reservationSize = 60 * ts::TickInserter::usualRate;
 
     TickStamper(TickSource& ticks, int stream)
         : ticks_(ticks)
@@ -36,14 +36,14 @@ private:
     void Start(std::uint32_t tick, WallTime now);
     bool IsLate(WallTime now) const;
     void ReserveAhead();
-    void Append(TsPacketView packet, TickedBlock& block);
+    void Append(ts::TsPacketView packet, TickedBlock& block);
 
     TickSource& ticks_;
     int stream_;
-    std::optional<TickInserter> inserter_; // none before the first packet
-    std::uint32_t startTick_ = 0;          // of the inserter
-    WallTime startTime_;                   // of the inserter
-    std::uint32_t reservedEnd_ = 0;        // the first number that is not reserved
+    std::optional<ts::TickInserter> inserter_; // none before the first packet
+    std::uint32_t startTick_ = 0;              // of the inserter
+    WallTime startTime_;                       // of the inserter
+    std::uint32_t reservedEnd_ = 0;            // the first number that is not reserved
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace workstation {
+namespace workstation::service::recording {
 
 struct TickStamp {
     std::uint32_t tick;
@@ -41,4 +41,4 @@ struct TickedBlock {
     }
 };
 
-} // namespace workstation
+} // namespace workstation::service::recording

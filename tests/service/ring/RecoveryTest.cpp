@@ -1,0 +1,137 @@
+// The start of the service after an earlier run that was cut off. In each case the state is made as
+// that run left it.
+#include "service/ring/Recovery.h"
+
+#include "service/PoolAndStore.h"
+#include "service/ring/KnownFile.h"
+#include "ts/SystemTickPacket.h"
+
+using namespace workstation;
+using namespace workstation::service;
+using namespace workstation::service::ring;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// A packet a tick, each a second after the one before.
+std::vector<unsigned char> Ticks(unsigned int first, unsigned int last) {
+    std::vector<unsigned char> bytes;
+    for (unsigned int tick = first; tick <= last; ++tick) {
+        auto const packet =
+            ts::EncodeSystemTick(2, StreamMetadata{tick, static_cast<int>(1000 + tick), {}}, tick);
+        bytes.insert(bytes.end(), packet.begin(), packet.end());
+    }
+    return bytes;
+}
+
+class RecoveryTest : public testing::Test {
+protected:
+    store::RecordedFile OnlyLink() {
+        auto const chain = parts_.Store().Chain(1, true);
+        EXPECT_EQ(chain.size(), 1U);
+        return chain.empty() ? store::RecordedFile{} : chain[0];
+    }
+
+    void RecordFinished(int number, unsigned int firstTick, unsigned int lastTick) {
+        auto const id = parts_.Store().BeginFile(1, number, 1000 + firstTick, firstTick);
+        ASSERT_TRUE(id);
+        auto const bytes = Ticks(firstTick, lastTick);
+        parts_.Load(number, bytes);
+        ASSERT_TRUE(parts_.Store().FinishFile(*id, static_cast<unsigned int>(bytes.size()),
+                                              1000 + lastTick, lastTick));
+        MarkKnown(number, true);
+    }
+
+    PoolAndStore parts_{3};
+};
+
+TEST_F(RecoveryTest, InterruptedRecordingIsFinishedAsFarAsItWent) {
+    auto const id = parts_.Store().BeginFile(1, 2, 1005, 5);
+    parts_.Load(2, Ticks(5, 14));
+    RecoverRecordings(parts_.Store());
+    EXPECT_EQ(OnlyLink(), (store::RecordedFile{*id, 2, 1, 1005, 1014, 5, 14, 1880, true, false}));
+    EXPECT_TRUE(parts_.Info(2).streamDbMatch);
+    EXPECT_EQ(parts_.Contents(2), Ticks(5, 14));
+    EXPECT_THAT(parts_.Log(), ElementsAre("stream 1: finished the interrupted recording into "
+                                          "stream file 2, 1880 bytes"));
+}
+
+TEST_F(RecoveryTest, RecordingThatHadNotWrittenAnythingIsForgotten) {
+    parts_.Store().BeginFile(1, 2, 1005, 5);
+    RecoverRecordings(parts_.Store());
+    EXPECT_THAT(parts_.Store().Chain(1, false), IsEmpty());
+    EXPECT_THAT(parts_.Lengths(), ElementsAre(0, 0, 0));
+}
+
+TEST_F(RecoveryTest, ContentsOfTheRecordingBeforeAreNotTakenForTheNewOne) {
+    RecordFinished(2, 5, 14);
+    parts_.Store().BeginFile(1, 2, 1100, 100);
+    RecoverRecordings(parts_.Store());
+    EXPECT_THAT(parts_.Store().Chain(1, false), IsEmpty());
+    EXPECT_THAT(parts_.Lengths(), ElementsAre(0, 0, 0));
+    EXPECT_FALSE(parts_.Info(2).streamDbMatch);
+}
+
+TEST_F(RecoveryTest, WipeThatTheTableDoesNotShowYetIsFinished) {
+    RecordFinished(2, 5, 14);
+    ASSERT_TRUE(parts_.Store().Wipe(OnlyLink().id));
+    RecoverRecordings(parts_.Store());
+    EXPECT_THAT(parts_.Lengths(), ElementsAre(0, 0, 0));
+    EXPECT_FALSE(parts_.Info(2).streamDbMatch);
+}
+
+TEST_F(RecoveryTest, FileThatSomebodyPutIntoAWipedSlotIsLeftAlone) {
+    RecordFinished(2, 5, 14);
+    ASSERT_TRUE(parts_.Store().Wipe(OnlyLink().id));
+    MarkKnown(2, false);
+    parts_.Load(2, Ticks(5, 14));
+    RecoverRecordings(parts_.Store());
+    EXPECT_EQ(parts_.Contents(2), Ticks(5, 14));
+}
+
+TEST_F(RecoveryTest, FileThatTheDatabaseDoesNotKnowIsLeftAlone) {
+    parts_.Load(3, Ticks(1, 4));
+    MarkKnown(3, true);
+    RecoverRecordings(parts_.Store());
+    EXPECT_EQ(parts_.Contents(3), Ticks(1, 4));
+}
+
+TEST_F(RecoveryTest, LengthThatWasChangedFromOutsideIsTakenOver) {
+    RecordFinished(2, 5, 14);
+    parts_.Load(2, Ticks(5, 9));
+    RecoverRecordings(parts_.Store());
+    EXPECT_EQ(OnlyLink().size, 5U * 188);
+}
+
+TEST_F(RecoveryTest, FileThatWasEmptiedFromOutsideIsFree) {
+    RecordFinished(2, 5, 14);
+    parts_.Load(2, {});
+    RecoverRecordings(parts_.Store());
+    EXPECT_TRUE(OnlyLink().wiped);
+}
+
+TEST_F(RecoveryTest, ControllerOfADeadWriterIsReset) {
+    pool::PoolSession::Instance().Pool()->Set(1, pool::EntryWord::controller, 3);
+    RecoverRecordings(parts_.Store());
+    EXPECT_EQ(parts_.Info(1).writeController, StreamMgrFileMgmnt::ControlUnknown);
+}
+
+TEST_F(RecoveryTest, LinksOfAPoolThatWasLargerAreForgotten) {
+    parts_.Store().BeginFile(1, 7, 1005, 5);
+    RecoverRecordings(parts_.Store());
+    EXPECT_THAT(parts_.Store().Chain(1, false), IsEmpty());
+}
+
+TEST_F(RecoveryTest, SoundStateStaysAsItIs) {
+    RecordFinished(1, 5, 14);
+    RecordFinished(2, 15, 24);
+    auto const chain = parts_.Store().Chain(1, true);
+    RecoverRecordings(parts_.Store());
+    EXPECT_EQ(parts_.Store().Chain(1, true), chain);
+    EXPECT_EQ(parts_.Contents(1), Ticks(5, 14));
+    EXPECT_EQ(parts_.Contents(2), Ticks(15, 24));
+    EXPECT_THAT(parts_.Log(), IsEmpty());
+}
+
+} // namespace

@@ -1,0 +1,44 @@
+// The figures of the storage, and how they are told.
+#include "service/subscribers/StorageFigures.h"
+
+#include "pool/PoolSession.h"
+#include "service/PoolAndStore.h"
+
+using namespace workstation;
+using namespace workstation::service;
+using namespace workstation::service::subscribers;
+
+namespace {
+
+// By file:  1 empty   2 recorded   3 held, in the buffer   4 held, behind it   5 being written
+TEST(StorageFigures, EveryFileCountsOnceInTheSum) {
+    PoolAndStore parts(5);
+    for (int number : {2, 3, 4}) {
+        parts.Load(number, std::vector<unsigned char>(188));
+    }
+    pool::PoolSession::Instance().Pool()->Set(5, pool::EntryWord::controller, 2);
+    auto const figures = CountStorage(parts.Pool(), store::HeldFiles{{3}, {4}});
+    EXPECT_EQ(figures, (StorageFigures{5 * 96256, 3 * 96256, 96256, 96256, 96256}));
+    EXPECT_EQ(figures.total, figures.buffer + figures.untransferredNotInBuffer + figures.free);
+}
+
+TEST(StorageFigures, EmptyPoolHasNothing) {
+    PoolAndStore parts(0);
+    EXPECT_EQ(CountStorage(parts.Pool(), {}), StorageFigures{});
+    EXPECT_EQ(DescribeStorage({}),
+              "total 0 KiB, buffer 0 KiB (0.0 %), event untransferred in buffer 0 KiB (0.0 %), "
+              "event untransferred not in buffer 0 KiB (0.0 %), free 0 KiB (0.0 %)");
+}
+
+TEST(StorageFigures, SharesOfTheTotalAreTold) {
+    EXPECT_EQ(DescribeStorage({800, 300, 100, 50, 450}),
+              "total 800 KiB, buffer 300 KiB (37.5 %), event untransferred in buffer 100 KiB (12.5 "
+              "%), event untransferred not in buffer 50 KiB (6.2 %), free 450 KiB (56.2 %)");
+}
+
+TEST(StorageFigures, NotificationIsFiveWordsInOrder) {
+    EXPECT_EQ(EncodeStorage({0x01020304, 5, 6, 7, 8}),
+              (std::vector<char>{1, 2, 3, 4, 0, 0, 0, 5, 0, 0, 0, 6, 0, 0, 0, 7, 0, 0, 0, 8}));
+}
+
+} // namespace

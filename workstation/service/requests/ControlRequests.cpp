@@ -1,0 +1,49 @@
+// The requests that concern the service itself.
+#include "service/requests/ControlRequests.h"
+
+#include "Item.h"
+#include "LogClient.h"
+#include "api/ServiceMessages.h"
+#include "ipc/Payload.h"
+#include "log/PlatformLog.h"
+#include "service/requests/Reply.h"
+
+namespace workstation::service::requests {
+namespace {
+
+constexpr unsigned int allLogLevels = 3;
+
+void TellLogLevel(ipc::Endpoint const& endpoint, ipc::Letter const& request) {
+    UIntItem level(LogClient::Instance()->Level());
+    Reply(endpoint, request, api::getLogLevelReply, {&level});
+}
+
+void SetLogLevel(ipc::Endpoint const& endpoint, ipc::Letter& request) {
+    UIntItem level;
+    BoolItem done(ipc::DecodeItems(request.payload, {&level}) && level.Value() <= allLogLevels);
+    if (done.Value()) {
+        log::LogNotification("log level set to " + std::to_string(level.Value()));
+        LogClient::Instance()->Level(level.Value());
+    }
+    Reply(endpoint, request, api::setLogLevelReply, {&done});
+}
+
+} // namespace
+
+void AddControlRequests(RequestRouter& router, ControlContext const& context) {
+    ipc::Endpoint& endpoint = context.endpoint;
+    router.On(api::pingRequest, "ping", [](ipc::Letter&) {}); // that it was logged is all
+    router.On(api::quitRequest, "quit", [quit = context.quit](ipc::Letter&) { quit(); });
+    router.On(api::reapRequest, "reap", [reap = context.reap](ipc::Letter&) { reap(); });
+    router.On(api::infoRequest, "info",
+              [info = context.info](ipc::Letter&) { log::LogNotification(info()); });
+    router.On(api::storageDumpRequest, "storage dump", [storage = context.storage](ipc::Letter&) {
+        log::LogNotification("storage: " + storage());
+    });
+    router.On(api::getLogLevelRequest, "log level",
+              [&endpoint](ipc::Letter& request) { TellLogLevel(endpoint, request); });
+    router.On(api::setLogLevelRequest, "set log level",
+              [&endpoint](ipc::Letter& request) { SetLogLevel(endpoint, request); });
+}
+
+} // namespace workstation::service::requests

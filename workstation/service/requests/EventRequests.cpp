@@ -1,0 +1,251 @@
+// The requests that concern events and stream files.
+#include "service/requests/EventRequests.h"
+
+#include <algorithm>
+#include <ctime>
+#include <exception>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "Item.h"
+#include "Root.h"
+#include "StreamMgrApi.h"
+#include "api/ServiceMessages.h"
+#include "ipc/Payload.h"
+#include "log/PlatformLog.h"
+#include "pool/PoolLayout.h"
+#include "service/recording/RecordOption.h"
+#include "service/requests/Reply.h"
+#include "service/ring/KnownFile.h"
+
+namespace workstation::service::requests {
+namespace {
+
+constexpr unsigned int slotSizeKiB = pool::poolSlotSize / 1024;
+
+std::string LocalTime(std::int64_t seconds) {
+    auto const time = static_cast<std::time_t>(seconds);
+    std::tm local{};
+    char text[] = "YYYY-MM-DD hh:mm:ss";
+    if (localtime_r(&time, &local) == nullptr ||
+        std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local) == 0) {
+        return std::to_string(seconds);
+    }
+    return text;
+}
+
+std::string Describe(store::RecordedFile const& file) {
+    std::string const state = file.wiped ? ", wiped" : file.finished ? "" : ", being recorded";
+    return "file " + std::to_string(file.fileNumber) + ", " + std::to_string(file.size) +
+           " bytes, ticks " + std::to_string(file.firstTick) + " to " +
+           std::to_string(file.lastTick) + ", " + LocalTime(file.startTime) + " to " +
+           LocalTime(file.stopTime) + state;
+}
+
+// A client's relative path means nothing here, and a backup must not take the place of the pool.
+void CheckBackupPath(std::string const& path) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    if (!fs::path(path).is_absolute()) {
+        throw std::invalid_argument("'" + path + "' is not a full path");
+    }
+    if (fs::equivalent(path, PoolPath(), ignored)) {
+        throw std::invalid_argument("'" + path + "' is the pool");
+    }
+}
+
+class EventRequests {
+public:
+    explicit EventRequests(EventContext const& context)
+        : context_(context) {}
+
+    void DeleteEvent(ipc::Letter& request) const;
+    void LogFileChain(ipc::Letter& request) const;
+    void RecordAfterTheFact(ipc::Letter& request) const;
+    void SetTagsComplete(ipc::Letter& request) const;
+    void SplitEvent(ipc::Letter& request) const;
+    void BackupDatabase(ipc::Letter& request) const;
+    void UpdateFileSize(ipc::Letter& request) const;
+
+private:
+    template <typename Operation>
+    bool Attempt(char const* what, Operation operation) const;
+    void ReplyDone(ipc::Letter const& request, bool done) const;
+
+    EventContext context_;
+};
+
+// What the operation says; false, after a log entry, when it throws: the client is to be answered
+// in any case.
+template <typename Operation>
+bool EventRequests::Attempt(char const* what, Operation operation) const {
+    try {
+        return operation();
+    } catch (std::exception const& failure) {
+        log::LogNotification(std::string(what) + " failed: " + failure.what());
+        return false;
+    }
+}
+
+void EventRequests::ReplyDone(ipc::Letter const& request, bool done) const {
+    BoolItem item(done);
+    Reply(context_.endpoint, request, api::doneReply, {&item});
+}
+
+void EventRequests::DeleteEvent(ipc::Letter& request) const {
+    StringItem reid;
+    if (!ipc::DecodeItems(request.payload, {&reid})) {
+        return;
+    }
+    bool const known = context_.store.DeleteEvent(reid.Value());
+    log::LogNotification((known ? "deleted event " : "there is no event ") + reid.Value());
+}
+
+void EventRequests::LogFileChain(ipc::Letter& request) const {
+    UIntItem stream;
+    BoolItem withWiped;
+    if (!ipc::DecodeItems(request.payload, {&stream, &withWiped})) {
+        return;
+    }
+    if (stream.Value() >= static_cast<unsigned int>(recording::recordStreamCount)) {
+        log::LogNotification("there is no stream " + std::to_string(stream.Value()));
+        return;
+    }
+    auto const chain = context_.store.Chain(stream.Value() + 1, withWiped.Value());
+    log::LogNotification("file chain of stream " + std::to_string(stream.Value()) + ": " +
+                         std::to_string(chain.size()) + " files");
+    for (store::RecordedFile const& file : chain) {
+        log::LogNotification("  " + Describe(file));
+    }
+}
+
+void EventRequests::RecordAfterTheFact(ipc::Letter& request) const {
+    IntItem start;
+    IntItem stop;
+    UIntItem state;
+    BoolItem made;
+    StringItem reid;
+    made.Value(Attempt("record after the fact", [&] {
+        if (!ipc::DecodeItems(request.payload, {&start, &stop, &state})) {
+            return false;
+        }
+        auto const event = context_.store.RecordAfterTheFact(
+            start.Value(), stop.Value(), StreamsKept(state.Value()), std::time(nullptr));
+        if (!event) {
+            log::LogNotification("nothing is held of the interval from " +
+                                 LocalTime(start.Value()) + " to " + LocalTime(stop.Value()));
+            return false;
+        }
+        reid.Value(event->reid);
+        log::LogNotification("made event " + event->reid + " from " + LocalTime(event->startTime) +
+                             " to " + LocalTime(event->stopTime));
+        return true;
+    }));
+    Reply(context_.endpoint, request, api::recordAfterTheFactReply, {&made, &reid});
+}
+
+void EventRequests::SetTagsComplete(ipc::Letter& request) const {
+    ReplyDone(request, Attempt("set tags complete", [&] {
+                  StringItem reid;
+                  return ipc::DecodeItems(request.payload, {&reid}) &&
+                         context_.store.SetTagsComplete(reid.Value());
+              }));
+}
+
+void EventRequests::SplitEvent(ipc::Letter& request) const {
+    StringItem reid;
+    UIntItem size;
+    BoolItem taken;
+    UIntItem usedSize;
+    taken.Value(Attempt("split", [&] {
+        if (!ipc::DecodeItems(request.payload, {&reid, &size}) || size.Value() == 0) {
+            return false;
+        }
+        unsigned int const limitKiB = SplitLimitKiB(size.Value());
+        auto const events = context_.store.SplitEvent(reid.Value(), limitKiB);
+        if (!events) {
+            log::LogNotification("there is no event " + reid.Value());
+            return false;
+        }
+        // Only where files are larger than what was asked for is it another size.
+        usedSize.Value(limitKiB == slotSizeKiB ? slotSizeKiB : size.Value());
+        log::LogNotification("event " + reid.Value() + " now stands as " +
+                             std::to_string(events->size()) + " events");
+        for (store::Event const& event : *events) {
+            log::LogNotification("  event " + event.reid);
+        }
+        return true;
+    }));
+    Reply(context_.endpoint, request, api::splitEventReply, {&taken, &usedSize});
+}
+
+void EventRequests::BackupDatabase(ipc::Letter& request) const {
+    ReplyDone(request, Attempt("backup", [&] {
+                  StringItem path;
+                  if (!ipc::DecodeItems(request.payload, {&path})) {
+                      return false;
+                  }
+                  CheckBackupPath(path.Value());
+                  context_.store.Backup(path.Value());
+                  log::LogNotification("backed the database up to '" + path.Value() + "'");
+                  return true;
+              }));
+}
+
+// The table of files has the new size already; the database follows it.
+void EventRequests::UpdateFileSize(ipc::Letter& request) const {
+    ReplyDone(request, Attempt("update of a file size", [&] {
+                  IntItem number;
+                  StreamMgrFileMgmnt::FileMgmnt_t file{};
+                  if (!ipc::DecodeItems(request.payload, {&number}) ||
+                      !context_.pool.GetFileInfo(number.Value(), file)) {
+                      return false;
+                  }
+                  bool const known = context_.store.UpdateFileSize(number.Value(), file.fileSize);
+                  ring::MarkKnown(number.Value(), known);
+                  log::LogNotification("stream file " + std::to_string(number.Value()) + " has " +
+                                       std::to_string(file.fileSize) + " bytes");
+                  return true;
+              }));
+}
+
+} // namespace
+
+unsigned int StreamsKept(unsigned int state) {
+    switch (state) {
+    case StreamMgrApi::EventStreamRoutine:
+        return 0b0101;
+    case StreamMgrApi::EventStreamCritical:
+        return 0b1010;
+    case StreamMgrApi::EventStreamBoth:
+        return 0b1111;
+    default:
+        return 0;
+    }
+}
+
+unsigned int SplitLimitKiB(unsigned int size) {
+    constexpr unsigned int firstKiB = 1024;
+    constexpr unsigned int gibInKiB = 1024 * 1024;
+    return size < firstKiB ? size * gibInKiB : std::max(size, slotSizeKiB);
+}
+
+void AddEventRequests(RequestRouter& router, EventContext const& context) {
+    auto const on = [&](std::uint32_t id, char const* name,
+                        void (EventRequests::*handle)(ipc::Letter&) const) {
+        router.On(id, name, [requests = EventRequests(context), handle](ipc::Letter& request) {
+            (requests.*handle)(request);
+        });
+    };
+    on(api::deleteEventRequest, "delete event", &EventRequests::DeleteEvent);
+    on(api::logFileChainRequest, "file chain", &EventRequests::LogFileChain);
+    on(api::recordAfterTheFactRequest, "record after the fact", &EventRequests::RecordAfterTheFact);
+    on(api::setTagsCompleteRequest, "set tags complete", &EventRequests::SetTagsComplete);
+    on(api::splitEventRequest, "split event", &EventRequests::SplitEvent);
+    on(api::backupDatabaseRequest, "backup", &EventRequests::BackupDatabase);
+    on(api::updateFileSizeRequest, "update of a file size", &EventRequests::UpdateFileSize);
+}
+
+} // namespace workstation::service::requests

@@ -1,0 +1,30 @@
+// Which code answers which request.
+#include "service/requests/RequestRouter.h"
+
+#include <exception>
+
+#include "log/PlatformLog.h"
+
+namespace workstation::service::requests {
+
+void RequestRouter::On(std::uint32_t id, std::string name, Handler handler) {
+    routes_[id] = Route{std::move(name), std::move(handler)};
+}
+
+void RequestRouter::Handle(ipc::Letter& request) const {
+    auto const found = routes_.find(request.id);
+    if (found == routes_.end()) {
+        log::LogNotification("unknown request " + std::to_string(request.id) + " from " +
+                             request.sender);
+        return;
+    }
+    Route const& route = found->second;
+    log::LogNotification(route.name + " requested by " + request.sender);
+    try {
+        route.handler(request);
+    } catch (std::exception const& failure) {
+        log::LogNotification(route.name + " failed: " + failure.what());
+    }
+}
+
+} // namespace workstation::service::requests

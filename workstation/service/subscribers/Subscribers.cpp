@@ -1,0 +1,103 @@
+// Those who are told of recordings and of the storage.
+#include "service/subscribers/Subscribers.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "log/PlatformLog.h"
+
+namespace workstation::service::subscribers {
+
+void Subscribers::Add(std::string const& name, Subscription subscription, std::uint32_t messageId) {
+    Subscriber& subscriber = subscribers_[name];
+    subscriber.messageIds[subscription] = messageId;
+    std::erase_if(subscriber.waiting, [&](Notification const& notification) {
+        return notification.subscription == subscription;
+    });
+}
+
+void Subscribers::Notify(Subscription subscription, std::vector<char> const& payload) {
+    for (auto entry = subscribers_.begin(); entry != subscribers_.end();) {
+        bool const isMeant = entry->second.messageIds.contains(subscription);
+        if (isMeant) {
+            Keep(entry->second, {subscription, payload});
+        }
+        entry = isMeant ? Deliver(entry) : std::next(entry);
+    }
+}
+
+void Subscribers::Notify(std::string const& name, Subscription subscription,
+                         std::vector<char> const& payload) {
+    auto const found = subscribers_.find(name);
+    if (found == subscribers_.end() || !found->second.messageIds.contains(subscription)) {
+        return;
+    }
+    Keep(found->second, {subscription, payload});
+    Deliver(found);
+}
+
+void Subscribers::DeliverWaiting() {
+    for (auto entry = subscribers_.begin(); entry != subscribers_.end();) {
+        entry = Deliver(entry);
+    }
+}
+
+bool Subscribers::Has(Subscription subscription) const {
+    return std::ranges::any_of(subscribers_, [&](auto const& entry) {
+        return entry.second.messageIds.contains(subscription);
+    });
+}
+
+bool Subscribers::HasWaiting() const {
+    return std::ranges::any_of(subscribers_,
+                               [](auto const& entry) { return !entry.second.waiting.empty(); });
+}
+
+std::size_t Subscribers::Count() const {
+    std::size_t count = 0;
+    for (auto const& [name, subscriber] : subscribers_) {
+        count += subscriber.messageIds.size();
+    }
+    return count;
+}
+
+// Of the storage only the latest figures are of interest.
+void Subscribers::Keep(Subscriber& subscriber, Notification notification) {
+    if (notification.subscription == Subscription::storage) {
+        std::erase_if(subscriber.waiting, [](Notification const& kept) {
+            return kept.subscription == Subscription::storage;
+        });
+    }
+    subscriber.waiting.push_back(std::move(notification));
+}
+
+// Sends what waits, as far as there is room, and drops the subscriber when it is gone or leaves too
+// much unread. Returns the next one.
+Subscribers::Subscriptions::iterator Subscribers::Deliver(Subscriptions::iterator subscriber) {
+    auto& [name, state] = *subscriber;
+    int const error = Send(name, state);
+    if (error != 0 && error != EAGAIN) {
+        log::LogNote("subscriber " + name + " is gone");
+        return subscribers_.erase(subscriber);
+    }
+    if (state.waiting.size() > maxWaiting) {
+        log::LogNotification("subscriber " + name + " does not read and is dropped");
+        return subscribers_.erase(subscriber);
+    }
+    return std::next(subscriber);
+}
+
+// Returns 0, else the errno of what could not be sent.
+int Subscribers::Send(std::string const& name, Subscriber& subscriber) const {
+    int error = 0;
+    while (error == 0 && !subscriber.waiting.empty()) {
+        auto const& [subscription, payload] = subscriber.waiting.front();
+        error = endpoint_.Send(name, subscriber.messageIds.at(subscription), payload, 0, 0);
+        if (error == 0) {
+            subscriber.waiting.pop_front();
+        }
+    }
+    return error;
+}
+
+} // namespace workstation::service::subscribers

@@ -1,0 +1,79 @@
+// A connection to an SQLite database.
+#include "store/Database.h"
+
+#include <sqlite3.h>
+
+#include <cstring>
+#include <new>
+
+namespace workstation::store {
+namespace {
+
+// SQLite takes "file:..." for a URI and ":memory:" for no file at all; a path that begins with a
+// directory is always a path.
+std::string AsPlainPath(std::string const& path) {
+    return path.starts_with('/') ? path : "./" + path;
+}
+
+int OpenFlags(Database::Mode mode) {
+    int const flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+    return mode == Database::Mode::create ? flags | SQLITE_OPEN_CREATE : flags;
+}
+
+bool IsSystemError(int code) {
+    int const primary = code & 0xFF;
+    return primary == SQLITE_CANTOPEN || primary == SQLITE_IOERR;
+}
+
+} // namespace
+
+Database::Database(std::string path, Mode mode)
+    : path_(std::move(path)) {
+    sqlite3* handle = nullptr;
+    int const code = sqlite3_open_v2(AsPlainPath(path_).c_str(), &handle, OpenFlags(mode), nullptr);
+    handle_.reset(handle);
+    if (!handle_) {
+        throw std::bad_alloc();
+    }
+    if (code != SQLITE_OK) {
+        Fail("opening it");
+    }
+    // SQLite falls back on reading alone where it may not write.
+    if (sqlite3_db_readonly(handle, "main") != 0) {
+        throw DatabaseError("database '" + path_ + "': not writable");
+    }
+    sqlite3_busy_timeout(handle, databaseBusyTimeoutMs);
+}
+
+void Database::Execute(char const* script) {
+    if (sqlite3_exec(handle_.get(), script, nullptr, nullptr, nullptr) != SQLITE_OK) {
+        Fail(script);
+    }
+}
+
+int Database::Changes() const {
+    return sqlite3_changes(handle_.get());
+}
+
+std::int64_t Database::LastRowId() const {
+    return sqlite3_last_insert_rowid(handle_.get());
+}
+
+bool Database::IsInTransaction() const {
+    return sqlite3_get_autocommit(handle_.get()) == 0;
+}
+
+void Database::Fail(std::string const& doing) const {
+    std::string text = "database '" + path_ + "': " + sqlite3_errmsg(handle_.get());
+    int const systemError = sqlite3_system_errno(handle_.get());
+    if (IsSystemError(sqlite3_errcode(handle_.get())) && systemError != 0) {
+        text += std::string(" (") + std::strerror(systemError) + ")";
+    }
+    throw DatabaseError(text + " [" + doing + "]");
+}
+
+void Database::Close::operator()(sqlite3* handle) const {
+    sqlite3_close(handle);
+}
+
+} // namespace workstation::store

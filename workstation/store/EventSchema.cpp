@@ -1,0 +1,127 @@
+// The tables of the event database (docs/event-database.md).
+#include "store/EventSchema.h"
+
+#include <cstdint>
+#include <string>
+
+#include "store/Database.h"
+#include "store/Statement.h"
+#include "store/Transaction.h"
+
+namespace workstation::store {
+namespace {
+
+constexpr std::int64_t eventApplicationId = 0x534D4752; // "SMGR"
+constexpr std::int64_t eventSchemaVersion = 1;
+
+constexpr char createTables[] = R"(
+CREATE TABLE file (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    file_number INTEGER NOT NULL CHECK (file_number >= 1),
+    stream INTEGER NOT NULL CHECK (stream BETWEEN 1 AND 4),
+    start_time INTEGER NOT NULL,
+    stop_time INTEGER NOT NULL CHECK (stop_time >= start_time),
+    first_tick INTEGER NOT NULL,
+    last_tick INTEGER NOT NULL,
+    size INTEGER NOT NULL DEFAULT 0,
+    finished INTEGER NOT NULL DEFAULT 0 CHECK (finished IN (0, 1)),
+    wiped INTEGER NOT NULL DEFAULT 0 CHECK (wiped IN (0, 1))
+) STRICT;
+CREATE UNIQUE INDEX file_in_slot ON file (file_number) WHERE wiped = 0;
+CREATE INDEX file_chain ON file (stream, wiped, id);
+
+CREATE TABLE event (
+    id INTEGER PRIMARY KEY,
+    reid TEXT NOT NULL UNIQUE,
+    start_time INTEGER NOT NULL,
+    stop_time INTEGER NOT NULL CHECK (stop_time >= start_time),
+    streams INTEGER NOT NULL CHECK (streams BETWEEN 1 AND 15),
+    tags_complete INTEGER NOT NULL DEFAULT 0 CHECK (tags_complete IN (0, 1)),
+    parent TEXT NOT NULL DEFAULT ''
+) STRICT;
+
+CREATE TABLE event_file (
+    event INTEGER NOT NULL REFERENCES event (id) ON DELETE CASCADE,
+    file INTEGER NOT NULL REFERENCES file (id),
+    PRIMARY KEY (event, file)
+) STRICT, WITHOUT ROWID;
+CREATE INDEX event_of_file ON event_file (file);
+
+CREATE TABLE tick_counter (
+    stream INTEGER PRIMARY KEY CHECK (stream BETWEEN 1 AND 4),
+    first INTEGER NOT NULL,
+    next INTEGER NOT NULL CHECK (next >= first)
+) STRICT;
+)";
+
+std::int64_t ReadNumber(Database const& database, std::string const& sql) {
+    return QueryFirst(
+               database, [](Statement const& row) { return row.Number(0); }, sql)
+        .value_or(0);
+}
+
+std::string ReadText(Database const& database, std::string const& sql) {
+    return QueryFirst(
+               database, [](Statement const& row) { return row.Text(0); }, sql)
+        .value_or("");
+}
+
+[[noreturn]] void Refuse(Database const& database, std::string const& reason) {
+    throw DatabaseError("database '" + database.Path() + "': " + reason);
+}
+
+bool IsNew(Database const& database) {
+    return ReadNumber(database, "SELECT count(*) FROM sqlite_schema") == 0 &&
+           ReadNumber(database, "PRAGMA application_id") == 0;
+}
+
+void CheckOrigin(Database const& database) {
+    if (ReadNumber(database, "PRAGMA application_id") != eventApplicationId) {
+        Refuse(database, "made by another program, not an event database");
+    }
+    std::int64_t const version = ReadNumber(database, "PRAGMA user_version");
+    if (version != eventSchemaVersion) {
+        Refuse(database, "version " + std::to_string(version) + ", this program knows version " +
+                             std::to_string(eventSchemaVersion) + " only");
+    }
+}
+
+void CheckContent(Database const& database) {
+    std::string const result = ReadText(database, "PRAGMA quick_check(1)");
+    if (result != "ok") {
+        Refuse(database, "damaged: " + result);
+    }
+}
+
+// The marks lie in the file itself, and come with the tables or not at all.
+void Create(Database& database) {
+    Transaction transaction(database);
+    database.Execute(createTables);
+    Execute(database, "PRAGMA application_id = " + std::to_string(eventApplicationId));
+    Execute(database, "PRAGMA user_version = " + std::to_string(eventSchemaVersion));
+    transaction.Commit();
+}
+
+void SetUp(Database& database) {
+    std::string const mode = ReadText(database, "PRAGMA journal_mode = WAL");
+    if (mode != "wal") {
+        Refuse(database, "no write-ahead log where it lies (journal mode " + mode + ")");
+    }
+    database.Execute("PRAGMA synchronous = NORMAL; PRAGMA foreign_keys = ON");
+}
+
+} // namespace
+
+void PrepareEventDatabase(Database& database) {
+    bool const isNew = IsNew(database);
+    if (!isNew) {
+        CheckOrigin(database);
+        CheckContent(database);
+    }
+    SetUp(database);
+    if (isNew) {
+        Create(database);
+    }
+}
+
+} // namespace workstation::store
