@@ -86,6 +86,10 @@ std::string HeaderFault(PoolHeaderPage const& page) {
 
 } // namespace
 
+std::string StreamFileName(int fileNumber) {
+    return "stream file " + std::to_string(fileNumber);
+}
+
 std::optional<std::uint32_t> PoolFileCountOfSize(std::uint64_t imageSize) {
     std::uint64_t const fileCount = imageSize / poolSlotSize; // the table is smaller than a slot
     if (fileCount > poolMaxFileCount ||

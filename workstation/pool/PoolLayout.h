@@ -14,6 +14,7 @@ constexpr std::uint32_t poolPageSize = 4096;
 constexpr std::uint32_t poolTableOffset = poolPageSize;
 constexpr std::uint32_t poolEntrySize = 4 * 4; // four words
 constexpr std::uint32_t poolSlotSize = 0x5E00000;
+constexpr std::uint32_t poolSlotSizeKiB = poolSlotSize / 1024;
 
 // The image stays below the 16 TiB that an ext4 file with 4 KiB blocks can have.
 constexpr std::uint32_t poolMaxFileCount = 100000;
@@ -42,6 +43,9 @@ constexpr std::uint64_t PoolEntryOffset(int fileNumber) {
 constexpr std::uint64_t PoolSlotOffset(std::uint32_t fileCount, int fileNumber) {
     return PoolDataOffset(fileCount) + static_cast<std::uint64_t>(fileNumber - 1) * poolSlotSize;
 }
+
+// "stream file 7", as messages name it.
+std::string StreamFileName(int fileNumber);
 
 // The only number of files that gives an image of this size; none when no number does.
 std::optional<std::uint32_t> PoolFileCountOfSize(std::uint64_t imageSize);
