@@ -48,7 +48,7 @@ constexpr unsigned int carriedOut = 3;
 // Deliberate: the same exit status for every failure; scripts on the recorder test for it.
 constexpr int exitFailed = 99;
 
-// Message ids of the plain text requests.
+// Message ids of the requests that consist of a text only.
 enum RequestId : unsigned int {
     requestQuit = 0x500,
     requestPing = 0x3603,
@@ -57,8 +57,9 @@ enum RequestId : unsigned int {
     requestStorage = 0x363A,
 };
 
-// The IPC name of the service. The constructor keeps a copy of it in serverName_ for SendRequest.
-// The log-level options and --connect must ask the list again each time.
+// The IPC name of the service, looked up at each call. Deliberate: the log-level options and
+// --connect look it up when they run; only SendRequest uses serverName_, the copy that was made at
+// construction.
 std::string const& ServiceName() {
     return LinxServerNameList::Instance()->Name(e_StreamMgr);
 }
@@ -354,7 +355,7 @@ unsigned int StreamMgrCli::SplitEvent(std::string const& argument) {
               << "', splitsize = " << split->size << " " << (split->isMiB ? "MiB" : "GiB") << "\n"
               << rule << "\n\n";
 
-    unsigned int size = split->ServiceSize(); // then what the service uses
+    unsigned int size = split->ServiceSize(); // the call replaces it by the size that is used
     if (StreamMgrApi::SplitEvent(linxIpc_, reid, size)) {
         std::cout << "Split request submitted for REID: '" << reid << "', split size = " << size
                   << std::endl;

@@ -20,8 +20,8 @@ public:
     unsigned int ProcessOption(int option, char const* argument) override;
     unsigned int PreInit() override;
 
-    // Sends one of the service's plain text requests and prints on standard output that it was
-    // sent, or on standard error that it was not. Returns 3 or 2. Does not wait for an answer.
+    // Sends the service a message with this id and text. Returns 3 after a line on standard output
+    // when it was sent, 2 after a line on standard error when not. Does not wait for an answer.
     unsigned int SendRequest(unsigned int id, std::string text);
 
 private:

@@ -27,11 +27,11 @@ bool IsIntermediate(StreamMgrFileMgmnt::FileMgmnt_t const& file) {
 }
 
 void PrintRow(int fileNumber, StreamMgrFileMgmnt::FileMgmnt_t const& file) {
-    std::cout << std::setw(13) << fileNumber                              //
-              << std::setw(21) << ControllerName(file.writeController)    //
-              << std::setw(21) << (file.streamDbMatch ? "true" : "false") //
-              << std::setw(21) << file.numProcAtomicRead                  //
-              << std::setw(21) << file.fileSize << std::endl;
+    std::cout << std::setw(13) << fileNumber;
+    std::cout << std::setw(21) << ControllerName(file.writeController);
+    std::cout << std::setw(21) << (file.streamDbMatch ? "true" : "false");
+    std::cout << std::setw(21) << file.numProcAtomicRead;
+    std::cout << std::setw(21) << file.fileSize << std::endl;
 }
 
 } // namespace
