@@ -1,5 +1,5 @@
 // Plain files on the hard-disk mount.
-#include "HardDiskFile.h"
+#include "streamfile/HardDiskFile.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "Messages.h"
+#include "streamfile/ErrorLines.h"
 
 namespace streamfile {
 namespace {
@@ -28,7 +28,7 @@ std::string HardDiskPath(std::string const& fileName) {
 
 HardDiskFile::HardDiskFile(std::string const& path, Use use)
     : descriptor_(Open(path, use)) {
-    // The wording is that of an output file for a source too.
+    // Deliberate: the line says "outfile" for a source as well.
     if (!IsOpen()) {
         SystemErrorLine({"Could not open outfile '", path, "': "});
     }
@@ -59,7 +59,7 @@ std::optional<unsigned int> HardDiskFile::Read(unsigned char* bytes, unsigned in
 }
 
 bool HardDiskFile::Write(unsigned char const* bytes, int count) {
-    // A negative count is one that the system refuses, whatever the width of its sizes.
+    // A negative count, which a pool read may return, becomes a size that the system refuses.
     if (write(descriptor_, bytes, static_cast<std::size_t>(count)) != -1) {
         return true;
     }

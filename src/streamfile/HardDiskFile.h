@@ -4,22 +4,21 @@
 #include <optional>
 #include <string>
 
-#include "TransferBuffer.h"
-
 namespace streamfile {
 
-// The path of a file on the hard-disk mount: /mnt/hd, or what STREAMMGR_HD says at the moment.
+// The path of a file on the hard-disk mount: the directory that the environment variable
+// STREAMMGR_HD names at the time of the call, or /mnt/hd when it is unset or empty.
 std::string HardDiskPath(std::string const& fileName);
 
-// An open file on the hard-disk mount; closed with the object.
+// A file on the hard-disk mount. It is closed when the object is destroyed.
 class HardDiskFile {
 public:
     enum class Use {
         read,
-        write, // created, or emptied
+        write, // created when it does not exist, else truncated to 0 bytes
     };
 
-    // Opens the file. Ask IsOpen; a line on standard error has said why it is not.
+    // Opens the file. Check IsOpen: a failure has printed a line with the reason on standard error.
     HardDiskFile(std::string const& path, Use use);
     ~HardDiskFile();
 
@@ -28,34 +27,20 @@ public:
 
     bool IsOpen() const { return descriptor_ != -1; }
 
-    // Size in bytes; none when it cannot be had, or stated in a signed 32-bit length.
+    // Size in bytes. nullopt when the system does not report it, or when it does not fit a signed
+    // 32-bit length.
     std::optional<long> Size() const;
 
-    // Reads up to `count` bytes and returns how many there were; none after a line on standard
+    // Reads up to `count` bytes and returns how many were read. nullopt after a line on standard
     // error.
     std::optional<unsigned int> Read(unsigned char* bytes, unsigned int count);
 
-    // Writes the bytes; false after a line on standard error when that failed. A write that comes
-    // short is not noticed: a full disk shows at the next one.
+    // Writes the bytes. False after a line on standard error when that failed. Deliberate: a short
+    // write counts as complete, so that a full disk is noticed at the next write.
     bool Write(unsigned char const* bytes, int count);
 
 private:
     int descriptor_;
-};
-
-// Takes chunks into a file on the hard disk.
-class HardDiskSink {
-public:
-    HardDiskSink(HardDiskFile& file, TransferBuffer& buffer)
-        : file_(file)
-        , buffer_(buffer) {}
-
-    unsigned char* Place() { return buffer_.Data(); }
-    bool Take(int count) { return file_.Write(buffer_.Data(), count); }
-
-private:
-    HardDiskFile& file_;
-    TransferBuffer& buffer_;
 };
 
 } // namespace streamfile

@@ -1,4 +1,4 @@
-// Signs of life of a long transfer.
+// The progress marks of a long transfer.
 #pragma once
 
 #include <iostream>
@@ -7,7 +7,7 @@
 
 namespace streamfile {
 
-// Prints a mark on standard output for every eighth chunk.
+// Prints a mark on standard output after every eighth chunk.
 class ProgressMarks {
 public:
     explicit ProgressMarks(std::string mark = ".")

@@ -1,20 +1,20 @@
 // The argument of option --tickinfo.
-#include "TickInfoArgument.h"
+#include "arguments/TickInfoArgument.h"
 
 #include <iostream>
 
-#include "../common/Int32.h"
+#include "common/Int32.h"
 
-namespace streamfile {
+namespace arguments {
 
 std::optional<TickInfoArgument> ParseTickInfoArgument(std::string const& text) {
-    TickInfoArgument argument{device::ParseInt32(text.c_str()), 0};
+    TickInfoArgument argument{common::ParseInt32(text.c_str()), 0};
     auto const comma = text.find(',');
     if (comma == std::string::npos) {
         return argument;
     }
     if (comma + 1 == text.size()) {
-        // The note ends without a newline; it always has.
+        // Deliberate: no newline after the note.
         std::cerr << "NOTE: use a comma, but no spaces between file number tickinfo option";
         return std::nullopt;
     }
@@ -23,4 +23,4 @@ std::optional<TickInfoArgument> ParseTickInfoArgument(std::string const& text) {
     return argument;
 }
 
-} // namespace streamfile
+} // namespace arguments

@@ -1,23 +1,23 @@
 // The argument of option -y.
-#include "InsertArgument.h"
+#include "arguments/InsertArgument.h"
 
 #include <iostream>
 
-#include "../common/Int32.h"
+#include "common/Int32.h"
 
-namespace streamfile {
+namespace arguments {
 namespace {
 
 int ShowAndParseNumber(std::string const& text) {
     std::cout << "filenumstr = [" << text << "]" << std::endl;
-    return device::ParseInt32(text.c_str());
+    return common::ParseInt32(text.c_str());
 }
 
 void ShowNumber(int number) {
     std::cout << "destination file number = " << number << std::endl;
 }
 
-// <num>,<sourcename>: leaves the source name in `text`.
+// <num>,<sourcename>: returns the number and leaves the source name in `text`.
 std::optional<int> NumberBeforeComma(std::string& text, std::string::size_type comma) {
     if (comma == 0) {
         return std::nullopt;
@@ -33,8 +33,8 @@ std::optional<int> NumberBeforeComma(std::string& text, std::string::size_type c
     return number;
 }
 
-// <num>.<rest>: the whole text stays the source name. Without a full stop the number is 0, which
-// the insertion refuses.
+// <num>.<rest>: returns the number; the whole text is the source name. Without a full stop the
+// number is 0, which the insertion refuses.
 std::optional<int> NumberInName(std::string const& text) {
     auto const stop = text.find('.');
     if (stop == std::string::npos) {
@@ -81,4 +81,4 @@ std::optional<InsertArgument> ParseInsertArgument(std::string const& text) {
     return InsertArgument{*number, name};
 }
 
-} // namespace streamfile
+} // namespace arguments

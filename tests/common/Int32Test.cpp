@@ -40,7 +40,7 @@ TEST(ParseInt32, TakesANumberAsFarAsItGoesAndSaturates) {
         {"-99999999999999999999999", smallest},
     };
     for (Case const& row : cases) {
-        EXPECT_EQ(device::ParseInt32(row.text), row.number) << row.text;
+        EXPECT_EQ(common::ParseInt32(row.text), row.number) << row.text;
     }
 }
 
@@ -66,7 +66,7 @@ TEST(AddInt32, WrapsAt32Bits) {
     };
     for (Case const& row : cases) {
         long counter = row.counter;
-        device::AddInt32(counter, row.amount);
+        common::AddInt32(counter, row.amount);
         EXPECT_EQ(counter, row.sum) << row.counter << " + " << row.amount;
     }
 }

@@ -6,12 +6,12 @@
 
 namespace streamfile {
 
-// The texts one after the other, then errno in decimal and its text. Nothing stands between the
-// number and the text: the scripts that read these lines rely on it.
+// Prints the texts one after the other, then errno in decimal and its text. Deliberately nothing
+// between the number and the text: scripts that read these lines rely on it.
 void SystemErrorLine(std::initializer_list<std::string_view> texts);
 
-// A transfer that came short. `what` is "Read" or "Write", `size` the whole length that was to be
-// moved.
+// Prints the line about a read or write of fewer bytes than expected. `what` is "Read" or "Write",
+// `size` the bytes of the whole transfer.
 void ShortTransferLine(std::string_view what, long size, long expected, long actual);
 
 } // namespace streamfile

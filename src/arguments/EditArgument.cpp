@@ -1,11 +1,11 @@
 // The argument of option -e.
-#include "EditArgument.h"
+#include "arguments/EditArgument.h"
 
 #include <iostream>
 
-#include "../common/Int32.h"
+#include "common/Int32.h"
 
-namespace streamfile {
+namespace arguments {
 
 std::optional<EditArgument> ParseEditArgument(std::string const& text) {
     std::cerr << "complete option string = [" << text << "]" << std::endl;
@@ -16,7 +16,7 @@ std::optional<EditArgument> ParseEditArgument(std::string const& text) {
                   << std::endl;
         return std::nullopt;
     }
-    // Looked for from the start, not from the comma: a dash in the file number is the separator.
+    // Deliberate: searched from the start, so that a dash in the file number is the separator.
     auto const dash = text.find('-');
     if (dash == std::string::npos) {
         std::cerr << "NOTE: a dash is required between the first tick (if any) and last tick (if "
@@ -33,18 +33,19 @@ std::optional<EditArgument> ParseEditArgument(std::string const& text) {
 
     std::string const number = text.substr(0, comma);
     std::cerr << "filenumstr = [" << number << "]" << std::endl;
-    // With the dash before the comma the length wraps, and the rest after the comma is the tick.
+    // With the dash before the comma the length wraps: the first tick is all that follows the
+    // comma.
     std::string const first = text.substr(comma + 1, dash - comma - 1);
     std::cerr << "firsttickstr = [" << first << "]" << std::endl;
     std::string const last = text.substr(dash + 1);
     std::cerr << "lasttickstr = [" << last << "]" << std::endl;
 
-    EditArgument const argument{device::ParseInt32(number.c_str()),
-                                device::ParseInt32(first.c_str()),
-                                device::ParseInt32(last.c_str())};
-    std::cerr << "firsttick = " << argument.firsttick << std::endl
-              << "lasttick = " << argument.lasttick << std::endl;
+    EditArgument const argument{common::ParseInt32(number.c_str()),
+                                common::ParseInt32(first.c_str()),
+                                common::ParseInt32(last.c_str())};
+    std::cerr << "firsttick = " << argument.firstTick << std::endl
+              << "lasttick = " << argument.lastTick << std::endl;
     return argument;
 }
 
-} // namespace streamfile
+} // namespace arguments

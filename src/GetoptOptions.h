@@ -1,4 +1,5 @@
-// The options of the tool, as getopt_long takes them.
+// The short and long options of the tool, in the form that getopt_long takes. Their texts are in
+// StreamMgrCli::Usage.
 #pragma once
 
 #include <getopt.h>

@@ -1,19 +1,19 @@
 // What must hold before a tool works on a stream file.
-#include "PoolChecks.h"
+#include "streamfile/PreChecks.h"
 
 #include <iostream>
 
-#include "../common/FileAccess.h"
-#include "../common/StreamFileSize.h"
-#include "Messages.h"
+#include "common/FileAccess.h"
+#include "common/StreamFileSize.h"
+#include "streamfile/ErrorLines.h"
 
 namespace streamfile {
 
 bool FileSystemIsPool() {
     switch (StreamFileAccess::fileSystemType) {
-    case cli::fileSystemPool:
+    case common::fileSystemPool:
         return true;
-    case cli::fileSystemExt4:
+    case common::fileSystemExt4:
         std::cerr << "Current file system is EXT4, use linux command line" << std::endl;
         return false;
     default:
@@ -21,14 +21,6 @@ bool FileSystemIsPool() {
                   << std::endl;
         return false;
     }
-}
-
-bool IsWorkable(int fileNumber) {
-    if (fileNumber < 1) {
-        InvalidFileNumberLine(fileNumber);
-        return false;
-    }
-    return FileSystemIsPool();
 }
 
 bool InitializePool() {
@@ -39,6 +31,14 @@ bool InitializePool() {
     return false;
 }
 
+bool PoolIsReadyFor(int fileNumber) {
+    if (fileNumber < 1) {
+        InvalidFileNumberLine(fileNumber);
+        return false;
+    }
+    return FileSystemIsPool() && InitializePool();
+}
+
 bool IsOpen(StreamFileAccess& file) {
     if (file.IsOpen()) {
         return true;
@@ -47,9 +47,12 @@ bool IsOpen(StreamFileAccess& file) {
     return false;
 }
 
-std::optional<long> PlannedLength(StreamFileAccess& file, bool unbounded) {
+std::optional<long> LengthToRead(StreamFileAccess& file, bool unbounded) {
+    if (!IsOpen(file)) {
+        return std::nullopt;
+    }
     if (unbounded) {
-        return slotSize;
+        return common::slotSize;
     }
     long const length = file.DataLength();
     if (length < 0) {

@@ -1,5 +1,5 @@
 // The lines on standard error that the stream-file tools have in common.
-#include "Messages.h"
+#include "streamfile/ErrorLines.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,12 +1,12 @@
-// An endpoint for the tools that tell the service something.
+// An IPC endpoint for a test.
 #pragma once
 
 #include <optional>
 
+#include "FakePlatform.h"
 #include "LinxIpc.h"
-#include "fakes/FakePlatform.h"
 
-// Comes into being unrecorded.
+// Its construction is not recorded.
 class IpcEndpoint {
 public:
     explicit IpcEndpoint(FakePlatform& platform) {
