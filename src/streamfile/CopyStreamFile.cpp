@@ -4,13 +4,13 @@
 #include <iostream>
 #include <string>
 
-#include "streamfile/ChunkReader.h"
-#include "streamfile/CopyOutOfPool.h"
-#include "streamfile/HardDiskFile.h"
-#include "streamfile/PreChecks.h"
-#include "streamfile/TransferBuffer.h"
+#include "transfer/ChunkReader.h"
+#include "transfer/CopyOutOfPool.h"
+#include "transfer/HardDiskFile.h"
+#include "transfer/PreChecks.h"
+#include "transfer/TransferBuffer.h"
 
-using namespace streamfile;
+using namespace transfer;
 
 bool CopyStreamFile(int fileNumber, long& statedLength, long& copied, bool unbounded) {
     if (!PoolIsReadyFor(fileNumber)) {

@@ -6,14 +6,15 @@
 #include <string>
 #include <string_view>
 
-#include "streamfile/ChunkReader.h"
-#include "streamfile/CopyOutOfPool.h"
-#include "streamfile/HardDiskFile.h"
-#include "streamfile/PreChecks.h"
 #include "streamfile/TickTable.h"
-#include "streamfile/TransferBuffer.h"
+#include "transfer/ChunkReader.h"
+#include "transfer/CopyOutOfPool.h"
+#include "transfer/HardDiskFile.h"
+#include "transfer/PreChecks.h"
+#include "transfer/TransferBuffer.h"
 
 using namespace streamfile;
+using namespace transfer;
 
 namespace {
 

@@ -2,12 +2,12 @@
 #include "streamfile/FilesToScan.h"
 
 #include "common/FileAccess.h"
-#include "streamfile/PreChecks.h"
+#include "transfer/PreChecks.h"
 
 namespace streamfile {
 
 std::optional<std::vector<int>> FilesToScan(int fileNumber) {
-    if (!InitializePool()) {
+    if (!transfer::InitializePool()) {
         return std::nullopt;
     }
     if (fileNumber != 0) {

@@ -5,12 +5,12 @@
 #include <string>
 
 #include "common/StreamFileSize.h"
-#include "streamfile/CopyIntoPool.h"
-#include "streamfile/HardDiskFile.h"
-#include "streamfile/PreChecks.h"
-#include "streamfile/TransferBuffer.h"
+#include "transfer/CopyIntoPool.h"
+#include "transfer/HardDiskFile.h"
+#include "transfer/PreChecks.h"
+#include "transfer/TransferBuffer.h"
 
-using namespace streamfile;
+using namespace transfer;
 
 bool OverwriteStreamFile(int fileNumber, long& statedLength, long& copied, bool unbounded) {
     if (!PoolIsReadyFor(fileNumber)) {

@@ -5,12 +5,12 @@
 #include <string>
 
 #include "common/Int32.h"
-#include "streamfile/ChunkReader.h"
-#include "streamfile/PreChecks.h"
-#include "streamfile/ProgressMarks.h"
-#include "streamfile/TransferBuffer.h"
+#include "transfer/ChunkReader.h"
+#include "transfer/PreChecks.h"
+#include "transfer/ProgressMarks.h"
+#include "transfer/TransferBuffer.h"
 
-using namespace streamfile;
+using namespace transfer;
 
 bool ReadStreamFile(int fileNumber, long& statedLength, long& readBytes, bool unbounded) {
     if (!PoolIsReadyFor(fileNumber)) {

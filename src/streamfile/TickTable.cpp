@@ -12,12 +12,13 @@
 #include "common/FileAccess.h"
 #include "common/Int32.h"
 #include "common/StreamFileSize.h"
-#include "streamfile/ChunkReader.h"
-#include "streamfile/ErrorLines.h"
-#include "streamfile/PreChecks.h"
-#include "streamfile/ProgressMarks.h"
+#include "transfer/ChunkReader.h"
+#include "transfer/ErrorLines.h"
+#include "transfer/PreChecks.h"
+#include "transfer/ProgressMarks.h"
 
 using namespace streamfile;
+using namespace transfer;
 
 namespace {
 

@@ -1,11 +1,11 @@
 // The lines on standard error that the stream-file tools have in common.
-#include "streamfile/ErrorLines.h"
+#include "transfer/ErrorLines.h"
 
 #include <cerrno>
 #include <cstring>
 #include <iostream>
 
-namespace streamfile {
+namespace transfer {
 
 void SystemErrorLine(std::initializer_list<std::string_view> texts) {
     int const error = errno; // before printing changes it
@@ -20,4 +20,4 @@ void ShortTransferLine(std::string_view what, long size, long expected, long act
               << "  actual" << what << "=" << actual << std::endl;
 }
 
-} // namespace streamfile
+} // namespace transfer

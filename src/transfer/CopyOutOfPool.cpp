@@ -1,10 +1,10 @@
 // The copy loop of -x, -X, -e and --multiextract: from a stream file to the hard disk.
-#include "streamfile/CopyOutOfPool.h"
+#include "transfer/CopyOutOfPool.h"
 
 #include "common/Int32.h"
-#include "streamfile/ProgressMarks.h"
+#include "transfer/ProgressMarks.h"
 
-namespace streamfile {
+namespace transfer {
 
 bool CopyOutOfPool(ChunkReader& chunks, HardDiskFile& output, TransferBuffer& buffer,
                    long& copied) {
@@ -20,4 +20,4 @@ bool CopyOutOfPool(ChunkReader& chunks, HardDiskFile& output, TransferBuffer& bu
     return true;
 }
 
-} // namespace streamfile
+} // namespace transfer

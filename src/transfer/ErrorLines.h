@@ -4,7 +4,7 @@
 #include <initializer_list>
 #include <string_view>
 
-namespace streamfile {
+namespace transfer {
 
 // Prints the texts one after the other, then errno in decimal and its text. Deliberately nothing
 // between the number and the text: scripts that read these lines rely on it.
@@ -14,4 +14,4 @@ void SystemErrorLine(std::initializer_list<std::string_view> texts);
 // `size` the bytes of the whole transfer.
 void ShortTransferLine(std::string_view what, long size, long expected, long actual);
 
-} // namespace streamfile
+} // namespace transfer

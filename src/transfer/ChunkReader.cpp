@@ -1,12 +1,12 @@
 // Reads a stream file of the pool chunk by chunk.
-#include "streamfile/ChunkReader.h"
+#include "transfer/ChunkReader.h"
 
 #include <algorithm>
 
 #include "common/StreamFileSize.h"
-#include "streamfile/ErrorLines.h"
+#include "transfer/ErrorLines.h"
 
-namespace streamfile {
+namespace transfer {
 
 ChunkReader::ChunkReader(StreamFileAccess& file, long fileSize, bool unbounded, long count)
     : file_(file)
@@ -31,4 +31,4 @@ std::optional<int> ChunkReader::Read(unsigned char* place) {
     return got;
 }
 
-} // namespace streamfile
+} // namespace transfer

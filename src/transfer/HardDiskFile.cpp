@@ -1,5 +1,5 @@
 // Plain files on the hard-disk mount.
-#include "streamfile/HardDiskFile.h"
+#include "transfer/HardDiskFile.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -8,9 +8,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "streamfile/ErrorLines.h"
+#include "transfer/ErrorLines.h"
 
-namespace streamfile {
+namespace transfer {
 namespace {
 
 int Open(std::string const& path, HardDiskFile::Use use) {
@@ -67,4 +67,4 @@ bool HardDiskFile::Write(unsigned char const* bytes, int count) {
     return false;
 }
 
-} // namespace streamfile
+} // namespace transfer

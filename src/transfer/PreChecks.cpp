@@ -1,13 +1,13 @@
 // What must hold before a tool works on a stream file.
-#include "streamfile/PreChecks.h"
+#include "transfer/PreChecks.h"
 
 #include <iostream>
 
 #include "common/FileAccess.h"
 #include "common/StreamFileSize.h"
-#include "streamfile/ErrorLines.h"
+#include "transfer/ErrorLines.h"
 
-namespace streamfile {
+namespace transfer {
 
 bool FileSystemIsPool() {
     switch (StreamFileAccess::fileSystemType) {
@@ -70,4 +70,4 @@ void InvalidFileNumberLine(int fileNumber) {
     std::cerr << "File number is invalid: " << fileNumber << std::endl;
 }
 
-} // namespace streamfile
+} // namespace transfer

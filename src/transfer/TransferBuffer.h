@@ -6,7 +6,7 @@
 
 #include "common/StreamFileSize.h"
 
-namespace streamfile {
+namespace transfer {
 
 // One zero-filled chunk on the heap. It starts on a page boundary: the kernel copies page-aligned
 // bytes noticeably faster.
@@ -22,4 +22,4 @@ private:
     std::unique_ptr<Chunk> chunk_ = std::make_unique<Chunk>();
 };
 
-} // namespace streamfile
+} // namespace transfer

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-namespace streamfile {
+namespace transfer {
 
 // The path of a file on the hard-disk mount: the directory that the environment variable
 // STREAMMGR_HD names at the time of the call, or /mnt/hd when it is unset or empty.
@@ -43,4 +43,4 @@ private:
     int descriptor_;
 };
 
-} // namespace streamfile
+} // namespace transfer

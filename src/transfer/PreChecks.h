@@ -6,7 +6,7 @@
 
 #include "StreamFileAccess.h"
 
-namespace streamfile {
+namespace transfer {
 
 // The pool lies on the file system that the tools work on. May be called before InitializePool.
 bool FileSystemIsPool();
@@ -29,4 +29,4 @@ std::optional<long> LengthToRead(StreamFileAccess& file, bool unbounded);
 // The line about a number that no stream file has.
 void InvalidFileNumberLine(int fileNumber);
 
-} // namespace streamfile
+} // namespace transfer

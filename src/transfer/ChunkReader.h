@@ -5,7 +5,7 @@
 
 #include "StreamFileAccess.h"
 
-namespace streamfile {
+namespace transfer {
 
 // Reads on from the position of an open stream file:
 //
@@ -42,4 +42,4 @@ private:
     bool atEnd_ = false;
 };
 
-} // namespace streamfile
+} // namespace transfer

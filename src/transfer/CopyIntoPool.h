@@ -3,10 +3,10 @@
 
 #include "StreamFileAccess.h"
 #include "StreamMgrFileMgmnt.h"
-#include "streamfile/HardDiskFile.h"
-#include "streamfile/TransferBuffer.h"
+#include "transfer/HardDiskFile.h"
+#include "transfer/TransferBuffer.h"
 
-namespace streamfile {
+namespace transfer {
 
 // The write controller of a stream file that a process other than the service writes. A number,
 // since the recorder's headers are not known to have a name for it.
@@ -27,4 +27,4 @@ enum class ChunkWrite {
 bool CopyIntoPool(HardDiskFile& source, StreamFileAccess& file, TransferBuffer& buffer,
                   ChunkWrite chunkWrite, long length, long& copied);
 
-} // namespace streamfile
+} // namespace transfer

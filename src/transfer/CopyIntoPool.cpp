@@ -1,14 +1,14 @@
 // The copy loop of -y and -Y: from the hard disk over a stream file.
-#include "streamfile/CopyIntoPool.h"
+#include "transfer/CopyIntoPool.h"
 
 #include <algorithm>
 
 #include "common/Int32.h"
 #include "common/StreamFileSize.h"
-#include "streamfile/ErrorLines.h"
-#include "streamfile/ProgressMarks.h"
+#include "transfer/ErrorLines.h"
+#include "transfer/ProgressMarks.h"
 
-namespace streamfile {
+namespace transfer {
 
 bool CopyIntoPool(HardDiskFile& source, StreamFileAccess& file, TransferBuffer& buffer,
                   ChunkWrite chunkWrite, long length, long& copied) {
@@ -43,4 +43,4 @@ bool CopyIntoPool(HardDiskFile& source, StreamFileAccess& file, TransferBuffer& 
     return true;
 }
 
-} // namespace streamfile
+} // namespace transfer

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-namespace streamfile {
+namespace transfer {
 
 // Prints a mark on standard output after every eighth chunk.
 class ProgressMarks {
@@ -24,4 +24,4 @@ private:
     unsigned int chunks_ = 0;
 };
 
-} // namespace streamfile
+} // namespace transfer
