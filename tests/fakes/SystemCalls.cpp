@@ -51,7 +51,7 @@ struct ToolDescriptor {
     std::optional<std::string> name;
 };
 
-// A success says nothing about errno.
+// Sets errno to the meaningless value after a success.
 template <typename Result>
 Result Done(Result result) {
     if (result != -1) {
@@ -201,7 +201,7 @@ int __wrap_fstat64(int descriptor, struct stat* status) {
     return Fstat(&__real_fstat64, descriptor, status);
 }
 
-// The command is not run: its output is what the test says.
+// The command is not run: its output is what the test scripts.
 std::FILE* __wrap_popen(char const* command, char const* mode) {
     FakePlatform* const platform = FakePlatform::Current();
     if (platform == nullptr) {
