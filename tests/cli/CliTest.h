@@ -7,6 +7,9 @@
 // The tool as main makes it.
 class CliTest : public SeamTest {
 protected:
+    // The tool's endpoint is ready from the start: most tests go without PreInit.
+    CliTest() { platform.endpoints.begin()->second.ready = true; }
+
     // Makes the tool as if the service's processes were these ("" for none), without a word about
     // it in the record.
     unsigned int Prepare(std::string const& pidofOutput = "321\n") {

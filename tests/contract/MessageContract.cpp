@@ -7,6 +7,7 @@
 
 #include "IpcMessage.h"
 #include "Item.h"
+#include "StreamMgrApi.h"
 #include "contract/Scene.h"
 
 namespace {
@@ -86,6 +87,66 @@ TEST_F(MessageContract, StringThatLiesAboutItsLengthIsEmpty) {
     }
 }
 
+TEST_F(MessageContract, NewItemsAreZeroOrEmpty) {
+    UIntItem number;
+    IntItem negative;
+    BoolItem yes;
+    StringItem text;
+    EXPECT_EQ(Encoded(number), "\0\0\0\0"s);
+    EXPECT_EQ(Encoded(negative), "\0\0\0\0"s);
+    EXPECT_EQ(Encoded(yes), "\0"s);
+    EXPECT_EQ(Encoded(text), "\0\0\0\0"s);
+}
+
+TEST_F(MessageContract, SizeIsThatOfTheEncoding) {
+    EXPECT_EQ(UIntItem(UINT_MAX).Size(), 4U);
+    EXPECT_EQ(IntItem(-1).Size(), 4U);
+    EXPECT_EQ(BoolItem(true).Size(), 1U);
+    EXPECT_EQ(StringItem().Size(), 4U);
+    EXPECT_EQ(StringItem("with \0 in it"s).Size(), 16U);
+    EXPECT_EQ(StreamMgrApi::EventRecordItem().Size(), 17U);
+}
+
+TEST_F(MessageContract, ItemsAreDecodedOneAfterTheOther) {
+    unsigned char* const begin = scene_.Handle("\0\0\0\x05\0\0\0\x02id\x01"s);
+    UIntItem number;
+    StringItem text;
+    BoolItem yes;
+    EXPECT_EQ(yes.Decode(text.Decode(number.Decode(begin))), begin + 11);
+    EXPECT_EQ(number.Value(), 5U);
+    EXPECT_EQ(text.Value(), "id");
+    EXPECT_TRUE(yes.Value());
+}
+
+TEST_F(MessageContract, EventRecordBeginsWithItsReid) {
+    StreamMgrApi::EventRecordItem record;
+    record.reid.Value("REID");
+    record.tagsComplete.Value(true);
+    record.startTime.Value(-1);
+    record.stopTime.Value(2);
+    record.streams.Value(3);
+    std::string const bytes = "\0\0\0\x04REID\x01\xFF\xFF\xFF\xFF\0\0\0\x02\0\0\0\x03"s;
+    EXPECT_EQ(Encoded(record), bytes);
+
+    StreamMgrApi::EventRecordItem decoded;
+    EXPECT_EQ(Decode(decoded, bytes + "rest"), 21);
+    EXPECT_EQ(decoded.reid.Value(), "REID");
+    EXPECT_TRUE(decoded.tagsComplete.Value());
+    EXPECT_EQ(decoded.startTime.Value(), -1);
+    EXPECT_EQ(decoded.stopTime.Value(), 2);
+    EXPECT_EQ(decoded.streams.Value(), 3U);
+}
+
+TEST_F(MessageContract, EventRecordThatEndsTooEarlyIsZeroFromThere) {
+    StreamMgrApi::EventRecordItem record;
+    record.streams.Value(9);
+    EXPECT_EQ(Decode(record, "\0\0\0\x04REID\x01\0\0"s), 11);
+    EXPECT_EQ(record.reid.Value(), "REID");
+    EXPECT_TRUE(record.tagsComplete.Value());
+    EXPECT_EQ(record.startTime.Value(), 0);
+    EXPECT_EQ(record.streams.Value(), 0U);
+}
+
 TEST_F(MessageContract, NewMessageIsEmpty) {
     IpcMessage message;
     EXPECT_EQ(message.Id(), 0U);
@@ -110,6 +171,25 @@ TEST_F(MessageContract, MessageMayLieInABufferOfItsUser) {
     EXPECT_EQ(message.Data(), buffer.data());
     ASSERT_EQ(message.Fill("AS", 2), 0);
     EXPECT_EQ(buffer, "AS it stands");
+}
+
+TEST_F(MessageContract, MessageThatIsAllocatedAgainHoldsNothingOfTheFormer) {
+    IpcMessage message;
+    ASSERT_EQ(message.Allocate(1, 4, nullptr), 0);
+    ASSERT_EQ(message.Fill("text", 4), 0);
+    ASSERT_EQ(message.Allocate(2, 3, nullptr), 0);
+    EXPECT_EQ(message.Id(), 2U);
+    ASSERT_EQ(message.Size(), 3U);
+    EXPECT_EQ(std::string(message.Data(), 3), "\0\0\0"s);
+    ASSERT_EQ(message.Allocate(3, 0, nullptr), 0);
+    EXPECT_EQ(message.Size(), 0U);
+    EXPECT_EQ(message.Data(), nullptr);
+}
+
+TEST_F(MessageContract, PayloadHasAnUpperLimit) {
+    IpcMessage message;
+    EXPECT_EQ(message.Allocate(1, 65536, nullptr), 0);
+    EXPECT_NE(message.Allocate(1, 65537, nullptr), 0);
 }
 
 } // namespace

@@ -76,7 +76,7 @@ TEST_F(StreamFileAccessContract, ReadsGoOnUntilTheStatedEnd) {
     EXPECT_EQ(Read(file, 600, false), "");
 }
 
-TEST_F(StreamFileAccessContract, UnboundedReadsGoOnBehindTheStatedEnd) {
+TEST_F(StreamFileAccessContract, UnboundedReadsGoOnAfterTheStatedEnd) {
     StreamFileAccess file(1, 0);
     EXPECT_EQ(Read(file, 600, true), StreamFileContent(1, 0, 600));
     EXPECT_EQ(Read(file, 600, true), StreamFileContent(1, 600, 600));
@@ -129,6 +129,71 @@ TEST_F(StreamFileAccessContract, WritingLeavesTheStatedLengthToTruncate) {
         EXPECT_EQ(file.Truncate(700), 0);
     }
     EXPECT_EQ(StreamFileAccess(2, 0).DataLength(), 700);
+}
+
+TEST_F(StreamFileAccessContract, WhatIsWrittenIsRead) {
+    {
+        StreamFileAccess file(2, false, StreamMgrFileMgmnt::ControlExternalProc);
+        std::string content = "written";
+        EXPECT_EQ(file.Write(content.data(), 7), 7);
+    }
+    {
+        StreamFileAccess file(2, false, StreamMgrFileMgmnt::ControlExternalProc);
+        std::string content = "WR"; // begins at the start again
+        EXPECT_EQ(file.Write(content.data(), 2), 2);
+    }
+    StreamFileAccess file(2, 0);
+    EXPECT_EQ(Read(file, 4, false), "WRit");
+    EXPECT_EQ(Read(file, 7, false), "ten" + StreamFileContent(2, 7, 4));
+}
+
+TEST_F(StreamFileAccessContract, WritingEndsWithTheSlot) {
+    StreamFileAccess file(3, false, StreamMgrFileMgmnt::ControlExternalProc);
+    std::string content(slotSize - 100, 'w');
+    EXPECT_EQ(file.Write(content.data(), slotSize - 100), slotSize - 100);
+    EXPECT_EQ(file.Write(content.data(), 188), 100);
+    EXPECT_EQ(file.Write(content.data(), 188), 0);
+}
+
+TEST_F(StreamFileAccessContract, FileHasOneWriterAtATime) {
+    {
+        StreamFileAccess const first(2, false, StreamMgrFileMgmnt::ControlExternalProc);
+        errno = 0;
+        StreamFileAccess second(2, false, StreamMgrFileMgmnt::ControlExternalProc);
+        EXPECT_FALSE(second.IsOpen());
+        EXPECT_EQ(errno, EBUSY);
+        EXPECT_TRUE(StreamFileAccess(2, 0).IsOpen());
+        EXPECT_TRUE(StreamFileAccess(1, false, StreamMgrFileMgmnt::ControlExternalProc).IsOpen());
+    }
+    EXPECT_TRUE(StreamFileAccess(2, false, StreamMgrFileMgmnt::ControlExternalProc).IsOpen());
+}
+
+TEST_F(StreamFileAccessContract, TableShowsTheWriterAndTheLength) {
+    StreamMgrFileMgmnt::FileMgmnt_t info{};
+    {
+        StreamFileAccess file(2, false, StreamMgrFileMgmnt::ControlExternalProc);
+        EXPECT_EQ(file.Truncate(300), 0);
+        ASSERT_TRUE(pool_.GetFileInfo(2, info));
+        EXPECT_EQ(info.writeController, StreamMgrFileMgmnt::ControlExternalProc);
+    }
+    ASSERT_TRUE(pool_.GetFileInfo(2, info));
+    EXPECT_EQ(info.writeController, StreamMgrFileMgmnt::ControlUnknown);
+    EXPECT_EQ(info.fileSize, 300U);
+}
+
+TEST_F(StreamFileAccessContract, PositionAndLengthStayWithinTheSlot) {
+    {
+        StreamFileAccess file(1, 0);
+        EXPECT_EQ(file.Seek(10), 10);
+        EXPECT_EQ(file.Seek(slotSize + 1), -1);
+        EXPECT_EQ(Read(file, 5, false), StreamFileContent(1, 10, 5));
+        EXPECT_EQ(file.Seek(slotSize), slotSize);
+    }
+    {
+        StreamFileAccess file(1, false, StreamMgrFileMgmnt::ControlExternalProc);
+        EXPECT_EQ(file.Truncate(slotSize + 1), -1);
+    }
+    EXPECT_EQ(StreamFileAccess(1, 0).DataLength(), 1000);
 }
 
 } // namespace

@@ -24,7 +24,7 @@ namespace {
 using std::chrono::steady_clock;
 using workstation::FileDescriptor;
 
-// No program says as much, unless it says the same thing for ever.
+// No program prints as much, unless it prints the same text for ever.
 constexpr std::size_t mostOutput = 16U << 20U;
 
 [[noreturn]] void Throw(std::string const& what) {
@@ -96,7 +96,7 @@ std::vector<std::string> EnvironmentWith(std::map<std::string, std::string> vari
     return entries;
 }
 
-// Signals that whoever started the tests has ignored or blocked would be so in the program too.
+// Signals that were ignored or blocked when the tests were started would be so in the program too.
 void RestoreSignals() {
     sigset_t none;
     sigemptyset(&none);
@@ -147,7 +147,7 @@ void ReadInto(std::string& text, FileDescriptor& from) {
     ssize_t const count = read(from.Get(), buffer.data(), buffer.size());
     if (count > 0) {
         text.append(buffer.data(), static_cast<std::size_t>(count));
-    } else if (count == 0 || errno != EINTR) { // a terminal that nobody uses any more says EIO
+    } else if (count == 0 || errno != EINTR) { // EIO: no process uses the terminal any more
         from.Reset();
     }
 }
@@ -195,7 +195,7 @@ Child::Child(Command const& command)
                {in.childs.Get(), out.childs.Get(), err.childs.Get()}, command);
     }
     if (!command.onTerminal) {
-        setpgid(pid_, pid_); // whoever is first; a signal to the group finds it
+        setpgid(pid_, pid_); // parent and child both do so: a signal to the group always finds it
     }
     exit_ = Checked(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)), "pidfd_open");
     in_ = std::move(in.ours);
@@ -259,7 +259,7 @@ bool Child::Exchange(Deadline deadline) {
     if (poll(streams.data(), streams.size(), PollTimeoutMs(deadline)) == 0) {
         return false;
     }
-    if ((streams[0].revents & (POLLERR | POLLHUP)) != 0) { // nobody reads any more
+    if ((streams[0].revents & (POLLERR | POLLHUP)) != 0) { // no process reads any more
         in_.Reset();
     } else if (streams[0].revents != 0) {
         Feed();
@@ -289,7 +289,7 @@ bool Child::HasEnded(Deadline deadline) const {
     return poll(&exited, 1, PollTimeoutMs(deadline)) == 1;
 }
 
-// Kills what still lives of the group, while the number of the group is surely ours.
+// Kills what is left of the group. Before waitpid: until then its number is not used again.
 void Child::Reap() {
     kill(-pid_, SIGKILL);
     int status = 0;

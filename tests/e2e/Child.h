@@ -14,7 +14,7 @@
 
 namespace e2e {
 
-// What a test waits for comes at once or, on a busy machine, within this. Past it the test fails.
+// The longest that a test waits for something. After that it fails.
 constexpr std::chrono::seconds patience{100};
 
 struct Command {
@@ -22,13 +22,13 @@ struct Command {
     std::map<std::string, std::string> environment = {}; // on top of the test's own
     std::string input = {};                              // then end of file
     std::string outputPath = {};                         // takes standard output when not empty
-    bool onTerminal = false;                             // output and errors are then one, in `out`
-    std::map<int, rlim_t> limits = {};                   // by resource; met by a call that fails
+    bool onTerminal = false;                             // errors are then part of `out`
+    std::map<int, rlim_t> limits = {}; // by resource; a call that would exceed one fails
 };
 
-// How a program ended and everything that it said.
+// How a program ended and everything that it printed.
 struct Outcome {
-    int status; // exit status, or the number of the signal that ended it, negated
+    int status; // exit status; the negative number of the signal that ended it
     std::string out;
     std::string err;
 
@@ -60,8 +60,8 @@ public:
     // Waits until standard output contains the text; false when it ends first.
     bool Says(std::string const& text);
 
-    // Feeds the input, waits for the end and gives everything that was said. A program that
-    // outlasts our patience is killed, and the test has failed.
+    // Feeds the input, waits for the end and returns everything that was printed. A program that
+    // does not end within the patience is killed, and the test fails.
     Outcome Finish();
 
 private:

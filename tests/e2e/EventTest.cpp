@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What the service says of a request goes to the log; the tool says that it was sent.
+// The service reports on a request in its log. The tool prints only that it was sent.
 Outcome const deleteSent{0, "Successfully sent delete request\n", ""};
 Outcome const chainSent{0, "Successfully sent file chain request\n", ""};
 
@@ -332,7 +332,7 @@ void PrintTo(Call const& call, std::ostream* stream) {
 
 class EventCall : public Events, public testing::WithParamInterface<Call> {
 protected:
-    // The ping says that the tool has come to the call.
+    // The ping shows that the tool has reached the call.
     Command CallCommand() const {
         Command command = recorder.ToolCommand({"-p"});
         auto const& arguments = GetParam().arguments;

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What a copy says on standard output: 188 * 1024 bytes are a chunk, each eighth has its dot.
+// What a copy prints on standard output: a dot for every eighth chunk of 188 * 1024 bytes.
 std::string CopyText(fs::path const& target, std::size_t planned, std::size_t copied) {
     std::size_t const chunks = (copied + chunkSize - 1) / chunkSize;
     return "Copying requested stream file to '" + target.string() + "'\n" +

@@ -59,7 +59,7 @@ TEST_F(HardDisk, ThatIsFullFromTheStartEndsTheCopy) {
                        "Unexpected write status: 28No space left on device\n" + ResultLine(0)}));
 }
 
-// The chunk that fits in part counts as written, and the next one says that the disk is full.
+// The chunk that fits in part counts as written. The next one reports that the disk is full.
 TEST_F(HardDisk, ThatFillsUpEndsTheCopyAndKeepsWhatWasWritten) {
     constexpr std::size_t size = 1048576; // 5 chunks and a part of the sixth
     SmallDisk const disk(recorder.HardDisk(), size);

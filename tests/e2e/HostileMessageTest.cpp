@@ -79,7 +79,7 @@ TEST_P(HostileMessage, DoesNotKeepTheServiceFromServing) {
     ExpectThatTheServiceServes();
 }
 
-// Whoever has no name, or one that is none, is not heard at all.
+// Messages of a sender without a name, or with an invalid one, are ignored.
 INSTANTIATE_TEST_SUITE_P(Service, HostileMessage, testing::Values("Intruder", "", ".hidden"));
 
 // The answers fill the intruders' queues, and then have nowhere to go. All that is unread would

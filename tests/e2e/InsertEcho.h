@@ -1,4 +1,4 @@
-// What -y says of an argument that it understands.
+// What -y prints for an argument that it understands.
 #pragma once
 
 #include <string>

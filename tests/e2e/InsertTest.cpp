@@ -38,7 +38,7 @@ protected:
                ".ts' to D2B " + destination + '\n';
     }
 
-    // What -y says from the copy on.
+    // What -y prints from the copy on.
     std::string Copied(std::string const& source, int number, std::size_t size,
                        char const* notified) const {
         return CopyingFrom(source, "file number " + std::to_string(number)) +
@@ -231,7 +231,7 @@ TEST_F(Insert, OfMoreThanASlotIsCutOff) {
                      Result(slotSize + 10, slotSize),
                  " unexpected EOF: fileSize=" + size + " expectedWrite=10  actualWrite=0\n"}));
     EXPECT_EQ(recorder.Tool({"--lsmi"}),
-              (Outcome{0, notRunning + StreamFileTable({}, 3), ""})); // full, and nobody's
+              (Outcome{0, notRunning + StreamFileTable({}, 3), ""})); // full, and without a writer
 }
 
 struct OddArgument {

@@ -22,7 +22,7 @@ std::string Message(std::uint32_t id, std::string const& payload);
 // Datagrams that are no message, though some bear the id of one.
 std::vector<std::string> Malformed(std::uint32_t id);
 
-// Has a name of its own, or none, sends, and never listens.
+// Sends messages, under a name of its own or without one, and never reads.
 class Intruder {
 public:
     Intruder(Recorder const& recorder, std::string const& name);

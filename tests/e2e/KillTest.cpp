@@ -67,7 +67,7 @@ protected:
         }
     }
 
-    // That the request was sent is all that the tool says of a delete.
+    // For a delete the tool prints only that the request was sent.
     void CountDelete() {
         if (!toBeDeleted.empty() &&
             Rows(Database(), "SELECT 1 FROM event WHERE reid = '" + toBeDeleted + "'").empty()) {
@@ -91,7 +91,7 @@ protected:
         }
     }
 
-    // Every file that the database knows of has the ticks that it is said to have.
+    // Every file in the database contains the ticks that the database states.
     void ExpectThatFilesAreAsTheDatabaseKnows() {
         std::istringstream rows(Rows(Database(), "SELECT file_number, first_tick, last_tick,"
                                                  " finished FROM file WHERE wiped = 0"));

@@ -10,7 +10,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int fileCount = 60;                       // 5.5 GiB, nearly all of it sparse
-constexpr int filesBeyond[] = {22, 23, 45, 46, 60}; // the slots across and behind 2 and 4 GiB
+constexpr int filesBeyond[] = {22, 23, 45, 46, 60}; // the slots across and after 2 and 4 GiB
 
 std::string Result(std::size_t planned, std::size_t copied) {
     return "Stated file length: " + std::to_string(planned) +

@@ -103,7 +103,7 @@ TEST_F(FileList, OfADamagedPoolIsALineInTheLog) {
 
 // --- --lproc -----------------------------------------------------------------------------------
 
-// Writes into the table what nobody would who means well.
+// Writes into the table what a correct program never writes.
 class ProcessTable : public testing::Test {
 protected:
     static constexpr std::size_t headerSize = 28;

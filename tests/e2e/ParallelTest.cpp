@@ -191,7 +191,7 @@ TEST_F(Held, ProcessThatIsKilledIsNotListedAndItsRecordIsUsedAgain) {
     EXPECT_EQ(ListProcesses(recorder), (Outcome{0, notRunning, ""}));
     pid_t const service = recorder.StartService().Pid();
     if (ToolsByteOrder() != std::endian::native) {
-        recorder.Tool({"--lsm"}); // whoever works on the same table does it
+        recorder.Tool({"--lsm"}); // a program that uses the same table clears it
     }
     EXPECT_FALSE(recorder.IsRegistered(killed));
     EXPECT_EQ(ListProcesses(recorder), (Outcome{0, ListedService(service), ""}));

@@ -1,4 +1,4 @@
-// Pools that the tool does not work on, and what it says of them.
+// Pools that the tool refuses, and how it reports them.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -63,7 +63,7 @@ class DamagedPool : public testing::Test {
 protected:
     DamagedPool() { recorder.CreatePool(2); }
 
-    // Has the pool refused. What the one entry in the log says of it.
+    // Has the pool refused, and returns the text of the one entry in the log.
     std::string Fault() const {
         fs::remove(recorder.LogPath());
         EXPECT_EQ(recorder.Tool({"-x", "1"}),
@@ -71,7 +71,7 @@ protected:
         return AfterPrefix("pool '" + recorder.Pool().string() + "': ");
     }
 
-    // What stands in the log, a line, behind the time, the process and a prefix.
+    // The line in the log after the time, the process and a prefix.
     std::string AfterPrefix(std::string const& prefix) const {
         std::string const log = recorder.Log();
         auto const start = log.find(": " + prefix);

@@ -13,7 +13,7 @@ namespace {
 
 std::regex const thread("^       - +[0-9a-f]+ file: ");
 
-// The lines of a process' threads stand together, in the order of their slots.
+// The lines of a process's threads are next to each other, in the order of their slots.
 std::string WithThreadsInOrder(std::string const& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);

@@ -14,11 +14,11 @@ namespace e2e {
 std::string ListedProcess(int record, pid_t pid, Words const& commandLine,
                           std::vector<int> const& files = {});
 
-// The service likewise, which is there for a tool of its byte order only.
+// The same for the service, which only a tool of its byte order lists.
 std::string ListedService(pid_t pid, Words const& arguments = {},
                           std::vector<int> const& files = {});
 
-// What --lproc says, with HANDLE for the handles and the threads of a process by their files.
+// What --lproc prints, with HANDLE for the handles and the threads of a process sorted by file.
 Outcome ListProcesses(Recorder const& recorder);
 
 } // namespace e2e

@@ -6,7 +6,7 @@
 
 namespace e2e {
 
-// From its ELF header.
+// Read from the ELF header of the tool.
 std::endian ToolsByteOrder() {
     constexpr std::streamoff dataEncoding = 5;
     constexpr char mostSignificantFirst = 2;

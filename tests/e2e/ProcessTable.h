@@ -9,13 +9,13 @@
 
 namespace e2e {
 
-// That of the tool under test; the service has this machine's.
+// The byte order of the tool under test; the service has that of this machine.
 std::endian ToolsByteOrder();
 
-// Where the processes of a byte order stand.
+// The table of the programs of a byte order.
 std::filesystem::path ProcessTablePath(Recorder const& recorder, std::endian order);
 
-// A word as it stands there.
+// The bytes of a word in that table.
 std::string Word(std::int32_t word, std::endian order);
 
 } // namespace e2e

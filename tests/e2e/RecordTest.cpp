@@ -1,4 +1,4 @@
-// What the service records, whom it tells of it, and what becomes of the pool.
+// What the service records, which subscribers it notifies, and what it does to the pool.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Ready, and nothing else said, to the end.
+// The service printed that it was ready, and nothing else.
 Outcome const quietEnd{0, "StreamMgr: ready\n", ""};
 
 // A recording has stopped, and so has a service that ends.

@@ -3,28 +3,25 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/inotify.h>
-#include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <stdexcept>
 
 #include "ProcessTable.h"
+#include "support/AwaitChange.h"
 
 namespace e2e {
 namespace {
 
 namespace fs = std::filesystem;
 
-// The process table: where its records begin, how far apart they stand and how many there are.
+// The process table: offset of its first record, distance between records and number of records.
 constexpr std::size_t processTableHeaderSize = 28;
 constexpr std::size_t processRecordSize = 772;
 constexpr std::size_t processRecordCount = 128;
@@ -46,7 +43,7 @@ int Count(std::string const& text, std::string const& what) {
     return count;
 }
 
-// Stands in for pidof(8) in the tool's search path and knows only this recorder's service.
+// Replaces pidof(8) in the tool's search path. It finds only the service of this recorder.
 void WritePidof(fs::path const& directory) {
     std::string const pidFile = (directory / "service.pid").string();
     WriteFile(directory / "bin/pidof", "#!/bin/sh\nexec 2>/dev/null\n"
@@ -103,23 +100,10 @@ std::string Recorder::LogOf(std::string const& process) const {
 }
 
 bool Recorder::Logs(std::string const& text, int times) const {
-    auto const deadline = std::chrono::steady_clock::now() + patience;
-    workstation::FileDescriptor const changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (inotify_add_watch(changes.Get(), directory_.Path().c_str(), IN_MODIFY | IN_CREATE) < 0) {
-        throw std::runtime_error(std::string("inotify: ") + std::strerror(errno));
-    }
-    while (Count(Log(), text) < times) {
-        auto const left = std::chrono::ceil<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        pollfd change{changes.Get(), POLLIN, 0};
-        if (left.count() <= 0 || poll(&change, 1, static_cast<int>(left.count())) <= 0) {
-            ADD_FAILURE() << "not in the log: " << text << "\n" << Log();
-            return false;
-        }
-        std::array<char, 4096> events{};
-        static_cast<void>(!read(changes.Get(), events.data(), events.size()));
-    }
-    return true;
+    bool const logged =
+        AwaitChange(directory_.Path(), patience, [&] { return Count(Log(), text) >= times; });
+    EXPECT_TRUE(logged) << "not in the log: " << text << "\n" << Log();
+    return logged;
 }
 
 Command Recorder::ServiceCommand(Words const& arguments) const {
@@ -176,7 +160,7 @@ void Recorder::WaitForData(int number) const {
         if (std::chrono::steady_clock::now() > deadline) {
             throw std::runtime_error("no data in stream file " + std::to_string(number));
         }
-        poll(nullptr, 0, 5); // nobody tells of a word in shared memory
+        poll(nullptr, 0, 5); // there is no notification of a word in shared memory
     }
 }
 

@@ -18,7 +18,7 @@ using Words = std::vector<std::string>;
 constexpr std::size_t slotSize = 0x5E00000;
 constexpr std::size_t chunkSize = 0x2F000;
 
-// What the tool says before anything else when no service runs.
+// What the tool prints before anything else when no service runs.
 inline std::string const notRunning = "StreamMgr is currently NOT running\n";
 
 std::string ReadFile(std::filesystem::path const& path);
@@ -53,7 +53,7 @@ public:
     // What one process wrote into the log, one entry a line, without the time and its name.
     std::string LogOf(std::string const& process) const;
 
-    // Waits until the log contains the text so many times; false when our patience ends first.
+    // Waits until the log contains the text so many times; false when the patience ends first.
     bool Logs(std::string const& text, int times = 1) const;
 
     // Runs one of the programs in this recorder's environment.
@@ -87,13 +87,13 @@ private:
     std::unique_ptr<Child> service_; // ends before the directory goes
 };
 
-// Bytes without any repetition that a misplaced chunk could hide behind.
+// Bytes without repetitions, so that a chunk in the wrong place is noticed.
 std::string Noise(std::size_t size);
 
 // The real clip again and again, up to a size.
 std::string ClipRepeated(std::size_t size);
 
-// The same as ReadFile and WriteFile for a piece of a file that is there.
+// The same as ReadFile and WriteFile for a piece of a file that exists.
 std::string ReadPiece(std::filesystem::path const& path, std::streamoff offset, std::size_t size);
 void WritePiece(std::filesystem::path const& path, std::streamoff offset, std::string const& piece);
 

@@ -1,5 +1,5 @@
-// The tool under test and this build's: one list of scenarios, played with both, told and left
-// whole.
+// Plays one list of scenarios with the tool under test and with this build's tool, and compares all
+// that they print, log and leave in the pool.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -121,7 +121,7 @@ std::vector<Scenario> Scenarios() {
 // What is typed to every command: two log levels, for those that ask.
 constexpr char const* typed = "1\n3\n";
 
-// What a scenario said, logged and left.
+// What a scenario printed, logged and left in the pool.
 struct Performance {
     std::string said;
     std::map<std::string, std::string> logged; // by process

@@ -1,4 +1,4 @@
-// Subscribers that do not read for a while, or get what nobody should send them.
+// Subscribers that do not read for a while, or receive what no service sends.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -45,7 +45,7 @@ protected:
     }
 
     // Records the clip into each stream. One is over, and the one client that is awake has been
-    // told so, before the next begins: between streams there is no order.
+    // notified, before the next begins: between streams there is no order.
     void RecordAll() const {
         for (int stream = 1; stream <= streams; ++stream) {
             WriteFile(Pipe(stream), Clip());
@@ -54,7 +54,7 @@ protected:
         }
     }
 
-    // What the service recorded, and what a client was told of it, in the same words.
+    // What the service recorded and what a client was notified of, in the same words.
     std::string Recorded() const {
         std::string const log = recorder.LogOf("StreamMgr");
         return Replaced(Only("recording .* (started|stopped)", log),

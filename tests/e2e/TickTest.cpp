@@ -187,7 +187,7 @@ TEST_F(Ticks, AreShownInRuns) {
 
 // --- -e ----------------------------------------------------------------------------------------
 
-// What -e says on standard error of an argument that it understands.
+// What -e prints on standard error for an argument that it understands.
 std::string Echo(std::string const& argument, std::string const& number, std::string const& first,
                  std::string const& last) {
     auto const orZero = [](std::string const& tick) { return tick.empty() ? "0" : tick; };
@@ -212,7 +212,7 @@ struct CutSizes {
     std::size_t epilog;
 };
 
-// What -e says once it has found the ends of a range.
+// What -e prints when it has found the ends of a range.
 std::string EndsOfCut(std::string const& first, std::string const& last, CutSizes const& sizes) {
     return "firsttick_ = " + (first.empty() ? "0" : first) +
            "\nfirsttickoffset = " + std::to_string(sizes.prolog) +
@@ -374,7 +374,7 @@ TEST_F(Ticks, AreNotCutWithoutAHardDisk) {
 // Cuts the first file without a service, to a disk that does not take it all.
 class CutToAFullDisk : public Ticks {
 protected:
-    // What is said when the copy is given up before its first mark; 0 is an omitted tick.
+    // What is printed when the copy ends before its first mark; 0 is an omitted tick.
     static Outcome GivenUp(fs::path const& path, std::uint32_t firstNumber,
                            std::uint32_t lastNumber, CutSizes const& sizes,
                            std::string const& error) {

@@ -60,7 +60,7 @@ TEST(Timeout, OfEveryRequestIsAFailureAndItsLateAnswerDoesNoHarm) {
     ends.clear();
     EXPECT_FALSE(fs::exists(backup));
 
-    // What was asked is carried out all the same, as soon as the service can.
+    // The request is still carried out when the service runs again.
     recorder.Service().Signal(SIGCONT);
     EXPECT_EQ(recorder.Tool({"-s", "3"}), (Outcome{0, "", ""}));
     ASSERT_TRUE(fs::exists(backup));

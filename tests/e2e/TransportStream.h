@@ -26,7 +26,7 @@ std::ostream& operator<<(std::ostream& stream, Tick const& tick);
 
 std::string Clip();
 
-// The clip with the ticks that `d2b tick` gives it.
+// The clip with the ticks that `d2b tick` inserts.
 std::string TickedClip(Recorder const& recorder, Words const& options);
 
 // The ticks of a stream whose packets are all in place.

@@ -66,7 +66,7 @@ TEST(Usage, TwoHelpOptionsPrintItTwice) {
     EXPECT_EQ(recorder.Tool({"-hh"}), (Outcome{0, notRunning + usage + usage, ""}));
 }
 
-// A command line and what is said of it on standard error, after the tool's name.
+// A command line and the complaint on standard error, after the tool's name.
 struct Misuse {
     Words words;
     char const* complaint;

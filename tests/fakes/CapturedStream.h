@@ -6,9 +6,9 @@
 
 #include "Record.h"
 
-// Whatever is written goes into the record, and every write leaves a meaningless errno behind, as
-// writing to a terminal may. The stream flushes only what it is asked to flush: the tie to another
-// stream is undone meanwhile.
+// All that is written goes into the record, and every write leaves a meaningless errno, as writing
+// to a terminal may. Only an explicit flush is recorded: the tie to another stream is undone until
+// the end.
 class CapturedStream : private std::streambuf {
 public:
     CapturedStream(std::ostream& stream, Record& record, Record::Kind kind);

@@ -1,12 +1,11 @@
-// The error numbers that the fakes leave behind.
+// The values of errno that the fakes set.
 #pragma once
 
 #include <cerrno>
 #include <cstring>
 #include <string>
 
-// What errno holds after everything that succeeded: it says nothing then, and a message that shows
-// it was made too late.
+// What errno holds after every call that succeeded. A message that shows it was made too late.
 inline constexpr int meaninglessErrno = EDOM;
 
 // An error as the tool's messages show it: the number and the text, with nothing between them.

@@ -20,6 +20,9 @@ int IpcMessage::Allocate(unsigned int id, unsigned int size, char* buffer) {
     if (auto const answer = FakePlatform::Get().Enter("message.", "Allocate", arguments)) {
         return static_cast<int>(answer->value);
     }
+    if (size > maxSize) {
+        return 1;
+    }
     id_ = id;
     size_ = size;
     storage_.assign(buffer == nullptr ? size : 0, '\0');

@@ -17,10 +17,10 @@ unsigned char* PutWord(unsigned char* out, unsigned int word) {
     return out;
 }
 
-// How many bytes of the message that is being handled stand at `in` and after it.
+// How many bytes the message that is being handled has from `in` to its end.
 std::size_t BytesLeft(unsigned char const* in) {
     FakePlatform& platform = FakePlatform::Get();
-    if (in == nullptr && platform.message.empty()) { // an empty message has no place
+    if (in == nullptr && platform.message.empty()) { // an empty message has no address
         return 0;
     }
     auto const* const begin = reinterpret_cast<unsigned char const*>(platform.message.data());
@@ -32,7 +32,7 @@ std::size_t BytesLeft(unsigned char const* in) {
     return static_cast<std::size_t>(end - in);
 }
 
-// Takes a word off `in`; at the end of the message there is none, and it is 0.
+// Reads a word and moves `in` past it. 0 when the message ends before; `in` is then its end.
 unsigned int TakeWord(unsigned char*& in) {
     std::size_t const left = BytesLeft(in);
     if (left < wordSize) {

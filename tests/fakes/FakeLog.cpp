@@ -49,5 +49,8 @@ std::ostream& LogMsg::Log(int level, std::string const& processName) {
 SysLogMsg::SysLogMsg() = default;
 
 SysLogMsg::~SysLogMsg() {
+    if (level_ == 0) { // Log was never called: there is no entry
+        return;
+    }
     FakePlatform::Get().Note("SysLogMsg(" + ShowAll(level_, processName_, text_.str()) + ")");
 }

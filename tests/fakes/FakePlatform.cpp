@@ -1,6 +1,7 @@
 // The platform and the system as a test scripts them.
 #include "FakePlatform.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -192,10 +193,17 @@ std::optional<std::string> FakePlatform::NameOf(int descriptor) {
 std::string FakePlatform::NameOf(LinxIpc const& ipc) {
     auto const found = endpoints.find(&ipc);
     if (found != endpoints.end()) {
-        return found->second;
+        return found->second.name;
     }
     Breach("an endpoint that does not exist");
     return "?";
+}
+
+bool FakePlatform::IsServed(std::string const& name) const {
+    return (serviceRuns && name == serviceName) ||
+           std::any_of(endpoints.begin(), endpoints.end(), [&](auto const& entry) {
+               return entry.second.ready && entry.second.name == name;
+           });
 }
 
 std::string FakePlatform::MakeDirectory() {

@@ -21,13 +21,13 @@
 class CommonCli;
 class LinxIpc;
 
-// What a scripted call answers; `error` becomes errno.
+// What a scripted call returns; `error` becomes errno.
 struct Answer {
     long long value = 0;
     int error = 0;
 };
 
-// An ordinary failure of a call that answers -1.
+// An ordinary failure of a call that returns -1.
 inline Answer Fail(int error) {
     return {-1, error};
 }
@@ -35,6 +35,14 @@ inline Answer Fail(int error) {
 // Leaves the tool where it called exit: the process is over, and nothing is recorded after it.
 struct ProcessExit {
     int status;
+};
+
+// A message on its way to an endpoint of this process.
+struct FakeMessage {
+    unsigned int id;
+    std::string payload;
+    std::string from = {}; // the endpoint that sent it
+    std::string to = {};   // the endpoint that it is for; empty: whichever receives next
 };
 
 // How pthread_create behaves.
@@ -49,7 +57,7 @@ enum class Threads {
 // are captured, and the hard-disk mount is a directory of its own.
 //
 // Strict: a call that breaks the contract of the seam fails the test, and so does a scripted answer
-// that nobody asked for, and whatever is left open in the end.
+// that was never used, and whatever is left open in the end.
 class FakePlatform {
 public:
     FakePlatform();
@@ -58,15 +66,15 @@ public:
     FakePlatform(FakePlatform const&) = delete;
     FakePlatform& operator=(FakePlatform const&) = delete;
 
-    // Null when no test has one: before main, and in tests of other things.
+    // Null while there is none: before main, and in tests of other things.
     static FakePlatform* Current();
     // The same where there must be one.
     static FakePlatform& Get();
 
     // Scripts the answer of the nth call with this name, counted from 1 over all objects; or of
     // every call with this name. Names are those of the operations ("Read", "InitializeFileAccess")
-    // and system calls ("write"). A value that is no failure means: Read and write come short
-    // with it, fstat reports it as the size.
+    // and system calls ("write"). A value that is no failure means: Read and write move only so
+    // many bytes, fstat reports it as the size.
     void Script(std::string const& call, int ordinal, Answer answer);
     void ScriptAlways(std::string const& call, Answer answer);
 
@@ -84,6 +92,10 @@ public:
     // ------------------------------------------------------------------ set up by the test
     FakePool pool;
     std::string serviceName = "TheService";
+    bool serviceRuns = true; // whether a request to that name is delivered
+    // The messages with which the service replies, for each request that waits for a reply. There
+    // is no reply to the requests after these.
+    std::vector<std::vector<FakeMessage>> replies;
     std::string pidofOutput = "321\n";
     int processId = 4711;
     std::set<int> liveProcesses;
@@ -91,17 +103,17 @@ public:
     // nothing there otherwise.
     std::map<std::string, std::string> systemFiles;
     Threads threads = Threads::RunAtCreation;
-    // What the frame does with the tool when it is told to Go, and what it answers.
+    // What CommonCli::Go does with the tool, and what it returns.
     std::function<unsigned int(CommonCli&)> frame = [](CommonCli&) { return 3U; };
-    // What the messages say that LinxIpc::Receive brings, in that order; SIGINT comes after the
-    // last.
-    std::vector<std::pair<unsigned int, std::string>> incoming;
+    // The messages that LinxIpc::Receive returns, in that order, and those that endpoints of this
+    // process send to each other. After the last one a Receive without a limit raises SIGINT.
+    std::vector<FakeMessage> incoming;
     // The identifier of the event that RecordAfterTheFact makes, the size SplitEvent settles on.
     std::string newReid = "0123456789abcdef:01";
     std::optional<unsigned int> usedSplitSize;
 
     // ------------------------------------------------------------------ seen by the test
-    // What the frame was given.
+    // The arguments of CommonCli::Go.
     struct CommandLine {
         std::vector<std::string> arguments;
         std::string shortOptions;
@@ -111,14 +123,14 @@ public:
     std::map<int, void (*)(int)> signalHandlers;
 
     // ------------------------------------------------------------------ for the fakes
-    // Records a call; its scripted answer, none when it has none. errno is that of the answer, or
-    // meaningless.
+    // Records a call and returns its scripted answer; nothing when it has none. errno is that of
+    // the answer, or meaningless.
     std::optional<Answer> Enter(std::string_view object, std::string const& call,
                                 std::string const& arguments);
-    // The same where an answer is all that there is to it.
+    // The same for a call that only returns a value: the scripted one, else `usual`.
     long Ask(std::string_view object, std::string const& call, std::string const& arguments,
              long usual);
-    // Records a line that is no call to be answered.
+    // Records a line that cannot be scripted.
     void Note(std::string line);
 
     // While one lives, what the fakes do among themselves is neither recorded nor scripted.
@@ -144,25 +156,31 @@ public:
     [[noreturn]] void Exit(int status);
     bool HasEnded() const { return ended_; }
 
-    // Whether a file that is opened under this path is the tool's doing.
+    // Whether it is the tool that opens a file with this path, and not the test.
     bool IsToolPath(std::string const& path) const;
-    // What is opened in its place: itself only when it lies on the test's hard disk.
+    // What is opened in its place: the path itself only when it is on the test's hard disk.
     std::string RealPath(std::string const& path) const;
-    // How it stands in the record: without the directory when it lies on the hard-disk mount.
+    // Its form in the record: without the directory when it is on the hard-disk mount.
     std::string ShortName(std::string const& path) const;
 
     // The tool's open descriptors, with their short names.
     void Opened(int descriptor, std::string const& path);
     void Closed(int descriptor);
     std::vector<int> OpenDescriptors();
-    // None when it is not the tool's.
+    // Nothing when it is not the tool's.
     std::optional<std::string> NameOf(int descriptor);
 
-    // The living endpoints with their names.
-    std::map<LinxIpc const*, std::string> endpoints;
+    // The endpoints that exist.
+    struct Endpoint {
+        std::string name;
+        bool ready = false; // after a successful Init
+    };
+    std::map<LinxIpc const*, Endpoint> endpoints;
     std::string NameOf(LinxIpc const& ipc);
+    // Whether the service or a ready endpoint receives what is sent to this name.
+    bool IsServed(std::string const& name) const;
 
-    // The message that is being handled; items decode from it and from nothing else.
+    // The message that is being handled. Items may be decoded from nothing else.
     std::string message;
 
     std::set<std::FILE*> pipes; // of popen, not closed yet
@@ -186,7 +204,7 @@ private:
     CapturedStream err_{std::cerr, record_, Record::Kind::Err};
 };
 
-// A frame for FakePlatform::frame: prepares the tool and gives it these options, each whatever the
-// one before it answered. Answers 3 when all did.
+// A frame for FakePlatform::frame: prepares the tool and passes it all these options, even after
+// one has failed. Returns 3 when all have succeeded.
 std::function<unsigned int(CommonCli&)>
 PlayOptions(std::vector<std::pair<int, char const*>> const& options);

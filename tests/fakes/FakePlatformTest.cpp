@@ -1,11 +1,13 @@
-// The scripted platform itself: what it records, and that it cannot be misused unnoticed.
+// The scripted platform itself: what it records, and that a wrong use of it fails the test.
 #include "FakePlatform.h"
 
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <optional>
+#include <vector>
 
 #include <fcntl.h>
 #include <gtest/gtest-spi.h>
@@ -19,13 +21,15 @@
 #include "LinxIpc.h"
 #include "LogClient.h"
 #include "StreamFileAccess.h"
+#include "SubscribeClient.h"
 #include "SysLogMsg.h"
+#include "TsHelper.h"
 
 namespace {
 
 class FakePlatformTest : public ::testing::Test {
 protected:
-    // Ends the platform, which then speaks its mind.
+    // Ends the platform, which then reports what was left open and what was never called.
     void End() { platform.reset(); }
 
     int Create(std::string const& fileName) {
@@ -119,7 +123,103 @@ TEST_F(FakePlatformTest, SystemCallsOfTheToolAreScripted) {
                                  "close(file)\n");
 }
 
-TEST_F(FakePlatformTest, OtherFilesAreNobodysBusiness) {
+TEST_F(FakePlatformTest, TruncateThatFailsLeavesTheLength) {
+    platform->AddStreamFiles({1}, 100);
+    platform->Script("Truncate", 1, Fail(EIO));
+    pool.InitializeFileAccess(false, true);
+    {
+        StreamFileAccess writer(1, false, StreamMgrFileMgmnt::ControlExternalProc);
+        EXPECT_EQ(writer.Truncate(7), -1);
+        EXPECT_EQ(errno, EIO);
+        EXPECT_EQ(platform->pool.files[1].statedLength, 100);
+        EXPECT_EQ(writer.Truncate(7), 0);
+    }
+    EXPECT_EQ(platform->pool.files[1].statedLength, 7);
+}
+
+TEST_F(FakePlatformTest, SeekThatFailsLeavesThePosition) {
+    platform->AddStreamFiles({1}, 100);
+    platform->Script("Seek", 1, Fail(EIO));
+    pool.InitializeFileAccess(false, true);
+    StreamFileAccess file(1, 0);
+    EXPECT_EQ(file.Seek(50), -1);
+    char byte = 0;
+    EXPECT_EQ(file.Read(&byte, 1, false), 1);
+    EXPECT_EQ(std::string(1, byte), StreamFileContent(1, 0, 1));
+}
+
+TEST_F(FakePlatformTest, WriteThatFailsWritesNothing) {
+    platform->AddStreamFiles({1}, 100);
+    platform->Script("Write", 2, {1});
+    platform->Script("Write", 3, Fail(ENOSPC));
+    pool.InitializeFileAccess(false, true);
+    StreamFileAccess file(1, false, StreamMgrFileMgmnt::ControlExternalProc);
+    std::string bytes = "abc";
+    EXPECT_EQ(file.Write(bytes.data(), 3), 3);
+    EXPECT_EQ(file.Write(bytes.data(), 3), 1);
+    EXPECT_EQ(file.Write(bytes.data(), 3), -1);
+    EXPECT_EQ(platform->pool.files[1].written, "abca");
+}
+
+TEST_F(FakePlatformTest, TableEntryCanBeMissing) {
+    platform->pool.table[1] = {};
+    platform->Script("GetFileInfo", 2, {0});
+    pool.InitializeFileAccess(false, true);
+    StreamMgrFileMgmnt::FileMgmnt_t info{};
+    EXPECT_TRUE(pool.GetFileInfo(1, info));
+    EXPECT_FALSE(pool.GetFileInfo(1, info));
+}
+
+TEST_F(FakePlatformTest, EndpointThatCannotBeInitialisedStaysUnready) {
+    platform->Script("Init", 1, {ENOTCONN});
+    LinxIpc ipc("name");
+    EXPECT_EQ(ipc.Init(), ENOTCONN);
+    IpcMessage message;
+    message.Allocate(1, 1, nullptr);
+    EXPECT_NE(ipc.Request(platform->serviceName, message, 0, -1, nullptr), 0);
+    EXPECT_EQ(ipc.Init(), 0);
+    EXPECT_EQ(ipc.Request(platform->serviceName, message, 0, -1, nullptr), 0);
+}
+
+TEST_F(FakePlatformTest, ScriptedRequestIsNotDelivered) {
+    platform->Script("Request", 1, {ECONNREFUSED});
+    LinxIpc ipc("name");
+    ipc.Init();
+    IpcMessage message;
+    message.Allocate(1, 1, nullptr);
+    EXPECT_EQ(ipc.Request("name", message, 0, -1, nullptr), ECONNREFUSED);
+    EXPECT_NE(ipc.Receive(0, 0, LinxIpc::emptyString, nullptr), 0);
+}
+
+TEST_F(FakePlatformTest, ScriptedReceiveTakesNoMessage) {
+    platform->Script("Receive", 1, {ETIMEDOUT});
+    platform->incoming = {{1, "text"}};
+    LinxIpc ipc("name");
+    ipc.Init();
+    EXPECT_EQ(ipc.Receive(-1, 0, LinxIpc::emptyString, nullptr), ETIMEDOUT);
+    EXPECT_EQ(ipc.Receive(-1, 0, LinxIpc::emptyString, nullptr), 0);
+}
+
+TEST_F(FakePlatformTest, SubscriptionThatFailsRegistersNoHandler) {
+    platform->Script("Subscribe", 1, {1});
+    platform->incoming = {{2, "text"}};
+    LinxIpc ipc("name");
+    ipc.Init();
+    SubscribeClient client(ipc, platform->serviceName, 5000);
+    StringItem everything;
+    EXPECT_EQ(client.Subscribe(
+                  1, 2, everything, [](LinxIpc*, void*) { ADD_FAILURE() << "called"; }, nullptr),
+              1);
+    EXPECT_EQ(ipc.Receive(0, 0, LinxIpc::emptyString, nullptr), 0);
+}
+
+TEST_F(FakePlatformTest, EveryLogEntryIsRecorded) {
+    { SysLogMsg const withoutLog; }
+    SysLogMsg().Log(1, "name") << "text";
+    EXPECT_EQ(platform->Calls(), "SysLogMsg(1, \"name\", \"text\")\n");
+}
+
+TEST_F(FakePlatformTest, OtherFilesAreNotRecorded) {
     int const file = open("/dev/null", O_WRONLY);
     EXPECT_EQ(write(file, "abcd", 4), 4);
     EXPECT_EQ(close(file), 0);
@@ -131,7 +231,7 @@ TEST_F(FakePlatformTest, RealHardDiskDoesNotExist) {
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(FakePlatformTest, HardDiskIsTheTestsOwnAndGoesWithIt) {
+TEST_F(FakePlatformTest, HardDiskBelongsToTheTestAndGoesWithIt) {
     std::string directory = platform->HardDisk("");
     directory.pop_back(); // its slash
     EXPECT_STREQ(std::getenv("STREAMMGR_HD"), directory.c_str());
@@ -149,7 +249,7 @@ TEST_F(FakePlatformTest, NothingIsRecordedAfterTheProcessHasEnded) {
 
 // ---------------------------------------------------------------------- breaches
 
-TEST_F(FakePlatformTest, AnswerThatNobodyAskedForIsABreach) {
+TEST_F(FakePlatformTest, AnswerThatIsNeverUsedIsABreach) {
     platform->Script("Reed", 1, {1});
     EXPECT_NONFATAL_FAILURE(End(), "never called: Reed number 1");
     platform.emplace();
@@ -183,6 +283,37 @@ TEST_F(FakePlatformTest, FileIsUsedTheWayItWasOpened) {
     EXPECT_NONFATAL_FAILURE(writer.Read(&byte, 1, false), "the other way");
 }
 
+TEST_F(FakePlatformTest, FileIsOpenedInNoOtherMode) {
+    platform->AddStreamFiles({1}, 100);
+    pool.InitializeFileAccess(false, true);
+    EXPECT_NONFATAL_FAILURE(StreamFileAccess(1, 1), "another mode");
+    EXPECT_NONFATAL_FAILURE(StreamFileAccess(1, true, StreamMgrFileMgmnt::ControlExternalProc),
+                            "for appending");
+}
+
+TEST_F(FakePlatformTest, NegativePositionOrLengthIsABreach) {
+    platform->AddStreamFiles({1}, 100);
+    pool.InitializeFileAccess(false, true);
+    StreamFileAccess reader(1, 0);
+    StreamFileAccess writer(1, false, StreamMgrFileMgmnt::ControlExternalProc);
+    EXPECT_NONFATAL_FAILURE(reader.Seek(-1), "negative");
+    EXPECT_NONFATAL_FAILURE(writer.Truncate(-1), "negative");
+    EXPECT_EQ(platform->pool.files[1].statedLength, 100);
+}
+
+TEST_F(FakePlatformTest, TablesAreMappedInOneWayOnly) {
+    StreamMgrFileMgmnt tables;
+    EXPECT_NONFATAL_FAILURE(tables.Initialize(1, false, false), "not in use");
+    EXPECT_NONFATAL_FAILURE(tables.Initialize(0, true, false), "not in use");
+    EXPECT_NONFATAL_FAILURE(tables.Initialize(0, false, true), "not in use");
+}
+
+TEST_F(FakePlatformTest, SearchForTicksWithoutATableIsABreach) {
+    std::vector<unsigned char> stream(188);
+    TsHelper helper(stream);
+    EXPECT_NONFATAL_FAILURE(helper.SystemTick(TsHelper::StreamSystickSystem, 0), "did not script");
+}
+
 // Each is then handed over to another platform, under which it can be closed.
 TEST_F(FakePlatformTest, DescriptorThatIsLeftOpenIsABreach) {
     int const file = Create("file");
@@ -208,10 +339,32 @@ TEST_F(FakePlatformTest, PipeThatIsLeftOpenIsABreach) {
     pclose(pipe);
 }
 
-TEST_F(FakePlatformTest, SecondCloseIsABreach) {
+TEST_F(FakePlatformTest, UseOfAClosedDescriptorIsABreach) {
     int const file = Create("file");
     EXPECT_EQ(close(file), 0);
-    EXPECT_NONFATAL_FAILURE(close(file), "that is not open");
+    char byte = 'x';
+    struct stat status {};
+    EXPECT_NONFATAL_FAILURE(EXPECT_EQ(read(file, &byte, 1), -1), "is read that is not open");
+    EXPECT_NONFATAL_FAILURE(EXPECT_EQ(write(file, &byte, 1), -1), "is written that is not open");
+    EXPECT_NONFATAL_FAILURE(fstat(file, &status), "is examined that is not open");
+    EXPECT_NONFATAL_FAILURE(close(file), "is closed that is not open");
+}
+
+TEST_F(FakePlatformTest, SecondJoinOfAThreadIsABreach) {
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(
+                  &thread, nullptr, [](void*) -> void* { return nullptr; }, nullptr),
+              0);
+    EXPECT_EQ(pthread_join(thread, nullptr), 0);
+    EXPECT_NONFATAL_FAILURE(pthread_join(thread, nullptr), "that is not there");
+}
+
+TEST_F(FakePlatformTest, ThreadThatIsNotJoinedIsABreach) {
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(
+                  &thread, nullptr, [](void*) -> void* { return nullptr; }, nullptr),
+              0);
+    EXPECT_NONFATAL_FAILURE(End(), "not joined: 1");
 }
 
 TEST_F(FakePlatformTest, MessageCannotBeOverfilled) {
@@ -225,6 +378,31 @@ TEST_F(FakePlatformTest, RequestWithoutAPayloadIsABreach) {
     LinxIpc ipc("name");
     IpcMessage message;
     EXPECT_NONFATAL_FAILURE(ipc.Request("server", message, 0, -1, nullptr), "without a payload");
+}
+
+TEST_F(FakePlatformTest, WaitThatNothingEndsIsABreach) {
+    LinxIpc ipc("name");
+    ipc.Init();
+    EXPECT_NONFATAL_FAILURE(ipc.Receive(-1, 0, LinxIpc::emptyString, nullptr), "does not come");
+    IpcMessage message;
+    message.Allocate(1, 1, nullptr);
+    EXPECT_NONFATAL_FAILURE(ipc.Request(platform->serviceName, message, 0, -1, &message),
+                            "does not come");
+}
+
+TEST_F(FakePlatformTest, SubscriptionWithoutAHandlerIsABreach) {
+    LinxIpc ipc("name");
+    SubscribeClient client(ipc, platform->serviceName, 5000);
+    StringItem everything;
+    EXPECT_NONFATAL_FAILURE(client.Subscribe(1, 2, everything, nullptr, nullptr),
+                            "without a handler");
+}
+
+TEST_F(FakePlatformTest, SubscriptionsThatOutliveTheirEndpointAreABreach) {
+    auto ipc = std::make_unique<LinxIpc>("name");
+    std::optional<SubscribeClient> client(std::in_place, *ipc, platform->serviceName, 5000);
+    ipc.reset();
+    EXPECT_NONFATAL_FAILURE(client.reset(), "an endpoint that does not exist");
 }
 
 TEST_F(FakePlatformTest, LogEntryWhoseLevelIsOffIsABreach) {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,24 +22,26 @@ struct FakePool {
         std::string written; // what was written over it, from its start
     };
 
-    // What GetFilePoolSize answers; files may lack within it.
+    // What GetFilePoolSize returns; not every number up to it needs to have a file.
     long size = 8;
     std::map<int, File> files;
+    // Shows the writers and the lengths of those files that a test has put into it.
     std::map<int, StreamMgrFileMgmnt::FileMgmnt_t> table;
     std::vector<unsigned char> processTable; // empty: not mapped
 
-    // What TsHelper finds, one table for each stream that it is given, in that order.
+    // The ticks in the streams that TsHelper searches, one table for each search, in that order.
     std::vector<TickTable> tickTables;
-    // Shown each stream that TsHelper is given.
+    // Called with each stream that TsHelper searches.
     std::function<void(std::vector<unsigned char> const&)> onTickScan = [](auto const&) {};
 
     // State of the process's access.
     bool initialized = false;
     bool unloaded = false;
     int openFiles = 0;
+    std::set<int> filesBeingWritten;
 };
 
-// The bytes of a stream file: a pattern that differs from file to file and whose period is no
-// divisor of a chunk, so that nothing can change places unnoticed. It fills the slot to its end.
+// The bytes of a stream file: a pattern that differs from file to file and whose period does not
+// divide a chunk, so that a test notices bytes in the wrong place. It fills the whole slot.
 void FillWithContent(unsigned char* out, int fileNumber, long offset, long count);
 std::string StreamFileContent(int fileNumber, long offset, long count);

@@ -7,7 +7,7 @@
 #include "FakePlatform.h"
 #include "Show.h"
 
-// A stream file of FakePool. What is done with one that is not open is a breach.
+// A stream file of FakePool. An operation on one that is not open is a breach.
 class StreamFileAccess::OpenFile {
 public:
     OpenFile(int fileNumber, bool forWriting)
@@ -18,6 +18,10 @@ public:
     ~OpenFile() {
         FakePlatform::Get().Note(Prefix() + "close()");
         Count(-1);
+        if (writing) {
+            FakePlatform::Get().pool.filesBeingWritten.erase(number);
+            ShowController(StreamMgrFileMgmnt::ControlUnknown);
+        }
     }
 
     OpenFile(OpenFile const&) = delete;
@@ -28,6 +32,18 @@ public:
 
     std::string Prefix() const { return "file" + Show(number) + "."; }
     FakePool::File& Entry() const { return FakePlatform::Get().pool.files.at(number); }
+
+    // The row of the file in the table of files; null when the test gave it none.
+    StreamMgrFileMgmnt::FileMgmnt_t* Row() const {
+        auto& table = FakePlatform::Get().pool.table;
+        auto const found = table.find(number);
+        return found == table.end() ? nullptr : &found->second;
+    }
+    void ShowController(StreamMgrFileMgmnt::Control_t controller) const {
+        if (auto* const row = Row()) {
+            row->writeController = controller;
+        }
+    }
 
     int const number;
     bool const writing;
@@ -55,27 +71,40 @@ StreamFileAccess::OpenFile& StreamFileAccess::OpenFile::Of(std::unique_ptr<OpenF
 
 namespace {
 
-// Records the opening; whether it succeeds.
-bool Open(int fileNumber, std::string const& arguments) {
+// Records the opening. Whether it succeeds, else errno says why.
+bool Open(int fileNumber, bool forWriting, std::string const& arguments) {
     FakePlatform& platform = FakePlatform::Get();
     std::scoped_lock const lock(platform.mutex);
-    if (!platform.pool.initialized) {
+    FakePool& pool = platform.pool;
+    if (!pool.initialized) {
         platform.Breach("a stream file is opened before the pool was initialised");
     }
     if (platform.Enter("", "OpenStreamFile", arguments)) {
         return false;
     }
-    if (platform.pool.files.count(fileNumber) != 0) {
-        return true;
+    if (!pool.files.contains(fileNumber)) {
+        errno = ENOENT;
+        return false;
     }
-    errno = ENOENT;
-    return false;
+    if (forWriting && !pool.filesBeingWritten.insert(fileNumber).second) {
+        errno = EBUSY;
+        return false;
+    }
+    return true;
+}
+
+// Whether a position or a length lies within the slot. A negative one is a breach.
+bool IsWithinSlot(long bytes) {
+    if (bytes < 0) {
+        FakePlatform::Get().Breach("a negative position or length in a stream file");
+    }
+    return bytes >= 0 && bytes <= FakePool::slotSize;
 }
 
 void ExpectInitialized() {
     FakePlatform& platform = FakePlatform::Get();
     if (!platform.pool.initialized) {
-        platform.Breach("the pool is asked before it was initialised");
+        platform.Breach("the pool is used before it was initialised");
     }
 }
 
@@ -87,15 +116,22 @@ int StreamFileAccess::fileSystemType = 0;
 StreamFileAccess::StreamFileAccess() = default;
 
 StreamFileAccess::StreamFileAccess(int fileNumber, int mode) {
-    if (Open(fileNumber, ShowAll(fileNumber, mode))) {
+    if (mode != 0) {
+        FakePlatform::Get().Breach("a stream file is opened for reading in another mode than 0");
+    }
+    if (Open(fileNumber, false, ShowAll(fileNumber, mode))) {
         file_ = std::make_unique<OpenFile>(fileNumber, false);
     }
 }
 
 StreamFileAccess::StreamFileAccess(int fileNumber, bool append,
                                    StreamMgrFileMgmnt::Control_t controller) {
-    if (Open(fileNumber, ShowAll(fileNumber, append, static_cast<int>(controller)))) {
+    if (append) {
+        FakePlatform::Get().Breach("a stream file is opened for appending");
+    }
+    if (Open(fileNumber, true, ShowAll(fileNumber, append, static_cast<int>(controller)))) {
         file_ = std::make_unique<OpenFile>(fileNumber, true);
+        file_->ShowController(controller);
     }
 }
 
@@ -129,7 +165,9 @@ long StreamFileAccess::GetFilePoolSize() {
 bool StreamFileAccess::GetFileInfo(int fileNumber, StreamMgrFileMgmnt::FileMgmnt_t& info) {
     ExpectInitialized();
     FakePlatform& platform = FakePlatform::Get();
-    platform.Note("pool.GetFileInfo(" + Show(fileNumber) + ")");
+    if (platform.Enter("pool.", "GetFileInfo", Show(fileNumber))) {
+        return false;
+    }
     auto const entry = platform.pool.table.find(fileNumber);
     if (entry == platform.pool.table.end()) {
         return false;
@@ -155,7 +193,12 @@ int StreamFileAccess::Read(void* buffer, unsigned int count, bool unbounded) {
     long const got =
         FakePlatform::Get().Ask(file.Prefix(), "Read", ShowAll(count, unbounded), usual);
     if (got > 0) {
-        FillWithContent(static_cast<unsigned char*>(buffer), file.number, file.position, got);
+        auto* const out = static_cast<unsigned char*>(buffer);
+        FillWithContent(out, file.number, file.position, got);
+        std::string const& written = file.Entry().written;
+        if (auto const size = static_cast<long>(written.size()); file.position < size) {
+            std::copy_n(written.begin() + file.position, std::min(got, size - file.position), out);
+        }
         file.position += got;
     }
     return static_cast<int>(got);
@@ -163,17 +206,22 @@ int StreamFileAccess::Read(void* buffer, unsigned int count, bool unbounded) {
 
 int StreamFileAccess::Write(void* buffer, unsigned int count) {
     OpenFile& file = OpenFile::Of(file_, true);
-    long const written = FakePlatform::Get().Ask(file.Prefix(), "Write", Show(count), count);
+    long const room = std::min(FakePool::slotSize - file.position, static_cast<long>(count));
+    long const written = FakePlatform::Get().Ask(file.Prefix(), "Write", Show(count), room);
     if (written > 0) {
-        file.Entry().written.append(static_cast<char const*>(buffer),
-                                    static_cast<std::size_t>(written));
+        auto const size = static_cast<std::size_t>(written);
+        file.Entry().written.replace(static_cast<std::size_t>(file.position), size,
+                                     static_cast<char const*>(buffer), size);
+        file.position += written;
     }
     return static_cast<int>(written);
 }
 
 long StreamFileAccess::Seek(long offset) {
     OpenFile& file = OpenFile::Of(file_, false);
-    long const reached = FakePlatform::Get().Ask(file.Prefix(), "Seek", Show(offset), offset);
+    bool const possible = IsWithinSlot(offset);
+    long const reached =
+        FakePlatform::Get().Ask(file.Prefix(), "Seek", Show(offset), possible ? offset : -1);
     if (reached != -1) {
         file.position = offset;
     }
@@ -182,6 +230,14 @@ long StreamFileAccess::Seek(long offset) {
 
 long StreamFileAccess::Truncate(long length) {
     OpenFile& file = OpenFile::Of(file_, true);
-    file.Entry().statedLength = length;
-    return FakePlatform::Get().Ask(file.Prefix(), "Truncate", Show(length), 0);
+    bool const possible = IsWithinSlot(length);
+    long const result =
+        FakePlatform::Get().Ask(file.Prefix(), "Truncate", Show(length), possible ? 0 : -1);
+    if (result == 0) {
+        file.Entry().statedLength = length;
+        if (auto* const row = file.Row()) {
+            row->fileSize = static_cast<unsigned int>(length);
+        }
+    }
+    return result;
 }

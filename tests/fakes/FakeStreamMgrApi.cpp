@@ -10,7 +10,7 @@ namespace StreamMgrApi {
 
 namespace {
 
-// Each call stands in the record with its endpoint first. Answers true unless scripted.
+// Records the call with its endpoint first. True unless scripted.
 template <typename... Arguments>
 bool Ask(char const* call, LinxIpc& ipc, Arguments const&... arguments) {
     FakePlatform& platform = FakePlatform::Get();
@@ -73,7 +73,7 @@ bool SetTagsComplete(std::string reid, LinxIpc& ipc, int timeoutMs) {
 
 bool SplitEvent(LinxIpc& ipc, std::string& reid, unsigned int& splitSize) {
     bool const taken = Ask("SplitEvent", ipc, reid, splitSize);
-    if (auto const used = FakePlatform::Get().usedSplitSize) {
+    if (auto const used = FakePlatform::Get().usedSplitSize; taken && used) {
         splitSize = *used;
     }
     return taken;

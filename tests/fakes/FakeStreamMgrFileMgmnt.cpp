@@ -14,6 +14,9 @@ StreamMgrFileMgmnt::~StreamMgrFileMgmnt() {
 
 bool StreamMgrFileMgmnt::Initialize(int table, bool create, bool writable) {
     FakePlatform& platform = FakePlatform::Get();
+    if (table != 0 || create || writable) {
+        platform.Breach("the tables are mapped in a way that is not in use");
+    }
     if (platform.Ask("tables.", "Initialize", ShowAll(table, create, writable), 1) == 0) {
         return false;
     }

@@ -18,6 +18,12 @@ SubscribeClient::SubscribeClient(LinxIpc& ipc, std::string const& serverName, in
 SubscribeClient::~SubscribeClient() {
     FakePlatform& platform = FakePlatform::Get();
     platform.Note("~SubscribeClient(" + platform.NameOf(ipc_) + ")");
+    if (!platform.endpoints.contains(&ipc_)) {
+        return; // a breach, which NameOf has reported
+    }
+    for (unsigned int const messageId : messageIds_) {
+        ipc_.SetHandler(messageId, nullptr, nullptr);
+    }
 }
 
 int SubscribeClient::Subscribe(unsigned int subscriptionId, unsigned int messageId, Item& item,
@@ -28,12 +34,13 @@ int SubscribeClient::Subscribe(unsigned int subscriptionId, unsigned int message
     if (handler == nullptr) {
         platform.Breach("a subscription without a handler");
     }
-    auto const answer = platform.Enter("", "Subscribe",
-                                       ShowAll(subscriptionId, messageId, encoded) +
-                                           (user == nullptr ? ", null" : ", user"));
-    if (answer && answer->value != 0) {
-        return static_cast<int>(answer->value);
+    long const result = platform.Ask("", "Subscribe",
+                                     ShowAll(subscriptionId, messageId, encoded) +
+                                         (user == nullptr ? ", null" : ", user"),
+                                     platform.IsServed(serverName_) ? 0 : -1);
+    if (result == 0) {
+        ipc_.SetHandler(messageId, handler, user);
+        messageIds_.push_back(messageId);
     }
-    ipc_.SetHandler(messageId, handler, user);
-    return 0;
+    return static_cast<int>(result);
 }

@@ -1,5 +1,5 @@
-// The tool's system calls. The linker leads them here (--wrap, see CMakeLists.txt); what does not
-// concern the tool goes on to the system unseen.
+// The tool's system calls. The linker replaces them by these (--wrap, see CMakeLists.txt). Calls on
+// other files than the tool's are passed on to the system and not recorded.
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -51,11 +51,20 @@ struct ToolDescriptor {
     std::optional<std::string> name;
 };
 
-// A success says nothing about errno.
+// Sets errno to the meaningless value after a success.
 template <typename Result>
 Result Done(Result result) {
     if (result != -1) {
         errno = meaninglessErrno;
+    }
+    return result;
+}
+
+// Passes on the result of a call on a descriptor. One that is not open is a breach.
+template <typename Result>
+Result ExpectOpen(Result result, char const* verb) {
+    if (result == -1 && errno == EBADF && FakePlatform::Current() != nullptr) {
+        FakePlatform::Current()->Breach("something is " + std::string(verb) + " that is not open");
     }
     return result;
 }
@@ -104,7 +113,7 @@ template <typename RealFstat>
 int Fstat(RealFstat* realFstat, int descriptor, struct stat* status) {
     ToolDescriptor const tool(descriptor);
     if (!tool) {
-        return realFstat(descriptor, status);
+        return ExpectOpen(realFstat(descriptor, status), "examined");
     }
     auto const answer = tool.platform->Enter("", "fstat", *tool.name);
     if (answer && answer->value < 0) {
@@ -151,7 +160,7 @@ int __wrap_open64(char const* path, int flags, ...) {
 ssize_t __wrap_read(int descriptor, void* buffer, size_t count) {
     ToolDescriptor const tool(descriptor);
     if (!tool) {
-        return __real_read(descriptor, buffer, count);
+        return ExpectOpen(__real_read(descriptor, buffer, count), "read");
     }
     auto const answer = tool.platform->Enter("", "read", *tool.name + ", " + Show(count));
     if (answer && answer->value < 0) {
@@ -164,7 +173,7 @@ ssize_t __wrap_read(int descriptor, void* buffer, size_t count) {
 ssize_t __wrap_write(int descriptor, void const* buffer, size_t count) {
     ToolDescriptor const tool(descriptor);
     if (!tool) {
-        return __real_write(descriptor, buffer, count);
+        return ExpectOpen(__real_write(descriptor, buffer, count), "written");
     }
     auto const answer = tool.platform->Enter("", "write", *tool.name + ", " + Show(count));
     if (answer && answer->value < 0) {
@@ -180,10 +189,7 @@ int __wrap_close(int descriptor) {
         tool.platform->Enter("", "close", *tool.name);
         tool.platform->Closed(descriptor);
     }
-    int const result = __real_close(descriptor);
-    if (result == -1 && errno == EBADF && FakePlatform::Current() != nullptr) {
-        FakePlatform::Current()->Breach("something is closed that is not open");
-    }
+    int const result = ExpectOpen(__real_close(descriptor), "closed");
     return tool ? Done(result) : result;
 }
 
@@ -195,7 +201,7 @@ int __wrap_fstat64(int descriptor, struct stat* status) {
     return Fstat(&__real_fstat64, descriptor, status);
 }
 
-// The command is not run: its output is what the test says.
+// The command is not run: its output is what the test scripts.
 std::FILE* __wrap_popen(char const* command, char const* mode) {
     FakePlatform* const platform = FakePlatform::Current();
     if (platform == nullptr) {

@@ -10,11 +10,11 @@
 
 #include "support/Event.h"
 
-// A forked process that runs a function and ends with its result. Killed at the latest when the
-// object goes.
+// A forked process that runs a function and exits with its result. The destructor kills it when it
+// still runs.
 class ChildProcess {
 public:
-    // What the child has of its parent.
+    // The child's side of the connection with its parent.
     class Parent {
     public:
         explicit Parent(ChildProcess const& process)
@@ -37,7 +37,7 @@ public:
     explicit ChildProcess(std::function<int(Parent const&)> const& body)
         : pid_(fork()) {
         if (pid_ == 0) {
-            alarm(2 * patienceMs / 1000); // never outlives a test that died
+            alarm(2 * patienceMs / 1000); // ends also when the test was killed
             toChild_.OnlyWait();
             fromChild_.OnlySignal();
             _exit(body(Parent(*this)));
@@ -60,7 +60,7 @@ public:
     void Signal(int number) const { kill(pid_, number); }
 
     void Tell() const { toChild_.Signal(); }
-    // False when the child ends, or stays, without a word.
+    // False when the child ends, or the patience does, without a Tell.
     bool Await() const { return fromChild_.Wait(); }
 
     // Waits for the process to end by itself. Its exit status; -1 when a signal ended it.
@@ -89,7 +89,7 @@ private:
     pid_t pid_;
 };
 
-// The id of a process that is no more.
+// The id of a process that has ended.
 inline pid_t IdOfDeadProcess() {
     ChildProcess child([] { return 0; });
     pid_t const pid = child.Pid();

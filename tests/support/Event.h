@@ -1,4 +1,4 @@
-// What one process or thread waits for and another one makes happen.
+// An event that one process or thread signals and another one waits for.
 #pragma once
 
 #include <fcntl.h>
@@ -10,7 +10,7 @@
 
 #include "FileDescriptor.h"
 
-// How long a test waits for what must happen.
+// The longest that a test waits for an event, in milliseconds.
 constexpr int patienceMs = 60000;
 
 class Event {
@@ -30,14 +30,14 @@ public:
         }
     }
 
-    // False when it does not happen, and at once when nobody is left to make it happen.
+    // False when it is not signalled in time, and at once when no process is left that could.
     bool Wait() const {
         pollfd readable{out_.Get(), POLLIN, 0};
         char byte = 0;
         return poll(&readable, 1, patienceMs) == 1 && read(out_.Get(), &byte, 1) == 1;
     }
 
-    // A process that only waits, or only signals, gives up its other end.
+    // Close the end that a process does not use.
     void OnlyWait() { in_.Reset(); }
     void OnlySignal() { out_.Reset(); }
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-// Goes on as another program: the path and its arguments. A program for another processor is run
-// through TEST_EMULATOR, a command line or nothing. Returns only on failure, with an exit status.
+// Replaces this process by a program: its path and arguments. TEST_EMULATOR is the command line
+// that runs programs of another processor, or empty. Returns only on failure, with an exit status.
 inline int Execute(std::vector<std::string> const& program) {
     std::vector<std::string> words;
     std::istringstream emulator(TEST_EMULATOR);

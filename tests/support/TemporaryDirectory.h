@@ -1,4 +1,4 @@
-// A directory of a test's own.
+// A directory for one test.
 #pragma once
 
 #include <cerrno>
@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-// Makes a new directory, and removes it with all that is in it.
+// A new directory; the destructor removes it with its contents.
 class TemporaryDirectory {
 public:
     TemporaryDirectory() {

@@ -6,7 +6,7 @@
 
 #include "support/TemporaryDirectory.h"
 
-// Sets STREAMMGR_ROOT to a new directory, and takes both away again.
+// Sets STREAMMGR_ROOT to a new directory; the destructor removes both.
 class TemporaryRoot {
 public:
     TemporaryRoot() { Use(); }
@@ -18,7 +18,7 @@ public:
     std::filesystem::path Path() const { return directory_.Path(); }
     std::filesystem::path Ipc() const { return Path() / "ipc"; }
 
-    // Makes this directory the recorder's again, after another one was.
+    // Sets STREAMMGR_ROOT to this directory again, after it was set to another one.
     void Use() const { setenv("STREAMMGR_ROOT", directory_.Path().c_str(), 1); }
 
 private:

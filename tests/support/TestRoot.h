@@ -29,7 +29,7 @@ public:
         return root_.Path() / "shm" / std::filesystem::path(ProcessTablePath()).filename();
     }
 
-    // Makes this directory the recorder's again, after another one was.
+    // Sets STREAMMGR_ROOT to this directory again, after it was set to another one.
     void Use() const { root_.Use(); }
 
     void MakePool(std::uint32_t fileCount) const {
@@ -57,7 +57,7 @@ inline void WriteBytes(std::string const& path, std::string const& bytes, std::u
     }
 }
 
-// Bytes that tell where they stand, with a period that no chunk size divides.
+// Bytes whose period divides no chunk size, so that a byte in the wrong place is noticed.
 inline std::vector<unsigned char> Pattern(std::size_t size) {
     std::vector<unsigned char> bytes(size);
     for (std::size_t i = 0; i < size; ++i) {
