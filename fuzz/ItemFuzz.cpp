@@ -8,8 +8,8 @@
 #include "Item.h"
 #include "Require.h"
 #include "StreamMgrApi.h"
-#include "ipc/Datagram.h"
-#include "ipc/DecodeScope.h"
+#include "ipc/DecodeRange.h"
+#include "ipc/MessageHeader.h"
 #include "ipc/Payload.h"
 
 using namespace workstation;
@@ -76,9 +76,9 @@ void DecodeDatagram(FuzzedDataProvider& plan) {
     auto bytes = plan.ConsumeRemainingBytes<unsigned char>();
     bytes.shrink_to_fit();
     if (auto const header = ipc::DecodeHeader(bytes)) {
-        Require(header->payloadSize == bytes.size() - ipc::datagramHeaderSize);
+        Require(header->payloadSize == bytes.size() - ipc::messageHeaderSize);
         Require(std::ranges::equal(ipc::EncodeHeader(*header),
-                                   std::span(bytes).first(ipc::datagramHeaderSize)));
+                                   std::span(bytes).first(ipc::messageHeaderSize)));
     }
 }
 

@@ -9,7 +9,7 @@
 #include "Messages.h"
 #include "Require.h"
 #include "StreamMgrCli.h"
-#include "ipc/Datagram.h"
+#include "ipc/MessageHeader.h"
 #include "ipc/RawSocket.h"
 #include "support/TemporaryRoot.h"
 

@@ -53,13 +53,6 @@ constexpr std::array<Request, 16> requests{
      {api::updateFileSizeRequest, api::doneReply},
      {0xFFFFFFFF, noReply}}};
 
-ipc::Endpoint Open(std::string const& name) {
-    std::string error;
-    auto endpoint = ipc::Endpoint::Open(name, error);
-    Require(endpoint.has_value());
-    return std::move(*endpoint);
-}
-
 // All that answers requests, with a pool and a database that have something to be asked for.
 class Service {
 public:
@@ -149,8 +142,8 @@ private:
     mutable StreamFileAccess pool_;
     store::EventStore store_{DatabasePath()};
     service::ring::FileRing ring_{pool_, store_};
-    ipc::Endpoint service_ = Open("StreamMgr");
-    ipc::Endpoint client_ = Open("Client");
+    ipc::Endpoint service_ = ipc::Endpoint::Open("StreamMgr");
+    ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     service::subscribers::Subscribers subscribers_{service_};
     service::subscribers::StorageNews news_{subscribers_, [this] { return Storage(); }};
     service::requests::RequestRouter router_;

@@ -16,8 +16,8 @@
 #include "ipc/Payload.h"
 #include "ipc/RawSocket.h"
 #include "ipc/ServerThread.h"
-#include "ipc/Stopwatch.h"
 #include "support/ChildProcess.h"
+#include "support/Stopwatch.h"
 #include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;
@@ -69,7 +69,7 @@ TEST_F(LinxIpcTest, EmptyStringIsEmpty) {
 }
 
 TEST_F(LinxIpcTest, RequestWithoutReplyOnlySends) {
-    Endpoint server = ServerThread::MustOpen("Server");
+    Endpoint server = Endpoint::Open("Server");
     EXPECT_EQ(client_.Request("Server", question_, 0, -1, nullptr), 0);
     auto const letter = server.Receive();
     ASSERT_TRUE(letter);
@@ -111,7 +111,7 @@ TEST_F(LinxIpcTest, LargestMessageGoesBothWays) {
 }
 
 TEST_F(LinxIpcTest, WhatIsNotTheAnswerIsNotTakenForIt) {
-    Endpoint const stranger = ServerThread::MustOpen("Stranger");
+    Endpoint const stranger = Endpoint::Open("Stranger");
     ServerThread const server("Server", [&](Endpoint& endpoint) {
         Letter const question = ServerThread::Next(endpoint);
         Answer(endpoint, question, "wrong id", noticeId);
@@ -126,7 +126,7 @@ TEST_F(LinxIpcTest, WhatIsNotTheAnswerIsNotTakenForIt) {
 }
 
 TEST_F(LinxIpcTest, LateAnswerIsDropped) {
-    Endpoint server = ServerThread::MustOpen("Server");
+    Endpoint server = Endpoint::Open("Server");
     EXPECT_NE(client_.Request("Server", question_, answerId, 0, &reply_), 0);
     auto const first = server.Receive();
     ASSERT_TRUE(first);
@@ -143,7 +143,7 @@ TEST_F(LinxIpcTest, LateAnswerIsDropped) {
 }
 
 TEST_F(LinxIpcTest, AnswersOfOneRequestHaveANumberOfTheirOwn) {
-    Endpoint server = ServerThread::MustOpen("Server");
+    Endpoint server = Endpoint::Open("Server");
     client_.Request("Server", question_, answerId, 0, &reply_);
     client_.Request("Server", question_, answerId, 0, &reply_);
     auto const first = server.Receive();
@@ -153,7 +153,7 @@ TEST_F(LinxIpcTest, AnswersOfOneRequestHaveANumberOfTheirOwn) {
 }
 
 TEST_F(LinxIpcTest, NoAnswerInTimeIsAFailure) {
-    Endpoint const server = ServerThread::MustOpen("Server");
+    Endpoint const server = Endpoint::Open("Server");
     Stopwatch const stopwatch;
     EXPECT_NE(client_.Request("Server", question_, answerId, 250, &reply_), 0);
     EXPECT_GE(stopwatch.ElapsedMs(), 250);
@@ -169,9 +169,9 @@ TEST_F(LinxIpcTest, NameThatNobodyServesFailsAtOnce) {
 }
 
 TEST_F(LinxIpcTest, ServerThatNeverReadsEndsTheRequestInBoundedTime) {
-    Endpoint const server = ServerThread::MustOpen("Server");
-    Endpoint const other = ServerThread::MustOpen("Other");
-    while (other.Send("Server", 1, {}, 0, 0) == 0) {
+    Endpoint const server = Endpoint::Open("Server");
+    Endpoint const other = Endpoint::Open("Other");
+    while (other.Send("Server", 1, {}, 0, 0)) {
     }
     Stopwatch const sending;
     EXPECT_NE(client_.Request("Server", question_, 0, -1, nullptr), 0);
@@ -186,7 +186,7 @@ TEST_F(LinxIpcTest, ServerThatNeverReadsEndsTheRequestInBoundedTime) {
 TEST_F(LinxIpcTest, AnswerOfAServerThatWasStoppedIsDropped) {
     Event opened;
     ChildProcess server([&] {
-        Endpoint endpoint = ServerThread::MustOpen("Server");
+        Endpoint endpoint = Endpoint::Open("Server");
         opened.Signal();
         Answer(endpoint, ServerThread::Next(endpoint), "awake again");
         return 0;
@@ -202,7 +202,7 @@ TEST_F(LinxIpcTest, AnswerOfAServerThatWasStoppedIsDropped) {
 TEST_F(LinxIpcTest, ServerThatIsKilledEndsTheWait) {
     Event opened;
     ChildProcess server([&] {
-        Endpoint endpoint = ServerThread::MustOpen("Server");
+        Endpoint endpoint = Endpoint::Open("Server");
         opened.Signal();
         ServerThread::Next(endpoint);
         return raise(SIGKILL);
@@ -216,7 +216,7 @@ TEST_F(LinxIpcTest, ServerThatIsKilledEndsTheWait) {
 TEST_F(LinxIpcTest, ServerThatEndsInOrderEndsTheWait) {
     Event opened;
     ChildProcess server([&] {
-        Endpoint endpoint = ServerThread::MustOpen("Server");
+        Endpoint endpoint = Endpoint::Open("Server");
         opened.Signal();
         ServerThread::Next(endpoint);
         return 0;
@@ -229,14 +229,14 @@ TEST_F(LinxIpcTest, ServerThatIsKilledAndStartedAnewEndsTheWait) {
     Event over;
     Event opened;
     std::thread servers([&] {
-        auto endpoint = std::make_unique<Endpoint>(ServerThread::MustOpen("Server"));
+        auto endpoint = std::make_unique<Endpoint>(Endpoint::Open("Server"));
         auto const former = endpoint->Served("Server");
         opened.Signal();
         ServerThread::Next(*endpoint);
         // A file made within the same tick of the file system's clock may look like the former one.
         do {
             endpoint.reset();
-            endpoint = std::make_unique<Endpoint>(ServerThread::MustOpen("Server"));
+            endpoint = std::make_unique<Endpoint>(Endpoint::Open("Server"));
         } while (endpoint->Served("Server") == former);
         over.Wait();
     });
@@ -251,7 +251,7 @@ TEST_F(LinxIpcTest, ServerThatIsKilledAndStartedAnewEndsTheWait) {
 TEST_F(LinxIpcTest, AnswerOfAServerThatDiesAfterwardsCounts) {
     Event opened;
     ChildProcess server([&] {
-        Endpoint endpoint = ServerThread::MustOpen("Server");
+        Endpoint endpoint = Endpoint::Open("Server");
         opened.Signal();
         Answer(endpoint, ServerThread::Next(endpoint), "last words");
         return raise(SIGKILL);
@@ -282,7 +282,7 @@ TEST_F(LinxIpcTest, NoticesThatComeDuringARequestAreKept) {
 }
 
 TEST_F(LinxIpcTest, ReceiveGivesACopyAndMakesTheMessageCurrent) {
-    Endpoint const sender = ServerThread::MustOpen("Sender");
+    Endpoint const sender = Endpoint::Open("Sender");
     EXPECT_EQ(client_.CurrentMessage().Size(), 0U);
     sender.Send("Client", noticeId, std::string("news"), 0, 0);
     IpcMessage copy;
@@ -304,9 +304,9 @@ TEST_F(LinxIpcTest, NothingInTimeIsAFailureOfReceive) {
 TEST_F(LinxIpcTest, ReceiveWithoutLimitWaits) {
     Event listening;
     ChildProcess sender([&] {
-        Endpoint const endpoint = ServerThread::MustOpen("Sender");
+        Endpoint const endpoint = Endpoint::Open("Sender");
         listening.Wait();
-        return endpoint.Send("Client", noticeId, {}, 0, 0);
+        return endpoint.Send("Client", noticeId, {}, 0, 0) ? 0 : 1;
     });
     listening.Signal();
     EXPECT_EQ(client_.Receive(-1, 0, LinxIpc::emptyString, nullptr), 0);
@@ -314,8 +314,8 @@ TEST_F(LinxIpcTest, ReceiveWithoutLimitWaits) {
 }
 
 TEST_F(LinxIpcTest, UnwantedMessagesAreHandledOnTheWay) {
-    Endpoint const wanted = ServerThread::MustOpen("Wanted");
-    Endpoint const unwanted = ServerThread::MustOpen("Unwanted");
+    Endpoint const wanted = Endpoint::Open("Wanted");
+    Endpoint const unwanted = Endpoint::Open("Unwanted");
     Calls calls;
     client_.SetHandler(noticeId, Calls::Note, &calls);
     client_.SetHandler(answerId, Calls::Note, &calls);
