@@ -33,7 +33,7 @@ std::unique_ptr<Item> AnyItem(FuzzedDataProvider& plan) {
     }
 }
 
-// Every step stays in the payload, which ends where the memory does. What had room has its size.
+// Every step stays in the payload, which ends where its memory ends. A complete item has its size.
 void DecodeArbitraryBytes(FuzzedDataProvider& plan) {
     std::vector<std::unique_ptr<Item>> items;
     for (auto count = plan.ConsumeIntegralInRange(1, 10); count > 0; --count) {
@@ -52,7 +52,7 @@ void DecodeArbitraryBytes(FuzzedDataProvider& plan) {
     }
 }
 
-// Items that were encoded come back, and no other payload is taken for them.
+// Encoded items are decoded to the same values, and no other payload is accepted.
 void DecodeWhatWasEncoded(FuzzedDataProvider& plan) {
     auto const seed = plan.ConsumeRemainingBytes<unsigned char>();
     FuzzedDataProvider values(seed.data(), seed.size());

@@ -294,7 +294,7 @@ TEST_F(EndpointTest, WhatManyLeaveUnreadDoesNotKeepAnotherFromItsMessages) {
     EXPECT_LE(OpenDescriptors(), before + 60 + 1);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root_.Ipc()), {}), 60 + 2);
 
-    // Nothing that was sent is lost, and answers still come to the one name.
+    // No sent message is lost, and answers still arrive at the one name.
     for (RawSocket const& sleeper : sleepers) {
         EXPECT_EQ(sleeper.Receive(), Datagram(1, 0, ""));
     }
@@ -357,7 +357,7 @@ TEST_F(EndpointTest, ReceiverThatDiesWithAFullQueueEndsTheWait) {
     EXPECT_EQ(SendError(sender, "Receiver", "", patienceMs), ECONNREFUSED);
 }
 
-// Interrupts whatever blocks, every few milliseconds.
+// Interrupts blocking calls every 3 ms.
 class Interruptions {
 public:
     Interruptions() {
@@ -461,7 +461,7 @@ TEST_F(EndpointTest, SocketOfAKilledProcessBlocksNobody) {
     EXPECT_EQ(letter->sender, "StreamMgr");
 }
 
-// A point that several processes leave together, closer to each other than a pipe could wake them.
+// A barrier that several processes leave together, closer in time than a pipe could wake them.
 class StartingLine {
 public:
     explicit StartingLine(int starters)
@@ -483,7 +483,7 @@ private:
     std::atomic<int>* missing_;
 };
 
-// Several starters find the same stale socket at once: one gets the name, and keeps it.
+// Several processes find the same stale socket at the same time: one takes the name, and keeps it.
 TEST_F(EndpointTest, OfManyStartersOneGetsTheName) {
     enum Outcome { refused, hasTheName, hasLostTheName };
     constexpr int rounds = 60;

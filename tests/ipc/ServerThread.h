@@ -1,4 +1,4 @@
-// A service that answers as a test scripts it.
+// A service that runs the script of a test.
 #pragma once
 
 #include <gtest/gtest.h>

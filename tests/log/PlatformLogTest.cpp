@@ -17,7 +17,7 @@ namespace {
 
 class PlatformLogTest : public testing::Test {
 protected:
-    // What is logged with this level of one entry of either kind.
+    // What this level logs of one notification and one note.
     std::vector<std::string> LoggedAt(unsigned int level) {
         LogFile const log(root_.Path() / std::to_string(level));
         LogClient::Instance()->Level(level);

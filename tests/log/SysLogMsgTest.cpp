@@ -29,7 +29,7 @@ std::string Contents(std::filesystem::path const& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// What follows the time and a blank; the whole line when it does not begin with a time.
+// The text after the time and a blank; the whole line when it does not begin with a time.
 std::string AfterTime(std::string const& line) {
     std::string const form = "dddd-dd-ddTdd:dd:dd.ddd ";
     bool const fits = std::ranges::equal(

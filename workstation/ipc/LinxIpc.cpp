@@ -120,8 +120,8 @@ int LinxIpc::Receive(int timeoutMs, unsigned int messageId, std::string const& f
             Copy(*letter, *message);
         }
         impl_->MakeCurrent(std::move(*letter));
-        if (auto const found = impl_->handlers.find(CurrentMessage().Id());
-            found != impl_->handlers.end()) {
+        auto const found = impl_->handlers.find(impl_->currentLetter.id);
+        if (found != impl_->handlers.end()) {
             auto const [handler, user] = found->second; // a copy: it may register another handler
             handler(this, user);
         }
