@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -43,6 +44,19 @@ struct Calls {
 
     static void Note(LinxIpc* ipc, void* user) {
         static_cast<Calls*>(user)->texts.push_back(Text(ipc->CurrentMessage()));
+    }
+};
+
+// A process that serves "Server", receives one request, and exits with the result of `handle`.
+class ServerProcess : public ChildProcess {
+public:
+    explicit ServerProcess(std::function<int(Endpoint const&, Letter const&)> const& handle)
+        : ChildProcess([&](Parent const& parent) {
+            Endpoint endpoint = Endpoint::Open("Server");
+            parent.Tell();
+            return handle(endpoint, ServerThread::Next(endpoint));
+        }) {
+        EXPECT_TRUE(Await());
     }
 };
 
@@ -206,14 +220,10 @@ TEST_F(LinxIpcTest, ServerThatNeverReadsEndsTheRequestInBoundedTime) {
 }
 
 TEST_F(LinxIpcTest, AnswerOfAServerThatWasStoppedIsDropped) {
-    Event opened;
-    ChildProcess server([&] {
-        Endpoint endpoint = Endpoint::Open("Server");
-        opened.Signal();
-        Answer(endpoint, ServerThread::Next(endpoint), "awake again");
+    ServerProcess server([](Endpoint const& endpoint, Letter const& request) {
+        Answer(endpoint, request, "awake again");
         return 0;
     });
-    ASSERT_TRUE(opened.Wait());
     server.Stop();
     EXPECT_EQ(client_.Request("Server", question_, answerId, 150, &reply_), ETIMEDOUT);
     server.Continue();
@@ -223,28 +233,14 @@ TEST_F(LinxIpcTest, AnswerOfAServerThatWasStoppedIsDropped) {
 }
 
 TEST_F(LinxIpcTest, ServerThatIsKilledEndsTheWait) {
-    Event opened;
-    ChildProcess server([&] {
-        Endpoint endpoint = Endpoint::Open("Server");
-        opened.Signal();
-        ServerThread::Next(endpoint);
-        return raise(SIGKILL);
-    });
-    ASSERT_TRUE(opened.Wait());
+    ServerProcess server([](Endpoint const&, Letter const&) { return raise(SIGKILL); });
     Stopwatch const stopwatch;
     EXPECT_EQ(client_.Request("Server", question_, answerId, -1, &reply_), ECONNRESET);
     EXPECT_LT(stopwatch.ElapsedMs(), 5000);
 }
 
 TEST_F(LinxIpcTest, ManyNoticesDoNotHideThatTheServerHasEnded) {
-    Event opened;
-    ChildProcess server([&] {
-        Endpoint endpoint = Endpoint::Open("Server");
-        opened.Signal();
-        ServerThread::Next(endpoint);
-        return 0;
-    });
-    ASSERT_TRUE(opened.Wait());
+    ServerProcess server([](Endpoint const&, Letter const&) { return 0; });
     Endpoint const other = Endpoint::Open("Other");
     std::atomic<bool> isOver = false;
     std::thread sending([&] {
@@ -258,14 +254,7 @@ TEST_F(LinxIpcTest, ManyNoticesDoNotHideThatTheServerHasEnded) {
 }
 
 TEST_F(LinxIpcTest, ServerThatEndsInOrderEndsTheWait) {
-    Event opened;
-    ChildProcess server([&] {
-        Endpoint endpoint = Endpoint::Open("Server");
-        opened.Signal();
-        ServerThread::Next(endpoint);
-        return 0;
-    });
-    ASSERT_TRUE(opened.Wait());
+    ServerProcess server([](Endpoint const&, Letter const&) { return 0; });
     EXPECT_EQ(client_.Request("Server", question_, answerId, -1, &reply_), ECONNRESET);
 }
 
@@ -293,14 +282,10 @@ TEST_F(LinxIpcTest, ServerThatIsKilledAndRestartedEndsTheWait) {
 }
 
 TEST_F(LinxIpcTest, AnswerOfAServerThatDiesAfterwardsCounts) {
-    Event opened;
-    ChildProcess server([&] {
-        Endpoint endpoint = Endpoint::Open("Server");
-        opened.Signal();
-        Answer(endpoint, ServerThread::Next(endpoint), "last words");
+    ServerProcess server([](Endpoint const& endpoint, Letter const& request) {
+        Answer(endpoint, request, "last words");
         return raise(SIGKILL);
     });
-    ASSERT_TRUE(opened.Wait());
     EXPECT_EQ(client_.Request("Server", question_, answerId, -1, &reply_), 0);
     EXPECT_EQ(Text(reply_), "last words");
 }

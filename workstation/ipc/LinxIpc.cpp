@@ -122,8 +122,7 @@ int LinxIpc::Receive(int timeoutMs, unsigned int messageId, std::string const& f
         impl_->MakeCurrent(std::move(*letter));
         auto const found = impl_->handlers.find(impl_->currentLetter.id);
         if (found != impl_->handlers.end()) {
-            auto const [handler, user] = found->second; // a copy: it may register another handler
-            handler(this, user);
+            found->second.handler(this, found->second.user);
         }
         if (isWanted) {
             return 0;
