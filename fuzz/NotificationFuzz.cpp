@@ -46,7 +46,7 @@ private:
 
 // A notification, or with the kind beyond them a datagram as it stands.
 std::string Datagram(FuzzedMessage const& message) {
-    std::string const payload(message.payload.begin(), message.payload.end());
+    std::string payload(message.payload.begin(), message.payload.end());
     std::size_t const kind = message.kind % (subscribed.size() + 1);
     if (kind == subscribed.size()) {
         return payload;

@@ -16,6 +16,7 @@
 #include <csignal>
 #include <fstream>
 #include <memory>
+#include <set>
 
 #include "Failure.h"
 #include "IpcMessage.h"
@@ -65,13 +66,18 @@ std::string Datagram(std::uint32_t id, std::uint32_t correlation, std::string co
     return std::string(header.begin(), header.end()) + payload;
 }
 
-int OpenDescriptors() {
-    int count = 0;
-    for ([[maybe_unused]] auto const& entry :
-         std::filesystem::directory_iterator("/proc/self/fd")) {
-        ++count;
+std::set<int> Descriptors() {
+    std::set<int> descriptors;
+    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        descriptors.insert(std::stoi(entry.path().filename()));
     }
-    return count;
+    // That of the listing is closed again.
+    std::erase_if(descriptors, [](int descriptor) { return fcntl(descriptor, F_GETFD) == -1; });
+    return descriptors;
+}
+
+int OpenDescriptors() {
+    return static_cast<int>(Descriptors().size());
 }
 
 // Sends to `to` until its queue is full.
@@ -300,6 +306,26 @@ TEST_F(EndpointTest, WhatManyLeaveUnreadDoesNotKeepAnotherFromItsMessages) {
     }
     ASSERT_TRUE(reader.Send("Sender", 8, {}, 0, 0));
     EXPECT_TRUE(sender.Receive());
+}
+
+TEST_F(EndpointTest, DescriptorsAreClosedInOtherPrograms) {
+    auto const before = Descriptors();
+    Endpoint const sender = Endpoint::Open("Sender");
+    std::vector<RawSocket> sleepers; // enough to fill a send buffer
+    for (int number = 1; number <= 60; ++number) {
+        std::string const name = "Sleeper" + std::to_string(number);
+        sleepers.emplace_back(root_.Ipc() / name);
+        FillQueue(sender, name);
+    }
+    sleepers.clear();
+    int opened = 0;
+    for (int const descriptor : Descriptors()) {
+        if (!before.contains(descriptor)) {
+            EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC) << descriptor;
+            ++opened;
+        }
+    }
+    EXPECT_EQ(opened, 3) << "the directory, the socket, and the socket that sends";
 }
 
 TEST_F(EndpointTest, WhatAKilledProcessLeftDoesNotKeepItsSuccessorFromSending) {

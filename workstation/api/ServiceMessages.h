@@ -24,8 +24,7 @@ constexpr unsigned int setLogLevelReply = 0x3683;   // BoolItem: false when ther
 // Subscriptions: UIntItem subscription id, UIntItem id of its notifications, and an item that may
 // restrict it.
 constexpr unsigned int subscribeRequest = 0x3684;
-constexpr unsigned int subscribeReply =
-    0x3685; // BoolItem: false when there is no such subscription
+constexpr unsigned int subscribeReply = 0x3685; // BoolItem: false for an unknown subscription
 
 // Operations on events and files. The first two are not answered; those without a reply of their
 // own are answered with doneReply.

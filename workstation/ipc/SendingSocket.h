@@ -9,7 +9,7 @@
 namespace workstation::ipc {
 
 // A message that its receiver has not read counts against the send buffer of the socket that it was
-// sent from. Receivers that do not read could so block the messages to all others. Therefore
+// sent from, so receivers that do not read could block the messages to all others. Therefore
 // another socket takes the place of one whose send buffer is full: only a receiver's own queue
 // limits what can be sent to it.
 class SendingSocket {

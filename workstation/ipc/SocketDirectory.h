@@ -62,7 +62,7 @@ private:
 // whether a name is free and its binding, no other process may do the same.
 class DirectoryLock {
 public:
-    // Waits up to 2 s for the lock. False as a condition when another process keeps it.
+    // Waits up to 2 s for the lock. As a condition, false when another process has kept it.
     explicit DirectoryLock(SocketDirectory const& directory);
     ~DirectoryLock();
 

@@ -11,7 +11,7 @@ namespace workstation::ipc {
 void RemoveStaleSocket(SocketDirectory const& directory, std::string const& name);
 
 // Removes all stale socket files from the IPC directory. Does nothing when the directory cannot be
-// opened, or stays locked: the endpoint that is opened next fails for the same reason.
+// opened or stays locked: the endpoint that is opened next reports the reason.
 void RemoveStaleSockets();
 
 } // namespace workstation::ipc
