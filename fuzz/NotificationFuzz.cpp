@@ -8,9 +8,9 @@
 #include "LogClient.h"
 #include "Messages.h"
 #include "Require.h"
-#include "StreamMgrCli.h"
 #include "ipc/MessageHeader.h"
 #include "ipc/RawSocket.h"
+#include "notifications/NotificationHandlers.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;

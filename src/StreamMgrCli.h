@@ -5,32 +5,14 @@
 #include <string>
 
 #include "CommonCli.h"
-#include "Item.h"
 #include "LinxIpc.h"
 #include "SubscribeClient.h"
 #include "common/FileAccess.h"
-
-namespace StreamMgrApi {
-
-// The storage-space notification: five figures in KiB, their encodings back to back.
-class StreamSpaceStatusItem : public Item {
-public:
-    UIntItem total;
-    UIntItem buffer;
-    UIntItem untransferredInBuffer;
-    UIntItem untransferredNotInBuffer;
-    UIntItem free;
-
-    unsigned char* Encode(unsigned char* out) override;
-    unsigned char* Decode(unsigned char* in) override;
-    unsigned int Size() override;
-};
-
-} // namespace StreamMgrApi
+#include "notifications/NotificationHandlers.h"
 
 class StreamMgrCli : public CommonCli {
 public:
-    // `name` is the name of this process, and of its IPC endpoint.
+    // `name` is the name of the IPC endpoint, which is that of the process.
     explicit StreamMgrCli(std::string name);
     ~StreamMgrCli() override;
 
@@ -38,8 +20,8 @@ public:
     unsigned int ProcessOption(int option, char const* argument) override;
     unsigned int PreInit() override;
 
-    // Sends one of the service's plain text requests and says on standard output or standard error
-    // how that went. 3 when it was delivered, 2 when not. No answer is waited for.
+    // Sends the service a message with this id and text. Returns 3 after a line on standard output
+    // when it was sent, 2 after a line on standard error when not. Does not wait for an answer.
     unsigned int SendRequest(unsigned int id, std::string text);
 
 private:
@@ -52,15 +34,10 @@ private:
     unsigned int InsertByName(char const* argument);
 
     LinxIpc linxIpc_;
-    std::string serverName_;
+    std::string serverName_;                           // of the service; SendRequest sends to it
     std::unique_ptr<SubscribeClient> subscribeClient_; // null until --connect
     bool streamMgrRunning_;                            // as PreInit found it
 };
 
-// The handlers of the notifications: each writes what came to the system log. `user` is null.
-void StreamSubscriptionHandler(LinxIpc* ipc, void* user);
-void RecordStartHandler(LinxIpc* ipc, void* user);
-void RecordStopHandler(LinxIpc* ipc, void* user);
-
-// Handles SIGINT: gives up the pool and ends the process with status 255.
+// Handles SIGINT: unloads the pool and ends the process with status 255.
 void TerminationHandler(int signal);

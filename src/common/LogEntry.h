@@ -7,22 +7,23 @@
 #include "LogClient.h"
 #include "SysLogMsg.h"
 
-namespace cli {
+namespace common {
 
+// Level bits.
 enum LogLevel : unsigned int {
     logError = 1, // errors and notifications
     logNote = 2,
 };
 
-// Writes an entry when its level is switched on, which is asked anew for each. It bears the name
-// StreamMgrCli whichever file writes it, and the line of the caller.
+// Writes an entry when its level is on; the level is read again for each entry. Deliberate: every
+// entry begins with "StreamMgrCli:", whichever file it is written from, and the line of the caller.
 inline void LogEntry(LogLevel level, std::string_view text, int line = __builtin_LINE()) {
     if ((LogClient::Instance()->Level() & level) == 0) {
-        { return; }
+        return;
     }
     SysLogMsg entry;
     entry.Log(static_cast<int>(level), LogClient::Instance()->ProcessName())
         << "StreamMgrCli:" << line << " " << text;
 }
 
-} // namespace cli
+} // namespace common

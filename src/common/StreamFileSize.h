@@ -1,12 +1,12 @@
-// The sizes that stream files are made of.
+// The size of a stream file and of its parts, in bytes.
 #pragma once
 
-namespace streamfile {
+namespace common {
 
 // One transport-stream packet.
 inline constexpr unsigned int packetSize = 188;
 
-// What one read or write moves: 1,024 packets.
+// The largest read or write: 1,024 packets.
 inline constexpr unsigned int chunkSize = 1024 * packetSize;
 static_assert(chunkSize == 0x2F000);
 
@@ -14,4 +14,4 @@ static_assert(chunkSize == 0x2F000);
 inline constexpr long slotSize = 512L * chunkSize;
 static_assert(slotSize == 0x5E00000);
 
-} // namespace streamfile
+} // namespace common

@@ -1,4 +1,4 @@
-// The command-line frame: runs one command line against the virtual operations of a tool.
+// The command-line frame: runs a command line by calling the virtual operations of a tool.
 #pragma once
 
 #include <getopt.h>
@@ -7,8 +7,8 @@
 
 class LinxIpc;
 
-// Base class of every command-line tool of the recorder. A tool derives from it, says how its
-// options are carried out, and calls Go once.
+// Base class of every command-line tool of the recorder. A tool derives from it, implements its
+// options in ProcessOption, and calls Go once.
 //
 // Statuses: 1 prepared, 2 failed, 3 carried out.
 //
@@ -25,33 +25,35 @@ public:
     // Prints the tool's usage text on standard output.
     virtual void Usage() = 0;
 
-    // Shows the log level of `server`, offers the levels in a menu and sets the one that is chosen
-    // on standard input. 3 when the level was set, 2 (with one line on standard error) when the
-    // input ended or was no choice of the menu, or when the server did not answer.
+    // Prints the log level of `server` and a menu of levels, and sets the level that is chosen on
+    // standard input. Returns 3 when the level was set; 2, after a line on standard error, when the
+    // input ended or is not in the menu, or when the server did not answer.
     virtual unsigned int HandleLogLevel(LinxIpc& ipc, std::string const& server);
 
     // Sets the log level (bits: 1 errors and notifications, 2 notes) of `server` and waits until
-    // the server has confirmed it. 1 on success, 0 (with one line on standard error) on failure.
+    // the server has confirmed it. Returns 1 on success; 0, after a line on standard error, on
+    // failure.
     virtual unsigned int SetLogLevel(LinxIpc& ipc, std::string const& server, unsigned int level);
 
-    // Carries out one option: `option` is its value as getopt_long gives it, `argument` its text,
-    // null for an option without one. '?' stands for whatever belongs to no option.
+    // Carries out one option and returns 3 on success, 2 on failure. `option` is the value that
+    // getopt_long returns, '?' for an unknown option and for an argument that belongs to no option.
+    // `argument` is the text of the option's argument, null when it has none.
     virtual unsigned int ProcessOption(int option, char const* argument) = 0;
 
-    // Called after the last option; 3 on success. The frame's own does nothing.
+    // Called after PostInit; 3 on success. The base class does nothing.
     virtual unsigned int RunIt();
 
-    // Called before the first option; 1 on success. The frame's own does nothing.
+    // Called before the first option; 1 on success. The base class does nothing.
     virtual unsigned int PreInit();
 
-    // Called between the last option and RunIt; 1 on success.
+    // Called after the last option; 1 on success.
     virtual unsigned int PostInit() { return 1; }
 
     // Runs the whole command line: PreInit once, ProcessOption for each option in command-line
-    // order, PostInit, RunIt. Nothing that fails stops what comes after it. An exception that
-    // leaves an option is reported on standard error and counts as its failure. A command line
-    // without any option prints the usage text and counts as failed. `longOptions` ends with an
-    // all-zero entry. Returns 3 when everything succeeded, else 2.
+    // order, PostInit, RunIt. A failure does not stop the steps after it. An exception that leaves
+    // ProcessOption is reported on standard error and is a failure of that option. A command line
+    // without options prints the usage text and is a failure. `longOptions` ends with an all-zero
+    // entry. Returns 3 when everything succeeded, else 2.
     unsigned int Go(char** argv, int argc, std::string const& shortOptions,
                     option const* longOptions);
 };

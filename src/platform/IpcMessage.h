@@ -15,16 +15,17 @@ public:
     IpcMessage(IpcMessage const&) = delete;
     IpcMessage& operator=(IpcMessage const&) = delete;
 
-    // Sets the id and provides a zero-filled payload of `size` bytes; what the message held before
-    // is gone. With a `buffer`, the payload is those `size` bytes of the caller's, as they stand;
-    // they must outlive the message. 0 on success, non-zero when `size` is above maxSize.
+    // Sets the id and replaces the payload by `size` zero bytes. With a `buffer` that is not null,
+    // the payload is that buffer of `size` bytes instead, unchanged; it belongs to the caller and
+    // must outlive the message. 0 on success, non-zero when `size` is above maxSize.
     int Allocate(unsigned int id, unsigned int size, char* buffer);
 
     // Copies `size` bytes to the start of the payload. 0 on success, non-zero when the payload is
     // smaller than that.
     int Fill(char const* data, unsigned int size);
 
-    // The payload: null when it is empty. Belongs to the message, valid until it is allocated anew.
+    // The payload; null when it is empty. Valid until the next Allocate and while the message
+    // lives.
     char* Data();
     // Payload size in bytes.
     unsigned int Size() const;

@@ -1,12 +1,13 @@
-// Values that travel in messages, each with an encoding of its own.
+// Values in the payload of a message, with their encodings.
 #pragma once
 
 #include <string>
 #include <utility>
 
-// Base of everything that can be encoded into a message and decoded from one.
+// Base of every value that can be encoded into a message and decoded from one.
 //
-// Words are 32-bit big-endian, a bool is one byte, a string its length word and its bytes.
+// A number is a 32-bit big-endian word, a bool one byte, a string a word with its length and then
+// its bytes.
 class Item {
 public:
     virtual ~Item() = default;
@@ -15,9 +16,9 @@ public:
     virtual unsigned char* Encode(unsigned char* out) = 0;
 
     // Reads the value at `in` and returns the pointer past it. `in` must point into the message
-    // that is being handled (LinxIpc::CurrentMessage). Where the message ends too early, or a
-    // length in it reaches past its end, the item is left zero or empty, nothing outside the
-    // message is read, and the end of the message is returned.
+    // that is being handled (LinxIpc::CurrentMessage). Bytes outside that message are never read:
+    // when the value would end after it, the item becomes zero or empty and the end of the message
+    // is returned.
     virtual unsigned char* Decode(unsigned char* in) = 0;
 
     // Encoded size in bytes.

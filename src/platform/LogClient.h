@@ -1,4 +1,4 @@
-// What this process logs, and under which name.
+// The log level of this process and its name in the log.
 #pragma once
 
 #include <atomic>
@@ -6,15 +6,15 @@
 
 class LogClient {
 public:
-    // The only client. Never destroyed.
+    // The log client of this process. Never destroyed.
     static LogClient* Instance();
 
-    // Level bits: 1 errors and notifications, 2 notes. An entry is written only when its bit is
-    // set; asking comes before making the entry.
+    // Level bits: 1 errors and notifications, 2 notes. Whoever logs checks the bit of the entry
+    // first and writes the entry only when the bit is set.
     unsigned int Level() const;
     void Level(unsigned int level);
 
-    // The name that entries are written under. Set before any thread is started.
+    // The name of the process in its entries. To be set before any thread is started.
     std::string const& ProcessName() const;
     void ProcessName(std::string const& name);
 

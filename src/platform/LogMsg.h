@@ -1,4 +1,4 @@
-// A log entry in the making.
+// A log entry before it is written.
 #pragma once
 
 #include <ostream>
@@ -12,8 +12,8 @@ public:
     LogMsg(LogMsg const&) = delete;
     LogMsg& operator=(LogMsg const&) = delete;
 
-    // The stream that takes the text of the entry; it belongs to this object. `level` is the level
-    // bit of the entry.
+    // Sets the level bit of the entry and the name of the process, and returns the stream for the
+    // text of the entry. The stream belongs to this object.
     std::ostream& Log(int level, std::string const& processName);
 
 protected:

@@ -1,4 +1,4 @@
-// What a system tick in a transport stream carries.
+// The content of a system tick in a transport stream.
 #pragma once
 
 struct StreamMetadata {

@@ -1,12 +1,12 @@
-// The tables that everyone who works on the pool shares: the entry of each stream file, and the
-// processes and threads that have one open.
+// The tables that all processes share that use the pool: the table of files, with an entry for each
+// stream file, and the process table, with the processes and threads that have one open.
 #pragma once
 
 class StreamMgrFileMgmnt {
 public:
     // Who writes a stream file.
     enum Control_t : int {
-        ControlUnknown = 0, // nobody
+        ControlUnknown = 0, // no writer
         ControlPrimaryThread = 1,
         ControlStream1 = 2,
         ControlStream2 = 3,
@@ -16,11 +16,11 @@ public:
         ControlExternalProc = 7,
     };
 
-    // What the table of files says of one stream file.
+    // The entry of one stream file in the table of files.
     struct FileMgmnt_t {
         Control_t writeController;
-        bool streamDbMatch;    // the stream database knows the file as it is
-        int numProcAtomicRead; // processes that read the file and must find it unchanged
+        bool streamDbMatch;    // the stream database agrees with the file
+        int numProcAtomicRead; // number of processes that read the file and need it unchanged
         unsigned int fileSize; // stated data length in bytes
     };
 
@@ -31,13 +31,13 @@ public:
     StreamMgrFileMgmnt(StreamMgrFileMgmnt const&) = delete;
     StreamMgrFileMgmnt& operator=(StreamMgrFileMgmnt const&) = delete;
 
-    // Maps the process table for looking at it. The three arguments select a table, creation and
-    // write access on the recorder; 0, false, false is the only combination in use. False when
-    // there is no table or it is damaged.
+    // Maps the process table for reading. On the recorder the arguments select a table, creation
+    // and write access; only 0, false, false is used. False when there is no table or it is
+    // damaged.
     bool Initialize(int table, bool create, bool writable);
 
-    // The process table as it lies in shared memory, in the machine's byte order; null when it is
-    // not mapped. Owned by this object; other processes change it at any time.
+    // The process table in shared memory, in the machine's byte order; null when it is not mapped.
+    // Owned by this object. Other processes may change the table at any time. Offsets in bytes:
     //
     //   0    28 bytes  header
     //   28   128 records of 772 bytes:
@@ -45,7 +45,7 @@ public:
     //          4    64 thread slots of 12 bytes:
     //                 0  marker; 0: the slot is free
     //                 4  thread handle, unsigned 32-bit
-    //                 8  number of the stream file it works on, signed 32-bit
+    //                 8  number of the stream file that the thread has open, signed 32-bit
     unsigned char const* ProcessTable() const;
 
 private:

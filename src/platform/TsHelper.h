@@ -17,9 +17,9 @@ public:
     explicit TsHelper(std::vector<unsigned char>& stream);
     ~TsHelper();
 
-    // All ticks of a kind that begin at byte offset `from` or later, each with its byte offset, in
-    // the order in which they stand. Damage is passed over; a tick that the end of the stream cuts
-    // off is left out.
+    // All ticks of a kind that start at byte offset `from` or later, each with its byte offset, in
+    // stream order. Damaged parts of the stream are skipped, and so is a tick that the end of the
+    // stream cuts off.
     std::vector<std::pair<unsigned int, StreamMetadata>> SystemTick(StreamSystickId id,
                                                                     unsigned int from);
 

@@ -1,5 +1,5 @@
-// Option --lproc: lists who works on the pool.
-#include "ListProcesses.h"
+// Option --lproc: lists the processes that use the pool.
+#include "shm/ListProcesses.h"
 
 #include <algorithm>
 #include <array>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// The process table as it lies in shared memory.
+// The layout of the process table, in bytes.
 constexpr std::size_t headerSize = 28;
 constexpr std::size_t recordCount = 128;
 constexpr std::size_t slotCount = 64;
@@ -41,12 +41,12 @@ bool IsAlive(std::int32_t pid) {
     return pid >= 1 && kill(pid, 0) == 0;
 }
 
-// Reads the command lines of processes, with blanks between the arguments.
+// Reads the command lines of processes; the arguments are separated by blanks.
 class CommandLineReader {
 public:
     std::string Read(std::int32_t pid) {
         std::string const path = "/proc/" + std::to_string(pid) + "/cmdline";
-        // Deliberately not closed: one descriptor for each listed process stays open to the end.
+        // Deliberate: not closed, so that one descriptor for each listed process stays open.
         int const descriptor = open(path.c_str(), O_RDONLY);
         if (descriptor < 1) {
             return {};
@@ -61,8 +61,8 @@ public:
     }
 
 private:
-    // Not cleared in between: a process without a command line, such as a kernel thread, shows
-    // that of the one before it.
+    // Deliberate: not cleared between processes. A process without a command line, such as a kernel
+    // thread, shows that of the process before it.
     std::array<char, 512> text_{};
 };
 

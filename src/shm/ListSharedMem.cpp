@@ -1,14 +1,14 @@
 // Options --lsm and --lsmi: lists the table of stream files.
-#include "ListSharedMem.h"
+#include "shm/ListSharedMem.h"
 
 #include <iomanip>
 #include <iostream>
 #include <iterator>
 
-#include "../common/FileAccess.h"
-#include "../common/LogEntry.h"
-#include "../common/StreamFileSize.h"
 #include "StreamMgrFileMgmnt.h"
+#include "common/FileAccess.h"
+#include "common/LogEntry.h"
+#include "common/StreamFileSize.h"
 
 namespace {
 
@@ -22,33 +22,33 @@ char const* ControllerName(StreamMgrFileMgmnt::Control_t controller) {
 }
 
 bool IsIntermediate(StreamMgrFileMgmnt::FileMgmnt_t const& file) {
-    bool const isPartlyWritten = file.fileSize >= 1 && file.fileSize < streamfile::slotSize;
+    bool const isPartlyWritten = file.fileSize >= 1 && file.fileSize < common::slotSize;
     return static_cast<unsigned int>(file.writeController) != 0 || isPartlyWritten;
 }
 
 void PrintRow(int fileNumber, StreamMgrFileMgmnt::FileMgmnt_t const& file) {
-    std::cout << std::setw(13) << fileNumber                              //
-              << std::setw(21) << ControllerName(file.writeController)    //
-              << std::setw(21) << (file.streamDbMatch ? "true" : "false") //
-              << std::setw(21) << file.numProcAtomicRead                  //
-              << std::setw(21) << file.fileSize << std::endl;
+    std::cout << std::setw(13) << fileNumber;
+    std::cout << std::setw(21) << ControllerName(file.writeController);
+    std::cout << std::setw(21) << (file.streamDbMatch ? "true" : "false");
+    std::cout << std::setw(21) << file.numProcAtomicRead;
+    std::cout << std::setw(21) << file.fileSize << std::endl;
 }
 
 } // namespace
 
 bool ListSharedMem(bool intermediateOnly) {
-    if (StreamFileAccess::fileSystemType == cli::fileSystemExt4) {
-        cli::LogEntry(cli::logNote,
-                      "Current file system is EXT4, no useful information in shared memory");
+    if (StreamFileAccess::fileSystemType == common::fileSystemExt4) {
+        common::LogEntry(common::logNote,
+                         "Current file system is EXT4, no useful information in shared memory");
         return false;
     }
-    if (StreamFileAccess::fileSystemType != cli::fileSystemPool) {
-        cli::LogEntry(cli::logNote,
-                      "Current file system is UNKNOWN, no useful information in shared memory");
+    if (StreamFileAccess::fileSystemType != common::fileSystemPool) {
+        common::LogEntry(common::logNote,
+                         "Current file system is UNKNOWN, no useful information in shared memory");
         return false;
     }
     if (!fileAccess.InitializeFileAccess(false, true)) {
-        cli::LogEntry(cli::logError, "can not proceed without fileAccess initialized");
+        common::LogEntry(common::logError, "can not proceed without fileAccess initialized");
         return false;
     }
 
@@ -66,7 +66,7 @@ bool ListSharedMem(bool intermediateOnly) {
             PrintRow(fileNumber, file);
         }
     }
-    // The size of the pool, also when only some of its files were shown.
+    // Deliberate: the size of the pool, also when only some of its files were listed.
     std::cout << "Total number of files: " << poolSize << "\n";
     return true;
 }

@@ -1,7 +1,7 @@
 // Options --lsm and --lsmi: lists the table of stream files.
 #pragma once
 
-// Prints the entry of every stream file, or only of those in an intermediate state: owned by a
-// controller, or neither empty nor full. False, after a log entry only, when there is no pool to
-// list.
+// Prints the table entry of every stream file, or only of those in an intermediate state: being
+// written, or neither empty nor full. False, after an entry in the system log, when there is no
+// usable pool.
 bool ListSharedMem(bool intermediateOnly);

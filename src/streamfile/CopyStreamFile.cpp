@@ -1,29 +1,40 @@
 // Options -x and -X: copies a stream file to the hard disk.
-#include "CopyStreamFile.h"
+#include "streamfile/CopyStreamFile.h"
 
 #include <iostream>
 #include <string>
 
-#include "HardDiskFile.h"
-#include "ReadFromPool.h"
+#include "transfer/ChunkReader.h"
+#include "transfer/CopyOutOfPool.h"
+#include "transfer/HardDiskFile.h"
+#include "transfer/PreChecks.h"
+#include "transfer/TransferBuffer.h"
 
-using namespace streamfile;
+using namespace transfer;
 
 bool CopyStreamFile(int fileNumber, long& statedLength, long& copied, bool unbounded) {
-    auto const copy = [&](ChunkSource const& source, TransferBuffer& buffer, long planned) {
-        std::string const path = HardDiskPath(std::to_string(fileNumber) + ".ts");
-        HardDiskFile output(path, HardDiskFile::Use::write);
-        if (!output.IsOpen()) {
-            return false;
-        }
-        std::cout << "Copying requested stream file to '" << path << "'" << std::endl;
+    if (!PoolIsReadyFor(fileNumber)) {
+        return false;
+    }
+    TransferBuffer buffer;
+    StreamFileAccess file(fileNumber, 0);
+    auto const length = LengthToRead(file, unbounded);
+    if (!length) {
+        return false;
+    }
+    statedLength = *length;
 
-        HardDiskSink sink(output, buffer);
-        if (!MoveChunks(source, planned, sink, ProgressMarks(), copied)) {
-            return false;
-        }
-        std::cout << std::endl;
-        return true;
-    };
-    return ReadFromPool(fileNumber, unbounded, statedLength, copy);
+    std::string const path = HardDiskPath(std::to_string(fileNumber) + ".ts");
+    HardDiskFile output(path, HardDiskFile::Use::write);
+    if (!output.IsOpen()) {
+        return false;
+    }
+    std::cout << "Copying requested stream file to '" << path << "'" << std::endl;
+
+    ChunkReader chunks(file, *length, unbounded);
+    if (!CopyOutOfPool(chunks, output, buffer, copied)) {
+        return false;
+    }
+    std::cout << std::endl;
+    return true;
 }

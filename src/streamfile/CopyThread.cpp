@@ -1,15 +1,15 @@
-// The thread body of --multiextract and --multiread.
-#include "CopyThread.h"
+// The thread function of --multiextract and --multiread.
+#include "streamfile/CopyThread.h"
 
 #include <cstdint>
 #include <iostream>
 
-#include "CopyStreamFile.h"
-#include "ReadStreamFile.h"
+#include "streamfile/CopyStreamFile.h"
+#include "streamfile/ReadStreamFile.h"
 
 namespace {
 
-// Nothing stands between the file number and what follows; it never has.
+// Deliberate: nothing stands between the file number and the text after it.
 void PrintResult(std::ostream& out, int fileNumber, long statedLength, char const* verb,
                  long moved) {
     out << "File: " << fileNumber << "Stated file length: " << statedLength << "  " << verb << ": "
@@ -27,7 +27,8 @@ void* CopyThread(void* argument) {
         bool const succeeded = CopyStreamFile(fileNumber, statedLength, moved, false);
         PrintResult(succeeded ? std::cout : std::cerr, fileNumber, statedLength, "copied", moved);
     } else {
-        // The other way round than for a copy; those who collect the two streams rely on it.
+        // Deliberate: success goes to standard error and failure to standard output, the opposite
+        // of a copy. Scripts that collect the two streams rely on it.
         bool const succeeded = ReadStreamFile(number, statedLength, moved, false);
         PrintResult(succeeded ? std::cerr : std::cout, number, statedLength, "read", moved);
     }

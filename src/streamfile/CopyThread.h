@@ -1,6 +1,6 @@
-// The thread body of --multiextract and --multiread.
+// The thread function of --multiextract and --multiread.
 #pragma once
 
-// Works on the one file whose number stands in `argument`: -N extracts file N, N reads it. Prints
-// its result line. Returns null.
+// Processes one stream file. `argument` is a number cast to a pointer: -N extracts file N, N reads
+// it. Prints a result line. Returns null.
 void* CopyThread(void* argument);

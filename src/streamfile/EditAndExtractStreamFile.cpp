@@ -1,37 +1,40 @@
 // Option -e: copies a stream file to the hard disk with a range of ticks cut out.
-#include "EditAndExtractStreamFile.h"
+#include "streamfile/EditAndExtractStreamFile.h"
 
 #include <iostream>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "ChunkLoop.h"
-#include "HardDiskFile.h"
-#include "PoolChecks.h"
-#include "TickTable.h"
+#include "streamfile/TickTable.h"
+#include "transfer/ChunkReader.h"
+#include "transfer/CopyOutOfPool.h"
+#include "transfer/HardDiskFile.h"
+#include "transfer/PreChecks.h"
+#include "transfer/TransferBuffer.h"
 
 using namespace streamfile;
+using namespace transfer;
 
 namespace {
 
-// Where one end of the range lies.
+// One end of the range to delete.
 struct CutPoint {
     int tick;         // 0: omitted
-    long offset;      // of the tick in the file
-    std::string text; // the tick as it stands in the output's name; empty when omitted
+    long offset;      // of the tick in the file, in bytes
+    std::string text; // the tick in the name of the output; empty when omitted
 };
 
-// The end of the range at `tick`, at `omittedOffset` when it is omitted; none, after a line on
-// standard error, when the table does not hold the tick.
+// The end of the range at `tick`, or at `omittedOffset` when the tick is omitted. nullopt, after a
+// line on standard error, when the table does not contain the tick.
 std::optional<CutPoint> FindCutPoint(std::string_view name, int tick, long omittedOffset,
-                                     int fileNum, TickTable& ticks) {
+                                     int fileNumber, TickTable& ticks) {
     CutPoint point{tick, omittedOffset, ""};
     if (tick == 0) {
         return point;
     }
     if (!TickToOffset(ticks, static_cast<unsigned int>(tick), point.offset)) {
-        std::cerr << name << " " << tick << " not found in stream file " << fileNum << std::endl;
+        std::cerr << name << " " << tick << " not found in stream file " << fileNumber << std::endl;
         return std::nullopt;
     }
     point.text = std::to_string(tick);
@@ -51,42 +54,40 @@ void ShowCut(CutPoint const& first, long prologSize, CutPoint const& last, long 
 
 } // namespace
 
-bool EditAndExtractStreamFile(int fileNum, long& fileSize, long& bytesCount, bool unbounded,
-                              int firsttick, int lasttick) {
+bool EditAndExtractStreamFile(int fileNumber, long& fileSize, long& bytesCount, bool unbounded,
+                              int firstTick, int lastTick) {
     std::cout << "EditAndExtractStreamFile() was called." << std::endl;
 
     TickTable ticks;
-    if (!GetStreamFileTicks(fileNum, fileSize, bytesCount, unbounded, ticks)) {
-        std::cerr << "Error getting the System Ticks for TS file:" << fileNum << std::endl;
+    if (!GetStreamFileTicks(fileNumber, fileSize, bytesCount, unbounded, ticks)) {
+        std::cerr << "Error getting the System Ticks for TS file:" << fileNumber << std::endl;
         return false;
     }
 
     TransferBuffer buffer;
-    StreamFileAccess file(fileNum, 0);
-    if (!IsOpen(file)) {
-        return false;
-    }
-    auto const size = PlannedLength(file, unbounded);
+    StreamFileAccess file(fileNumber, 0);
+    auto const size = LengthToRead(file, unbounded);
     if (!size) {
         return false;
     }
     fileSize = *size;
 
-    auto const first = FindCutPoint("firsttick", firsttick, 0, fileNum, ticks);
+    auto const first = FindCutPoint("firsttick", firstTick, 0, fileNumber, ticks);
     if (!first) {
         return false;
     }
-    auto const last = FindCutPoint("lasttick", lasttick, *size, fileNum, ticks);
+    auto const last = FindCutPoint("lasttick", lastTick, *size, fileNumber, ticks);
     if (!last) {
         return false;
     }
-    // A last tick before the first is not refused: what lies between them is then copied twice.
+    // Deliberate: a last tick before the first is not refused. The bytes between the two are then
+    // copied twice.
     long const prologSize = first->offset;
-    long const epilogSize = lasttick != 0 ? *size - last->offset : 0;
+    long const epilogSize = lastTick != 0 ? *size - last->offset : 0;
     ShowCut(*first, prologSize, *last, epilogSize);
 
     std::string const path =
-        HardDiskPath(std::to_string(fileNum) + "." + first->text + "-" + last->text + ".ts");
+        HardDiskPath(std::to_string(fileNumber) + "." + first->text + "-" + last->text + ".ts");
     HardDiskFile output(path, HardDiskFile::Use::write);
     if (!output.IsOpen()) {
         return false;
@@ -94,14 +95,14 @@ bool EditAndExtractStreamFile(int fileNum, long& fileSize, long& bytesCount, boo
     std::cout << "Copying requested stream file to '" << path << "'" << std::endl
               << "Copy prolog of '" << path << "'" << std::endl;
 
-    // A prolog that comes short is told, but the epilog follows it all the same.
-    ChunkSource const source{file, *size, unbounded};
-    HardDiskSink sink(output, buffer);
-    if (!MoveChunks(source, prologSize, sink, ProgressMarks(), bytesCount)) {
+    // Deliberate: after a short read in the prolog the epilog still follows.
+    ChunkReader prolog(file, *size, unbounded, prologSize);
+    if (!CopyOutOfPool(prolog, output, buffer, bytesCount)) {
         return false;
     }
     file.Seek(last->offset);
-    if (!MoveChunks(source, epilogSize, sink, ProgressMarks(), bytesCount)) {
+    ChunkReader epilog(file, *size, unbounded, epilogSize);
+    if (!CopyOutOfPool(epilog, output, buffer, bytesCount)) {
         return false;
     }
     std::cout << std::endl;

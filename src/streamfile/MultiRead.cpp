@@ -1,5 +1,5 @@
 // Options --multiextract and --multiread: several stream files at once, a thread for each.
-#include "MultiRead.h"
+#include "streamfile/MultiRead.h"
 
 #include <cstdint>
 #include <cstring>
@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "../common/Int32.h"
-#include "CopyThread.h"
+#include "common/Int32.h"
+#include "streamfile/CopyThread.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ std::vector<int> ParseFileList(std::string list) {
     std::vector<int> numbers;
     for (char* token = std::strtok(list.data(), ", "); token != nullptr;
          token = std::strtok(nullptr, ", ")) {
-        int const number = device::ParseInt32(token);
+        int const number = common::ParseInt32(token);
         if (number > 0) {
             numbers.push_back(number);
         }
@@ -30,8 +30,8 @@ std::vector<int> ParseFileList(std::string list) {
 void MultiRead(char const* list, bool extract) {
     std::vector<int> const numbers = ParseFileList(list);
 
-    // Started from the last to the first and joined the other way, which is list order. A thread
-    // that cannot be started is passed over.
+    // Threads are started from the last number to the first, and joined in list order. A thread
+    // that cannot be started is skipped.
     std::vector<pthread_t> threads;
     for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
         auto const argument = static_cast<std::intptr_t>(extract ? -*number : *number);
@@ -44,5 +44,5 @@ void MultiRead(char const* list, bool extract) {
         pthread_join(*thread, nullptr);
     }
 
-    std::cout << "complete"; // neither ended nor flushed: the next output follows on the same line
+    std::cout << "complete"; // deliberate: no newline, the next output follows on the same line
 }

@@ -1,7 +1,7 @@
 // Options --multiextract and --multiread: several stream files at once, a thread for each.
 #pragma once
 
-// Extracts (`extract`) or only reads the files of `list`, numbers with commas or blanks between
-// them; what is no number above 0 is passed over. Returns when every thread has ended; each has
-// printed a result line of its own.
+// Extracts (`extract`) or only reads the stream files in `list`: numbers separated by commas or
+// blanks. Anything that is not a number above 0 is skipped. Returns when every thread has ended;
+// each has printed its result line.
 void MultiRead(char const* list, bool extract);

@@ -2,7 +2,7 @@
 #pragma once
 
 // Writes <number>.ts of the hard-disk mount over stream file `fileNumber`: always 94 MiB, whatever
-// the source holds. The stated length of the stream file stays, and the service is not told.
-// Counters as for CopyStreamFile. Only the `unbounded` form is offered. False after a line on
-// standard error; what was written by then stays.
+// the size of the source. The stated length of the stream file stays as it is, and the service is
+// not notified. Counters as for CopyStreamFile. With `unbounded` false the operation is refused.
+// False after a line on standard error; what was written before stays in the pool.
 bool OverwriteStreamFile(int fileNumber, long& statedLength, long& copied, bool unbounded);

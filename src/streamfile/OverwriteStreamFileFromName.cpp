@@ -1,20 +1,25 @@
 // Option -y: writes a named file of the hard disk over a stream file.
-#include "OverwriteStreamFileFromName.h"
+#include "streamfile/OverwriteStreamFileFromName.h"
 
 #include <iostream>
 #include <optional>
 
-#include "Insertion.h"
 #include "StreamMgrApi.h"
+#include "common/StreamFileSize.h"
+#include "transfer/CopyIntoPool.h"
+#include "transfer/HardDiskFile.h"
+#include "transfer/PreChecks.h"
+#include "transfer/TransferBuffer.h"
 
-using namespace streamfile;
+using namespace transfer;
 
 namespace {
 
-// The bytes that are to be written; none after a line on standard error.
-std::optional<long> LengthToInsert(HardDiskFile& source, std::string const& path, bool unbounded) {
+// The bytes to write; nullopt after a line on standard error.
+std::optional<long> LengthToWrite(HardDiskFile const& source, std::string const& path,
+                                  bool unbounded) {
     if (unbounded) {
-        return slotSize;
+        return common::slotSize;
     }
     auto const size = source.Size();
     if (!size) {
@@ -29,24 +34,35 @@ std::optional<long> LengthToInsert(HardDiskFile& source, std::string const& path
 
 bool OverwriteStreamFileFromName(LinxIpc& ipc, int fileNumber, std::string sourceName,
                                  long& statedLength, long& copied, bool unbounded) {
+    if (!PoolIsReadyFor(fileNumber)) {
+        return false;
+    }
+    TransferBuffer buffer;
     std::string const path = HardDiskPath(sourceName + ".ts");
-    auto const overwrite = [&](Insertion& insertion) {
-        auto const planned = LengthToInsert(insertion.Source(), path, unbounded);
-        if (!planned) {
-            return false;
-        }
-        statedLength = *planned;
-        if (!insertion.Run(Insert::whatWasRead, *planned, copied)) {
-            return false;
-        }
-        std::cout << std::endl;
+    HardDiskFile source(path, HardDiskFile::Use::read);
+    if (!source.IsOpen()) {
+        return false;
+    }
+    std::cout << "Copying requested stream file from '" << path << "' to D2B file number "
+              << fileNumber << std::endl;
+    StreamFileAccess file(fileNumber, false, externalProcess);
+    if (!IsOpen(file)) {
+        return false;
+    }
+    auto const length = LengthToWrite(source, path, unbounded);
+    if (!length) {
+        return false;
+    }
 
-        insertion.File().Truncate(copied);
-        bool const told = StreamMgrApi::UpdateFileSize(ipc, fileNumber);
-        std::cout << "StreamMgrApi::UpdateFileSize() notify message returned: "
-                  << (told ? "success" : "fail") << std::endl;
-        return true;
-    };
-    return InsertIntoPool(fileNumber, path, "D2B file number " + std::to_string(fileNumber),
-                          overwrite);
+    statedLength = *length;
+    if (!CopyIntoPool(source, file, buffer, ChunkWrite::whatWasRead, *length, copied)) {
+        return false;
+    }
+    std::cout << std::endl;
+
+    file.Truncate(copied);
+    bool const confirmed = StreamMgrApi::UpdateFileSize(ipc, fileNumber);
+    std::cout << "StreamMgrApi::UpdateFileSize() notify message returned: "
+              << (confirmed ? "success" : "fail") << std::endl;
+    return true;
 }

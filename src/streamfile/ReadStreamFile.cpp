@@ -1,38 +1,39 @@
-// Option --multiread: reads a stream file and throws the bytes away.
-#include "ReadStreamFile.h"
+// Option --multiread: reads a stream file and discards the bytes.
+#include "streamfile/ReadStreamFile.h"
 
 #include <iostream>
 #include <string>
 
-#include "ReadFromPool.h"
+#include "common/Int32.h"
+#include "transfer/ChunkReader.h"
+#include "transfer/PreChecks.h"
+#include "transfer/ProgressMarks.h"
+#include "transfer/TransferBuffer.h"
 
-using namespace streamfile;
-
-namespace {
-
-class DiscardingSink {
-public:
-    explicit DiscardingSink(TransferBuffer& buffer)
-        : buffer_(buffer) {}
-
-    unsigned char* Place() { return buffer_.Data(); }
-    bool Take(int) { return true; }
-
-private:
-    TransferBuffer& buffer_;
-};
-
-} // namespace
+using namespace transfer;
 
 bool ReadStreamFile(int fileNumber, long& statedLength, long& readBytes, bool unbounded) {
-    auto const read = [&](ChunkSource const& source, TransferBuffer& buffer, long planned) {
-        DiscardingSink sink(buffer);
-        ProgressMarks const marks(std::to_string(fileNumber) + ", ");
-        if (!MoveChunks(source, planned, sink, marks, readBytes)) {
+    if (!PoolIsReadyFor(fileNumber)) {
+        return false;
+    }
+    TransferBuffer buffer;
+    StreamFileAccess file(fileNumber, 0);
+    auto const length = LengthToRead(file, unbounded);
+    if (!length) {
+        return false;
+    }
+    statedLength = *length;
+
+    ChunkReader chunks(file, *length, unbounded);
+    ProgressMarks marks(std::to_string(fileNumber) + ", ");
+    do {
+        auto const got = chunks.Read(buffer.Data());
+        if (!got) {
             return false;
         }
-        std::cout << std::endl;
-        return true;
-    };
-    return ReadFromPool(fileNumber, unbounded, statedLength, read);
+        marks.CountChunk();
+        common::AddInt32(readBytes, *got);
+    } while (!chunks.AtEnd());
+    std::cout << std::endl;
+    return true;
 }

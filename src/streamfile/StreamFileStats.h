@@ -1,8 +1,8 @@
 // Option --stats: the runs of consecutive ticks in stream files.
 #pragma once
 
-// Prints the tick and time range of each run of one file, or of every file of the pool when
-// `fileNum` is 0. `fileSize` and `bytesRead` are handed through to the tick table, file after
-// file; `unbounded` has whole slots read. False only when the pool cannot be reached; what fails
-// with a single file is told, and the next one follows.
-bool StreamFileStats(int fileNum, long& fileSize, long& bytesRead, bool unbounded);
+// Prints the tick range and the time range of each run in one file, or in every file of the pool
+// when `fileNumber` is 0. `fileSize`, `bytesRead` and `unbounded` are those of GetStreamFileTicks,
+// which is called for each file. False only when the pool cannot be used; a file that fails is
+// reported, and the next one follows.
+bool StreamFileStats(int fileNumber, long& fileSize, long& bytesRead, bool unbounded);

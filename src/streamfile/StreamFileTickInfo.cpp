@@ -1,28 +1,28 @@
-// Option --tickinfo: the ticks of stream files, or how far apart they lie.
-#include "StreamFileTickInfo.h"
+// Option --tickinfo: the ticks of stream files, or the distances between them.
+#include "streamfile/StreamFileTickInfo.h"
 
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
 #include <limits>
 
-#include "PoolWalk.h"
-#include "TickTable.h"
+#include "streamfile/FilesToScan.h"
+#include "streamfile/TickTable.h"
 
 using namespace streamfile;
 
 namespace {
 
-void PrintTicks(int fileNum, TickTable const& ticks) {
+void PrintTicks(int fileNumber, TickTable const& ticks) {
     for (auto const& [offset, metadata] : ticks) {
-        std::cout << " File: " << fileNum << " Tick: " << metadata.tick << " Offset: " << offset
+        std::cout << " File: " << fileNumber << " Tick: " << metadata.tick << " Offset: " << offset
                   << " Time: " << metadata.time << std::endl;
     }
 }
 
-// Across a gap in the ticks nothing is measured; without any consecutive pair the two lines show
-// the values that the search begins with.
-void PrintTickDistances(int fileNum, TickTable const& ticks) {
+// Only pairs of consecutive ticks are measured. Without any such pair the two lines show the values
+// that the search starts with.
+void PrintTickDistances(int fileNumber, TickTable const& ticks) {
     unsigned int largest = 0;
     unsigned int smallest = std::numeric_limits<unsigned int>::max();
     for (std::size_t entry = 1; entry < ticks.size(); ++entry) {
@@ -34,24 +34,29 @@ void PrintTickDistances(int fileNum, TickTable const& ticks) {
         largest = std::max(largest, offset - previousOffset);
         smallest = std::min(smallest, offset - previousOffset);
     }
-    std::cout << std::setw(4) << fileNum
+    std::cout << std::setw(4) << fileNumber
               << " : Maximum consecutive tick offset delta in bytes = " << std::setw(10) << largest
               << "\n"
-              << std::setw(4) << fileNum
+              << std::setw(4) << fileNumber
               << " : Minimum consecutive tick offset delta in bytes = " << std::setw(10) << smallest
               << "\n";
 }
 
 } // namespace
 
-bool StreamFileTickInfo(int fileNum, long& fileSize, char mode, long& bytesRead, bool unbounded) {
-    return ForEachStreamFile(fileNum, [&](int number) {
+bool StreamFileTickInfo(int fileNumber, long& fileSize, char mode, long& bytesRead,
+                        bool unbounded) {
+    auto const files = FilesToScan(fileNumber);
+    if (!files) {
+        return false;
+    }
+    for (int const number : *files) {
         TickTable ticks;
         GetStreamFileTicks(number, fileSize, bytesRead, unbounded, ticks);
         if (ticks.empty()) {
-            // Said a second time, after the same line from reading the ticks.
+            // Deliberate: GetStreamFileTicks has printed the same line.
             std::cout << "No system ticks found in file number " << number << "\n";
-            return;
+            continue;
         }
         std::cout << "\n\n";
         if (mode == 'm') {
@@ -60,5 +65,6 @@ bool StreamFileTickInfo(int fileNum, long& fileSize, char mode, long& bytesRead,
             PrintTicks(number, ticks);
         }
         std::cout << "\n";
-    });
+    }
+    return true;
 }

@@ -1,7 +1,7 @@
-// Option --tickinfo: the ticks of stream files, or how far apart they lie.
+// Option --tickinfo: the ticks of stream files, or the distances between them.
 #pragma once
 
-// Prints each tick of one file, or of every file of the pool when `fileNum` is 0; with mode 'm'
-// only the largest and smallest distance in bytes between consecutive ticks. The other arguments
-// and the result are as for StreamFileStats.
-bool StreamFileTickInfo(int fileNum, long& fileSize, char mode, long& bytesRead, bool unbounded);
+// Prints each tick of one file, or of every file of the pool when `fileNumber` is 0. With mode 'm'
+// prints only the largest and the smallest distance in bytes between consecutive ticks. The other
+// arguments and the result are those of StreamFileStats.
+bool StreamFileTickInfo(int fileNumber, long& fileSize, char mode, long& bytesRead, bool unbounded);

@@ -1,5 +1,5 @@
-// The system ticks of a stream file, and where in it they stand.
-#include "TickTable.h"
+// The system ticks of a stream file and their byte offsets.
+#include "streamfile/TickTable.h"
 
 #include <algorithm>
 #include <iostream>
@@ -8,99 +8,97 @@
 #include <optional>
 #include <string>
 
-#include "../common/FileAccess.h"
-#include "ChunkLoop.h"
-#include "PoolChecks.h"
 #include "TsHelper.h"
+#include "common/FileAccess.h"
+#include "common/Int32.h"
+#include "common/StreamFileSize.h"
+#include "transfer/ChunkReader.h"
+#include "transfer/ErrorLines.h"
+#include "transfer/PreChecks.h"
+#include "transfer/ProgressMarks.h"
 
 using namespace streamfile;
+using namespace transfer;
 
 namespace {
 
+// The recorder's system tick. A number, since the recorder's headers are not known to have a name
+// for it.
 constexpr auto systemTick = static_cast<TsHelper::StreamSystickId>(2);
 
-// The bytes that are to be read for the ticks of an open stream file; none, after a line on
-// standard error, when that cannot be had or is 0. The lines are those of the tick tools, not of
-// the copies.
-std::optional<long> LengthToScan(StreamFileAccess& file, int fileNum, bool unbounded) {
+// The bytes to read from an open stream file; nullopt, after a line on standard error, when its
+// length is unknown or 0. As LengthToRead, but with the lines of the tick tools.
+std::optional<long> LengthToScan(StreamFileAccess& file, int fileNumber, bool unbounded) {
     if (unbounded) {
-        return slotSize;
+        return common::slotSize;
     }
     long const length = file.DataLength();
     if (length < 0) {
         SystemErrorLine(
-            {"error getting length of File number ", std::to_string(fileNum), ", Error: "});
+            {"error getting length of File number ", std::to_string(fileNumber), ", Error: "});
         return std::nullopt;
     }
     if (length == 0) {
-        std::cerr << "Stream file number " << fileNum << " is a zero-length file." << std::endl;
+        std::cerr << "Stream file number " << fileNumber << " is a zero-length file." << std::endl;
         return std::nullopt;
     }
     return length;
 }
 
-// Lines chunk after chunk up in memory.
-class MemorySink {
-public:
-    explicit MemorySink(unsigned char* memory)
-        : place_(memory) {}
-
-    unsigned char* Place() { return place_; }
-    bool Take(int) {
-        place_ += chunkSize;
-        return true;
-    }
-
-private:
-    unsigned char* place_;
-};
-
 } // namespace
 
-bool GetStreamFileTicks(int fileNum, long& fileSize, long& bytesRead, bool unbounded,
+bool GetStreamFileTicks(int fileNumber, long& fileSize, long& bytesRead, bool unbounded,
                         TickTable& ticks) {
-    // 0 and the size of the pool pass: only what is outside is no number of a file.
-    if (fileNum < 0) {
-        InvalidFileNumberLine(fileNum);
+    // Deliberate: 0 is not refused here, but when the file is opened.
+    if (fileNumber < 0) {
+        InvalidFileNumberLine(fileNumber);
         return false;
     }
     if (!FileSystemIsPool() || !InitializePool()) {
         return false;
     }
-    if (fileNum > fileAccess.GetFilePoolSize()) {
-        InvalidFileNumberLine(fileNum);
+    if (fileNumber > fileAccess.GetFilePoolSize()) {
+        InvalidFileNumberLine(fileNumber);
         return false;
     }
 
-    StreamFileAccess file(fileNum, 0);
+    StreamFileAccess file(fileNumber, 0);
     if (!IsOpen(file)) {
         return false;
     }
-    auto const length = LengthToScan(file, fileNum, unbounded);
+    auto const length = LengthToScan(file, fileNumber, unbounded);
     if (!length) {
         return false;
     }
     fileSize = *length;
 
-    // Always a whole slot, zero-filled, whatever the file holds: TsHelper is handed all of it.
+    // Always a whole slot, zero-filled, whatever the size of the file: TsHelper searches all of it.
     std::unique_ptr<std::vector<unsigned char>> const slot(new (std::nothrow)
                                                                std::vector<unsigned char>);
     if (!slot) {
         std::cerr << "Unable to allocate stream file buffer." << std::endl;
         return false;
     }
-    slot->resize(slotSize);
+    slot->resize(common::slotSize);
 
-    MemorySink sink(slot->data());
-    if (!MoveChunks({file, *length, unbounded}, *length, sink, ProgressMarks(), bytesRead)) {
-        return false;
-    }
+    unsigned char* place = slot->data();
+    ChunkReader chunks(file, *length, unbounded);
+    ProgressMarks marks;
+    do {
+        auto const got = chunks.Read(place);
+        if (!got) {
+            return false;
+        }
+        place += common::chunkSize;
+        marks.CountChunk();
+        common::AddInt32(bytesRead, *got);
+    } while (!chunks.AtEnd());
     std::cout << std::endl;
 
     TsHelper helper(*slot);
     ticks = helper.SystemTick(systemTick, 0);
     if (ticks.empty()) {
-        std::cout << "No system ticks found in file number " << fileNum << "\n";
+        std::cout << "No system ticks found in file number " << fileNumber << "\n";
     }
     return !ticks.empty();
 }

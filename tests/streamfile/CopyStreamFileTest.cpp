@@ -42,10 +42,6 @@ protected:
 
 // ---------------------------------------------------------------------- copies that succeed
 
-struct LengthCase : NamedCase {
-    long length;
-};
-
 class CopyOfLength : public CopyStreamFileTest, public ::testing::WithParamInterface<LengthCase> {};
 
 TEST_P(CopyOfLength, MovesEveryByteChunkByChunk) {
@@ -58,8 +54,6 @@ TEST_P(CopyOfLength, MovesEveryByteChunkByChunk) {
               CallsToChunks() + CopyCalls(number, length, output) + CallsAfterChunks());
     ExpectOnHardDisk(output, StreamFileContent(number, 0, length));
 }
-
-constexpr long aChunk = FakePool::chunkSize;
 
 INSTANTIATE_TEST_SUITE_P(Length, CopyOfLength,
                          ::testing::Values(LengthCase{{"OneByte"}, 1},                       //
@@ -322,8 +316,7 @@ TEST_P(CopyWithAShortRead, EndsThereAndSucceeds) {
     EXPECT_TRUE(Copy());
     ExpectCounters(at.length, at.before + got);
     ExpectOutput(CopyingLine() + Marks(at.position) + "\n",
-                 " unexpected EOF: fileSize=" + Show(at.length) +
-                     " expectedRead=" + Show(at.request) + "  actualRead=" + Show(got) + "\n");
+                 ShortReadLine(at.length, at.request, got));
     EXPECT_EQ(platform.Calls(), CallsBefore() + ReadCall(number, at.request) +
                                     WriteCall(output, got) + CallsAfterChunks());
     ExpectOnHardDisk(output, StreamFileContent(number, 0, at.before + got));
@@ -342,7 +335,7 @@ TEST_F(CopyStreamFileTest, ReadOfLessThanNothingEndsInARefusedWrite) {
     platform.Script("write", 2, Fail(EINVAL));
     EXPECT_FALSE(Copy());
     ExpectCounters(2 * chunk, chunk);
-    ExpectOutput(CopyingLine(), ShortLineOfMinusTwo(2 * chunk, chunk) +
+    ExpectOutput(CopyingLine(), ShortReadLine(2 * chunk, chunk, -2) +
                                     "Unexpected write status: " + ErrnoText(EINVAL) + "\n");
     EXPECT_EQ(platform.Calls(), CallsToChunks() + CopyCalls(number, chunk, output) +
                                     ReadCall(number, chunk) + WriteCallOfMinusTwo(output) +

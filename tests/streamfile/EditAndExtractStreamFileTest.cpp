@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr long aChunk = FakePool::chunkSize;
-
 // What is cut out, and what is expected to be left: the bytes [0, prologEnd) and [epilogStart,
 // end).
 struct Cut {
@@ -427,7 +425,7 @@ TEST_F(EditTest, ReadOfLessThanNothingInThePrologEndsInARefusedWrite) {
     platform.Script("write", 2, Fail(EINVAL));
     EXPECT_FALSE(Edit(cut));
     ExpectCounters(length, length + chunk);
-    ExpectOutput(OutToProlog(cut), ShortLineOfMinusTwo(length, chunk) +
+    ExpectOutput(OutToProlog(cut), ShortReadLine(length, chunk, -2) +
                                        "Unexpected write status: " + ErrnoText(EINVAL) + "\n");
     EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + CopyCalls(number, chunk, cut.output) +
                                     ReadCall(number, chunk) + WriteCallOfMinusTwo(cut.output) +
@@ -441,7 +439,7 @@ TEST_F(EditTest, ReadOfLessThanNothingInTheEpilogEndsInARefusedWrite) {
     platform.Script("write", 3 + 1, Fail(EINVAL));
     EXPECT_FALSE(Edit(cut));
     ExpectCounters(length, length + cut.prologEnd);
-    ExpectOutput(OutToProlog(cut), ShortLineOfMinusTwo(length, chunk) +
+    ExpectOutput(OutToProlog(cut), ShortReadLine(length, chunk, -2) +
                                        "Unexpected write status: " + ErrnoText(EINVAL) + "\n");
     EXPECT_EQ(platform.Calls(), CallsToProlog(cut) + PhaseCalls(cut, cut.prologEnd) +
                                     SeekCall(cut) + ReadCall(number, chunk) +
@@ -556,10 +554,7 @@ protected:
     EditWithAShortRead()
         : TenChunkPhases(std::get<PositionCase>(GetParam()).position) {}
 
-    std::string ShortLine() const {
-        return " unexpected EOF: fileSize=" + Show(length) + " expectedRead=" + Show(at.request) +
-               "  actualRead=" + Show(got) + "\n";
-    }
+    std::string ShortLine() const { return ShortReadLine(length, at.request, got); }
 
     long const got = std::get<ShortCase>(GetParam()).Of(at.request);
 };

@@ -52,10 +52,6 @@ protected:
 
 // ---------------------------------------------------------------------- scans that succeed
 
-struct LengthCase : NamedCase {
-    long length;
-};
-
 class ScanOfLength : public GetStreamFileTicksTest,
                      public ::testing::WithParamInterface<LengthCase> {};
 
@@ -70,8 +66,6 @@ TEST_P(ScanOfLength, ReadsTheFileWholeAndReplacesTheTable) {
     EXPECT_EQ(platform.Calls(), ScanCalls(number, length));
     ExpectOutput(Marks((length + chunk - 1) / chunk) + "\n", "");
 }
-
-constexpr long aChunk = FakePool::chunkSize;
 
 INSTANTIATE_TEST_SUITE_P(Length, ScanOfLength,
                          ::testing::Values(LengthCase{{"OneByte"}, 1},                     //
@@ -316,9 +310,7 @@ TEST_P(ScanWithAShortRead, EndsThereAndSearchesWhatCame) {
     ExpectSearched(at.before + got);
     EXPECT_TRUE(Scan());
     ExpectTicks({10, 11});
-    ExpectOutput(Marks(at.position) + "\n", " unexpected EOF: fileSize=" + Show(at.length) +
-                                                " expectedRead=" + Show(at.request) +
-                                                "  actualRead=" + Show(got) + "\n");
+    ExpectOutput(Marks(at.position) + "\n", ShortReadLine(at.length, at.request, got));
     EXPECT_EQ(platform.Calls(), CallsToPosition() + CallsOfSearch() + CloseCall(number));
     ExpectCounters(at.length, at.before + got);
 }

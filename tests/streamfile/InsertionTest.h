@@ -1,8 +1,8 @@
 // What the tests of the two insertions have in common.
 #pragma once
 
-#include "IpcEndpoint.h"
 #include "StreamFileTest.h"
+#include "fakes/IpcEndpoint.h"
 
 // Writes a file of the hard disk over stream file 5. The stated length begins with a value that
 // shows whether it was touched.

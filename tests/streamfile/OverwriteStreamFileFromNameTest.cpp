@@ -35,14 +35,10 @@ protected:
     }
 };
 
-struct SizeCase : NamedCase {
-    long size;
-};
-
-class InsertOfSize : public InsertByNameTest, public ::testing::WithParamInterface<SizeCase> {};
+class InsertOfSize : public InsertByNameTest, public ::testing::WithParamInterface<LengthCase> {};
 
 TEST_P(InsertOfSize, TakesOverLengthAndBytesAndTellsTheService) {
-    long const size = GetParam().size;
+    long const size = GetParam().length;
     PutOnHardDisk(source, Source(0, size));
     EXPECT_TRUE(Insert());
     ExpectCounters(size, size);
@@ -57,16 +53,14 @@ TEST_P(InsertOfSize, TakesOverLengthAndBytesAndTellsTheService) {
     EXPECT_EQ(platform.pool.files[number].statedLength, size);
 }
 
-constexpr long aChunk = FakePool::chunkSize;
-
 INSTANTIATE_TEST_SUITE_P(Size, InsertOfSize,
-                         ::testing::Values(SizeCase{{"Nothing"}, 0},                       //
-                                           SizeCase{{"OneByte"}, 1},                       //
-                                           SizeCase{{"OneByteShortOfAChunk"}, aChunk - 1}, //
-                                           SizeCase{{"OneChunk"}, aChunk},                 //
-                                           SizeCase{{"OneByteOverAChunk"}, aChunk + 1},    //
-                                           SizeCase{{"EightChunks"}, 8 * aChunk},          //
-                                           SizeCase{{"SixteenChunksAndABit"}, 16 * aChunk + 5}),
+                         ::testing::Values(LengthCase{{"Nothing"}, 0},                       //
+                                           LengthCase{{"OneByte"}, 1},                       //
+                                           LengthCase{{"OneByteShortOfAChunk"}, aChunk - 1}, //
+                                           LengthCase{{"OneChunk"}, aChunk},                 //
+                                           LengthCase{{"OneByteOverAChunk"}, aChunk + 1},    //
+                                           LengthCase{{"EightChunks"}, 8 * aChunk},          //
+                                           LengthCase{{"SixteenChunksAndABit"}, 16 * aChunk + 5}),
                          NameOfCase());
 
 TEST_F(InsertByNameTest, FailedNotificationIsToldAndNoFailure) {

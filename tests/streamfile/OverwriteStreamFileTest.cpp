@@ -42,32 +42,26 @@ protected:
     }
 };
 
-struct SizeCase : NamedCase {
-    long size;
-};
-
 class OverwriteFromSourceOf : public OverwriteStreamFileTest,
-                              public ::testing::WithParamInterface<SizeCase> {};
+                              public ::testing::WithParamInterface<LengthCase> {};
 
 TEST_P(OverwriteFromSourceOf, FillsTheWholeSlot) {
-    PutOnHardDisk(source, Source(0, GetParam().size));
+    PutOnHardDisk(source, Source(0, GetParam().length));
     EXPECT_TRUE(Overwrite());
     ExpectCounters(98566144, 98566144);
     ExpectOutput(CopyingLine() + std::string(64, '.') + "\n", "");
     EXPECT_EQ(platform.Calls(), CallsToMove() + MoveCalls(source, slot) + CallsAfterMove(source));
-    ExpectWritten(number, SlotAfter(GetParam().size));
+    ExpectWritten(number, SlotAfter(GetParam().length));
     EXPECT_EQ(platform.pool.files[number].statedLength, 1000) << "the stated length is kept";
 }
 
-constexpr long aChunk = FakePool::chunkSize;
-
 INSTANTIATE_TEST_SUITE_P(Size, OverwriteFromSourceOf,
-                         ::testing::Values(SizeCase{{"Nothing"}, 0},                         //
-                                           SizeCase{{"OneByte"}, 1},                         //
-                                           SizeCase{{"ThreeChunksAndABit"}, 3 * aChunk + 5}, //
-                                           SizeCase{{"TenMegabytes"}, 10 << 20},             //
-                                           SizeCase{{"WholeSlot"}, FakePool::slotSize},      //
-                                           SizeCase{{"MoreThanASlot"}, FakePool::slotSize + 1}),
+                         ::testing::Values(LengthCase{{"Nothing"}, 0},                         //
+                                           LengthCase{{"OneByte"}, 1},                         //
+                                           LengthCase{{"ThreeChunksAndABit"}, 3 * aChunk + 5}, //
+                                           LengthCase{{"TenMegabytes"}, 10 << 20},             //
+                                           LengthCase{{"WholeSlot"}, FakePool::slotSize},      //
+                                           LengthCase{{"MoreThanASlot"}, FakePool::slotSize + 1}),
                          NameOfCase());
 
 TEST_F(OverwriteStreamFileTest, BoundedFormIsRefusedWithBothFilesOpen) {

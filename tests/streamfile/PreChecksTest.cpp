@@ -2,9 +2,9 @@
 #include <functional>
 #include <tuple>
 
-#include "IpcEndpoint.h"
 #include "StreamFileAccess.h"
 #include "StreamFileTest.h"
+#include "fakes/IpcEndpoint.h"
 #include "streamfile/CopyStreamFile.h"
 #include "streamfile/OverwriteStreamFile.h"
 #include "streamfile/OverwriteStreamFileFromName.h"

@@ -11,9 +11,16 @@
 #include "fakes/SeamTest.h"
 #include "fakes/Show.h"
 
+inline constexpr long aChunk = FakePool::chunkSize;
+
+// The length of a stream file or of a source, in bytes.
+struct LengthCase : NamedCase {
+    long length;
+};
+
 class StreamFileTest : public SeamTest {
 protected:
-    static constexpr long chunk = FakePool::chunkSize;
+    static constexpr long chunk = aChunk;
     static constexpr long slot = FakePool::slotSize;
 
     // ------------------------------------------------------------------ recorded calls
@@ -57,11 +64,12 @@ protected:
                           [&](long count) { return WriteCall(fileName, count); });
     }
 
-    // What a read that answers -2 leads to: the line about it, and a write of as many bytes.
-    static std::string ShortLineOfMinusTwo(long fileSize, long request) {
+    // The line about a read of fewer bytes than requested.
+    static std::string ShortReadLine(long fileSize, long request, long got) {
         return " unexpected EOF: fileSize=" + Show(fileSize) + " expectedRead=" + Show(request) +
-               "  actualRead=-2\n";
+               "  actualRead=" + Show(got) + "\n";
     }
+    // The write of as many bytes as a read that returns -2 has read.
     static std::string WriteCallOfMinusTwo(std::string const& fileName) {
         return "write(" + fileName + ", " + Show(static_cast<std::size_t>(-2)) + ")\n";
     }
