@@ -13,7 +13,7 @@
 #include "TsHelper.h"
 #include "api/ServiceMessages.h"
 #include "fakes/FakePool.h"
-#include "ipc/DecodeScope.h"
+#include "ipc/DecodeRange.h"
 #include "ipc/ServerThread.h"
 #include "support/TestRoot.h"
 #include "ts/SystemTickPacket.h"

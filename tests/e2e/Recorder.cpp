@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
@@ -14,7 +15,7 @@
 #include <stdexcept>
 
 #include "ProcessTable.h"
-#include "support/AwaitChange.h"
+#include "support/DirectoryWatch.h"
 
 namespace e2e {
 namespace {
@@ -100,10 +101,12 @@ std::string Recorder::LogOf(std::string const& process) const {
 }
 
 bool Recorder::Logs(std::string const& text, int times) const {
-    bool const logged =
-        AwaitChange(directory_.Path(), patience, [&] { return Count(Log(), text) >= times; });
-    EXPECT_TRUE(logged) << "not in the log: " << text << "\n" << Log();
-    return logged;
+    if (AwaitInDirectory(directory_.Path(), patience,
+                         [&] { return Count(Log(), text) >= times; })) {
+        return true;
+    }
+    ADD_FAILURE() << "not in the log: " << text << "\n" << Log();
+    return false;
 }
 
 Command Recorder::ServiceCommand(Words const& arguments) const {

@@ -12,8 +12,8 @@
 
 #include "StoreInvariants.h"
 #include "StoreTest.h"
-#include "ipc/Stopwatch.h"
 #include "support/ChildProcess.h"
+#include "support/Stopwatch.h"
 
 namespace workstation::store {
 namespace {

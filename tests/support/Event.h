@@ -1,4 +1,4 @@
-// An event that one process or thread signals and another one waits for.
+// An event that one process or thread waits for and another one signals.
 #pragma once
 
 #include <fcntl.h>
@@ -30,14 +30,14 @@ public:
         }
     }
 
-    // False when it is not signalled in time, and at once when no process is left that could.
+    // False when it does not happen in time, and at once when no process is left that could signal.
     bool Wait() const {
         pollfd readable{out_.Get(), POLLIN, 0};
         char byte = 0;
         return poll(&readable, 1, patienceMs) == 1 && read(out_.Get(), &byte, 1) == 1;
     }
 
-    // Close the end that a process does not use.
+    // Closes the other end, in a process that only waits or only signals.
     void OnlyWait() { in_.Reset(); }
     void OnlySignal() { out_.Reset(); }
 

@@ -12,20 +12,22 @@
 #include <vector>
 
 #include "LogClient.h"
-#include "support/AwaitChange.h"
+#include "log/LogLevels.h"
+#include "support/DirectoryWatch.h"
+#include "support/Event.h"
 
-// Has log entries written to a file of its own, and returns their texts.
+// Directs the log to a file of its own with all levels, and reads the entries.
 class LogFile {
 public:
     explicit LogFile(std::filesystem::path path)
         : path_(std::move(path)) {
         setenv("STREAMMGR_LOG", path_.c_str(), 1);
         LogClient::Instance()->ProcessName("StreamMgr");
-        LogClient::Instance()->Level(3);
+        LogClient::Instance()->Level(workstation::log::allLevels);
     }
     ~LogFile() {
         unsetenv("STREAMMGR_LOG");
-        LogClient::Instance()->Level(1);
+        LogClient::Instance()->Level(workstation::log::errorsAndNotifications);
     }
 
     LogFile(LogFile const&) = delete;
@@ -44,8 +46,8 @@ public:
 
     // Waits for an entry that contains the text.
     void Await(std::string const& text) const {
-        EXPECT_TRUE(
-            AwaitChange(path_.parent_path(), std::chrono::seconds(60), [&] { return Has(text); }))
+        EXPECT_TRUE(AwaitInDirectory(path_.parent_path(), std::chrono::milliseconds(patienceMs),
+                                     [&] { return Has(text); }))
             << "not in the log: " << text;
     }
 

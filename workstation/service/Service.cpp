@@ -18,7 +18,7 @@
 #include "Root.h"
 #include "StreamMgrApi.h"
 #include "ipc/Payload.h"
-#include "ipc/SocketDirectory.h"
+#include "ipc/StaleSockets.h"
 #include "log/PlatformLog.h"
 #include "pool/PoolSession.h"
 #include "pool/RootLock.h"
@@ -41,16 +41,12 @@ int FailToStart(std::string const& reason) {
 int Serve(SignalWatch& signals, StreamFileAccess& pool, ServiceOptions const& options) {
     ipc::RemoveStaleSockets();
     std::string const& name = LinxServerNameList::Instance()->Name(e_StreamMgr);
-    std::string error;
-    auto endpoint = ipc::Endpoint::Open(name, error);
-    if (!endpoint) {
-        return FailToStart(error);
-    }
+    ipc::Endpoint endpoint = ipc::Endpoint::Open(name);
     LogClient::Instance()->ProcessName(name);
     store::EventStore store(DatabasePath());
     ring::RecoverRecordings(store);
 
-    Service service(signals, std::move(*endpoint), pool, store);
+    Service service(signals, std::move(endpoint), pool, store);
     log::LogNotification("started with a pool of " + std::to_string(pool.GetFilePoolSize()) +
                          " files");
     service.Record(options);

@@ -24,13 +24,6 @@ protected:
                                      [] { return "all about me"; }, [] { return "half full"; }});
     }
 
-    static ipc::Endpoint Open(std::string const& name) {
-        std::string error;
-        auto endpoint = ipc::Endpoint::Open(name, error);
-        EXPECT_TRUE(endpoint) << error;
-        return std::move(*endpoint);
-    }
-
     void Ask(std::uint32_t id, std::vector<char> payload = {}) {
         ipc::Letter request{"Client", id, 77, std::move(payload)};
         router_.Handle(request);
@@ -51,8 +44,8 @@ protected:
 
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
-    ipc::Endpoint service_ = Open("Service");
-    ipc::Endpoint client_ = Open("Client");
+    ipc::Endpoint service_ = ipc::Endpoint::Open("Service");
+    ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     RequestRouter router_;
     std::vector<std::string> calls_;
 };

@@ -27,13 +27,6 @@ protected:
         tzset();
     }
 
-    static ipc::Endpoint Open(std::string const& name) {
-        std::string error;
-        auto endpoint = ipc::Endpoint::Open(name, error);
-        EXPECT_TRUE(endpoint) << error;
-        return std::move(*endpoint);
-    }
-
     // Files of one packet, one after the other, with one tick each from tick 0, time 1000 on.
     void Record(int stream, unsigned int count) {
         for (unsigned int file = 0; file < count; ++file, ++nextTick_) {
@@ -86,8 +79,8 @@ protected:
 
     PoolAndStore parts_{6};
     ring::FileRing ring_{parts_.Pool(), parts_.Store()};
-    ipc::Endpoint service_ = Open("Service");
-    ipc::Endpoint client_ = Open("Client");
+    ipc::Endpoint service_ = ipc::Endpoint::Open("Service");
+    ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     RequestRouter router_;
     unsigned int nextTick_ = 0;
 };

@@ -5,13 +5,12 @@
 #include "LogClient.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
+#include "log/LogLevels.h"
 #include "log/PlatformLog.h"
 #include "service/requests/Reply.h"
 
 namespace workstation::service::requests {
 namespace {
-
-constexpr unsigned int allLogLevels = 3;
 
 void TellLogLevel(ipc::Endpoint const& endpoint, ipc::Letter const& request) {
     UIntItem level(LogClient::Instance()->Level());
@@ -20,7 +19,7 @@ void TellLogLevel(ipc::Endpoint const& endpoint, ipc::Letter const& request) {
 
 void SetLogLevel(ipc::Endpoint const& endpoint, ipc::Letter& request) {
     UIntItem level;
-    BoolItem done(ipc::DecodeItems(request.payload, {&level}) && level.Value() <= allLogLevels);
+    BoolItem done(ipc::DecodeItems(request.payload, {&level}) && level.Value() <= log::allLevels);
     if (done.Value()) {
         log::LogNotification("log level set to " + std::to_string(level.Value()));
         LogClient::Instance()->Level(level.Value());

@@ -9,8 +9,8 @@
 
 namespace workstation::service::requests {
 
-// Answers a request with these items. A client that does not take its answer goes without: the
-// service waits for nobody.
+// Answers a request with these items. Never waits: when the client has ended, or its queue is full,
+// the answer is dropped and that is logged.
 void Reply(ipc::Endpoint const& endpoint, ipc::Letter const& request, std::uint32_t id,
            std::initializer_list<Item*> items);
 

@@ -1,4 +1,4 @@
-// Waits for what another process or thread writes into a file.
+// A wait for files to change.
 #pragma once
 
 #include <poll.h>
@@ -9,24 +9,23 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <system_error>
 
 #include "FileDescriptor.h"
 
-// Waits until the condition holds: it is checked now and whenever a file in the directory is made
-// or written. False when the time ends first.
-inline bool AwaitChange(std::filesystem::path const& directory, std::chrono::seconds patience,
-                        std::function<bool()> const& condition) {
-    using std::chrono::steady_clock;
-    auto const deadline = steady_clock::now() + patience;
+// Waits until `condition` holds, and checks it again whenever a file in `directory` has been made
+// or written. False when it does not hold in time.
+template <typename Condition>
+bool AwaitInDirectory(std::filesystem::path const& directory, std::chrono::milliseconds patience,
+                      Condition const& condition) {
+    auto const deadline = std::chrono::steady_clock::now() + patience;
     workstation::FileDescriptor const changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (inotify_add_watch(changes.Get(), directory.c_str(), IN_MODIFY | IN_CREATE) < 0) {
-        throw std::system_error(errno, std::generic_category(), "inotify");
+        throw std::system_error(errno, std::generic_category(), "inotify_add_watch");
     }
     while (!condition()) {
-        auto const left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - steady_clock::now());
+        auto const left = std::chrono::ceil<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
         pollfd change{changes.Get(), POLLIN, 0};
         if (left.count() <= 0 || poll(&change, 1, static_cast<int>(left.count())) <= 0) {
             return false;
