@@ -1,33 +1,34 @@
-// A file that stands under its name only once it is complete.
+// A file that appears under its name only when it is complete.
 #pragma once
 
 #include <cstddef>
 #include <string>
 
 #include "FileDescriptor.h"
-#include "Trouble.h"
 
 namespace workstation {
 
-// Written beside its place under another name, which disappears when the file is given up.
+// Written beside its place under a temporary name. Unless it is completed it is removed, and
+// whatever has its name stays as it is.
 class NewFile {
 public:
-    NewFile() = default;
+    // Begins the file that is to be `path`. Throws Failure, also (EINVAL) when something is there
+    // that is not a regular file.
+    explicit NewFile(std::string const& path);
     ~NewFile();
 
     NewFile(NewFile const&) = delete;
     NewFile& operator=(NewFile const&) = delete;
 
-    // Begins the file that is to be `path`. Only a regular file there will be replaced.
-    bool Begin(std::string const& path, Trouble& why);
-    // Writes all the bytes. Only after Begin.
-    bool Write(unsigned char const* bytes, std::size_t count, Trouble& why);
-    // Ends the file and puts it in its place.
-    bool Complete(Trouble& why);
+    // Writes all the bytes or throws Failure.
+    void Write(unsigned char const* bytes, std::size_t count);
+
+    // Closes the file and puts it in its place. Throws Failure. Nothing may be written afterwards.
+    void Complete();
 
 private:
     std::string path_;
-    std::string temporaryPath_; // empty: there is none
+    std::string temporaryPath_; // empty when complete
     FileDescriptor file_;
 };
 

@@ -44,13 +44,11 @@ protected:
     std::string Name() const { return "pool '" + root_.Pool() + "': "; }
 
     std::uint32_t Get(int number, pool::EntryWord word) const {
-        Trouble why;
-        return pool::PoolImage::Open(root_.Pool(), why)->Get(number, word);
+        return pool::PoolImage::Open(root_.Pool())->Get(number, word);
     }
 
     void Set(int number, pool::EntryWord word, std::uint32_t value) const {
-        Trouble why;
-        pool::PoolImage::Open(root_.Pool(), why)->Set(number, word, value);
+        pool::PoolImage::Open(root_.Pool())->Set(number, word, value);
     }
 
     TestRoot root_;
@@ -182,8 +180,7 @@ TEST_F(CheckTest, MissingPoolStays) {
 
 TEST_F(CheckTest, WholeImageIsNotTouchedUnderARunningService) {
     WriteBytes(root_.Pool(), "X", 0);
-    Trouble why;
-    FileDescriptor owner = pool::LockRoot(why);
+    FileDescriptor owner = pool::LockRoot();
     ExpectNotRepaired(Name() + "not a pool image: the magic number is missing",
                       "'" + root_.Path() + "' is in use by a running stream manager");
     owner.Reset();
@@ -193,8 +190,7 @@ TEST_F(CheckTest, WholeImageIsNotTouchedUnderARunningService) {
 
 TEST_F(CheckTest, EntriesAreRepairedUnderARunningService) {
     Set(1, pool::EntryWord::controller, 9);
-    Trouble why;
-    FileDescriptor const owner = pool::LockRoot(why);
+    FileDescriptor const owner = pool::LockRoot();
     ExpectRepaired("stream file 1: controller 9 without a live writer", "reset");
 }
 

@@ -63,8 +63,7 @@ TEST_F(CommandLineTest, PoolIsMadeFilledChangedAndChecked) {
     Expect(
         0, "", "",
         {"set", "2", "--length", "3", "--controller", "9", "--db-match", "true", "--readers", "4"});
-    Trouble why;
-    auto const image = pool::PoolImage::Open(root_.Pool(), why);
+    auto const image = pool::PoolImage::Open(root_.Pool());
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(image->Get(2, pool::EntryWord::length), 3U);
     EXPECT_EQ(image->Get(2, pool::EntryWord::controller), 9U);

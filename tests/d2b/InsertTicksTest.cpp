@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "support/FailureOf.h"
 #include "support/TemporaryDirectory.h"
 #include "ts/TestStream.h"
 
@@ -41,11 +42,9 @@ protected:
 
     // The reason of a failure; empty on success.
     std::string Insert(std::string const& source, std::string const& target) const {
-        Trouble why;
-        bool const done = InsertTicks(Path(source), Path(target),
-                                      ts::TickInserter(ts::TickNumbering(1000), 57), why);
-        EXPECT_EQ(done, why.text.empty());
-        return why.text;
+        return workstation::FailureOf([&] {
+            InsertTicks(Path(source), Path(target), ts::TickInserter(ts::TickNumbering(1000), 57));
+        });
     }
 
     // The failure of a source with these bytes, which must leave nothing but the source behind.

@@ -43,8 +43,7 @@ protected:
                 traces += table.substr(slot, 4) != std::string(4, '\0');
             }
         }
-        Trouble why;
-        auto const image = PoolImage::Open(root_.Pool(), why);
+        auto const image = PoolImage::Open(root_.Pool());
         for (int number = 1; number <= 2; ++number) {
             traces += image->Get(number, EntryWord::controller) != 0;
         }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "support/FailureOf.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {
@@ -14,19 +15,13 @@ class PoolImageTest : public testing::Test {
 protected:
     // Why the pool is refused, without the part that names it.
     std::string Refusal() const {
-        Trouble why;
-        EXPECT_EQ(PoolImage::Open(root_.Pool(), why), nullptr);
+        std::string const failure = FailureOf([&] { PoolImage::Open(root_.Pool()); });
         std::string const name = "pool '" + root_.Pool() + "': ";
-        EXPECT_EQ(why.text.find(name), 0U) << why.text;
-        return why.text.substr(std::min(why.text.size(), name.size()));
+        EXPECT_EQ(failure.find(name), 0U) << failure;
+        return failure.substr(std::min(failure.size(), name.size()));
     }
 
-    std::unique_ptr<PoolImage> Open() const {
-        Trouble why;
-        auto image = PoolImage::Open(root_.Pool(), why);
-        EXPECT_NE(image, nullptr) << why.text;
-        return image;
-    }
+    std::unique_ptr<PoolImage> Open() const { return PoolImage::Open(root_.Pool()); }
 
     TestRoot root_;
 };
@@ -135,25 +130,24 @@ TEST_F(PoolImageTest, ReplacedImageIsNotTakenForTheOldOne) {
     root_.MakePool(2);
     auto const image = Open();
     EXPECT_TRUE(image->LiesAt(root_.Pool()));
-    EXPECT_TRUE(image->OpenDescriptor(O_RDONLY));
+    EXPECT_TRUE(image->OpenDescriptor(O_RDONLY, "pool"));
 
     std::filesystem::rename(root_.Pool(), root_.Path() + "/old");
     EXPECT_FALSE(image->LiesAt(root_.Pool()));
-    EXPECT_FALSE(image->OpenDescriptor(O_RDONLY));
-    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(ErrorOf([&] { image->OpenDescriptor(O_RDONLY, "pool"); }), ENOENT);
 
     root_.MakePool(2);
     EXPECT_FALSE(image->LiesAt(root_.Pool()));
-    EXPECT_FALSE(image->OpenDescriptor(O_RDONLY));
-    EXPECT_EQ(errno, ESTALE);
+    EXPECT_EQ(ErrorOf([&] { image->OpenDescriptor(O_RDONLY, "pool"); }), ESTALE);
+    EXPECT_EQ(FailureOf([&] { image->OpenDescriptor(O_RDONLY, "pool"); }),
+              "pool: Stale file handle");
 }
 
 TEST_F(PoolImageTest, ImageThatCannotBeMadeSaysWhy) {
-    Trouble why;
-    EXPECT_FALSE(PoolImage::Create(root_.Path() + "/none/pool", 1, why));
-    EXPECT_EQ(why.text,
+    auto const create = [&] { PoolImage::Create(root_.Path() + "/none/pool", 1); };
+    EXPECT_EQ(FailureOf(create),
               "cannot create '" + root_.Path() + "/none/pool': No such file or directory");
-    EXPECT_EQ(why.error, ENOENT);
+    EXPECT_EQ(ErrorOf(create), ENOENT);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // The process table: its layout byte for byte, and who gets a record.
 #include "pool/ProcessTable.h"
+#include "pool/SeamSession.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -191,7 +192,7 @@ TEST_F(ProcessTableTest, DamagedTableIsLeftAloneAndStopsNobody) {
         EXPECT_TRUE(StreamFileAccess(1, 0).IsOpen());
         EXPECT_FALSE(StreamMgrFileMgmnt().Initialize(0, false, false));
         EXPECT_EQ(Table(), bytes);
-        EXPECT_EQ(ReapDeadProcesses(), 0U);
+        EXPECT_EQ(SeamSession().Reap(), 0U);
         pool_.Unload();
     }
 }
@@ -267,8 +268,7 @@ TEST_F(ProcessTableTest, RecordsOfTheDeadGoWhenAProcessRegisters) {
 
 TEST_F(ProcessTableTest, WriterThatDiedIsPutRightWhateverItsSlotSays) {
     int const dead = IdOfDeadProcess();
-    Trouble why;
-    auto const image = PoolImage::Open(root_.Pool(), why);
+    auto const image = PoolImage::Open(root_.Pool());
     for (int number = 1; number <= 3; ++number) {
         image->Set(number, EntryWord::controller, 5);
     }
@@ -289,8 +289,7 @@ TEST_F(ProcessTableTest, WriterThatDiedIsPutRightWhateverItsSlotSays) {
 
 TEST_F(ProcessTableTest, WhatADeadReaperBeganIsFinished) {
     int const dead = IdOfDeadProcess();
-    Trouble why;
-    auto const image = PoolImage::Open(root_.Pool(), why);
+    auto const image = PoolImage::Open(root_.Pool());
     image->Set(2, EntryWord::controller, 5);
     ExpectedTable().Process(3, -dead).Thread(3, 0, Writing(dead), dead, 2).WriteTo(root_);
     Initialize();
@@ -303,7 +302,7 @@ TEST_F(ProcessTableTest, RecordThatALiveProcessIsClearingIsLeftToIt) {
     table.WriteTo(root_);
     Initialize();
     EXPECT_EQ(Table(), ExpectedTable(table).Process(1, self_).Bytes());
-    EXPECT_EQ(ReapDeadProcesses(), 0U);
+    EXPECT_EQ(SeamSession().Reap(), 0U);
 }
 
 TEST_F(ProcessTableTest, DeadNamesakeLeavesNothing) {
@@ -362,7 +361,7 @@ TEST_F(ProcessTableTest, KilledReaderIsReaped) {
     EXPECT_EQ(Processes(), (std::vector<int>{self_, child.Pid()}));
     child.Kill();
     EXPECT_EQ(Processes().size(), 2U);
-    EXPECT_EQ(ReapDeadProcesses(), 1U);
+    EXPECT_EQ(SeamSession().Reap(), 1U);
     EXPECT_EQ(Processes(), std::vector<int>{self_});
 }
 

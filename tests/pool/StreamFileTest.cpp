@@ -44,8 +44,7 @@ protected:
     }
 
     void SetLengthInImage(int number, std::uint32_t length) const {
-        Trouble why;
-        PoolImage::Open(root_.Pool(), why)->Set(number, EntryWord::length, length);
+        PoolImage::Open(root_.Pool())->Set(number, EntryWord::length, length);
     }
 
     TestRoot root_;
@@ -302,8 +301,7 @@ TEST_F(StreamFileTest, FileSizeLimitIsAWriteError) {
 }
 
 TEST_F(StreamFileTest, TableEntryIsReportedAsItStands) {
-    Trouble why;
-    auto const image = PoolImage::Open(root_.Pool(), why);
+    auto const image = PoolImage::Open(root_.Pool());
     image->Set(3, EntryWord::controller, 4);
     image->Set(3, EntryWord::dbMatch, 1);
     image->Set(3, EntryWord::atomicReaders, 12);

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "Root.h"
+#include "StreamFileAccess.h"
 #include "pool/PoolImage.h"
-#include "pool/PoolSession.h"
 #include "support/TemporaryRoot.h"
 
 namespace workstation {
@@ -18,7 +18,7 @@ namespace workstation {
 class TestRoot {
 public:
     TestRoot() = default;
-    ~TestRoot() { pool::PoolSession::Instance().Unload(); }
+    ~TestRoot() { StreamFileAccess().Unload(); }
 
     TestRoot(TestRoot const&) = delete;
     TestRoot& operator=(TestRoot const&) = delete;
@@ -32,12 +32,7 @@ public:
     // Makes this directory the recorder's again, after another one was.
     void Use() const { root_.Use(); }
 
-    void MakePool(std::uint32_t fileCount) const {
-        Trouble why;
-        if (!pool::PoolImage::Create(Pool(), fileCount, why)) {
-            throw std::runtime_error(why.text);
-        }
-    }
+    void MakePool(std::uint32_t fileCount) const { pool::PoolImage::Create(Pool(), fileCount); }
 
 private:
     TemporaryRoot root_;

@@ -18,12 +18,7 @@ void AddLoadCommand(CLI::App& tool) {
     command->add_option("NUMBER", options->fileNumber, "Number of the stream file, from 1")
         ->required();
     command->add_option("FILE", options->source, "What to write")->required();
-    command->callback([options] {
-        Trouble why;
-        if (!LoadStreamFile(options->fileNumber, options->source, why)) {
-            throw CommandFailure(why);
-        }
-    });
+    command->callback([options] { LoadStreamFile(options->fileNumber, options->source); });
 }
 
 } // namespace workstation::d2b

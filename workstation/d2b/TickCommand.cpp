@@ -82,12 +82,8 @@ void AddTickCommand(CLI::App& tool) {
                      "Numbers the ticks anew, from the one with this index on")
         ->type_name("INDEX:TICK")
         ->allow_extra_args(false);
-    command->callback([options] {
-        Trouble why;
-        if (!InsertTicks(options->source, options->target, MakeInserter(*options), why)) {
-            throw CommandFailure(why);
-        }
-    });
+    command->callback(
+        [options] { InsertTicks(options->source, options->target, MakeInserter(*options)); });
 }
 
 } // namespace workstation::d2b

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "BigEndian.h"
+#include "Failure.h"
 
 namespace workstation::pool {
 namespace {
@@ -120,10 +121,10 @@ PoolHeaderPage EncodePoolHeader(std::uint32_t fileCount) {
     return page;
 }
 
-std::optional<std::uint32_t> DecodePoolHeader(PoolHeaderPage const& page, std::string& fault) {
-    fault = HeaderFault(page);
+std::uint32_t DecodePoolHeader(PoolHeaderPage const& page, std::string const& image) {
+    std::string const fault = HeaderFault(page);
     if (!fault.empty()) {
-        return std::nullopt;
+        throw Failure(EUCLEAN, image + ": " + fault);
     }
     return GetBig32(page.data() + fileCountAt);
 }

@@ -47,7 +47,7 @@ constexpr std::uint64_t PoolSlotOffset(std::uint32_t fileCount, int fileNumber) 
 // "stream file 7", as messages name it.
 std::string StreamFileName(int fileNumber);
 
-// The only number of files that gives an image of this size; none when no number does.
+// The only number of files that gives an image of this size; empty when no number does.
 std::optional<std::uint32_t> PoolFileCountOfSize(std::uint64_t imageSize);
 
 // What is wrong with an image of another size than it must have.
@@ -55,8 +55,8 @@ std::string WrongPoolImageSize(std::uint64_t imageSize, std::uint32_t fileCount)
 
 PoolHeaderPage EncodePoolHeader(std::uint32_t fileCount);
 
-// The number of files that a header states; none, with what is wrong in `fault`, when any of its
-// fields is not as it must be.
-std::optional<std::uint32_t> DecodePoolHeader(PoolHeaderPage const& page, std::string& fault);
+// The number of files that a header states. Throws Failure (EUCLEAN) with the first field that is
+// wrong; `image` names the image in its text.
+std::uint32_t DecodePoolHeader(PoolHeaderPage const& page, std::string const& image);
 
 } // namespace workstation::pool

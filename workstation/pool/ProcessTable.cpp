@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "Failure.h"
 #include "FileDescriptor.h"
 #include "pool/PoolImage.h"
 #include "pool/WriterLock.h"
@@ -133,26 +134,19 @@ bool ClearRecord(ProcessRecord& record, std::int32_t pidWord, PoolImage& pool) {
     return true;
 }
 
-Mapping MapTable(int descriptor, std::string const& path, Mapping::Access access, Trouble& why) {
+SharedMapping MapTable(int descriptor, std::string const& path, SharedMapping::Access access) {
+    std::string const name = "process table '" + path + "'";
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
-        FailWithErrno(why, "process table '" + path + "'");
-        return {};
+        throw SystemFailure(name);
     }
     if (!S_ISREG(status.st_mode) || status.st_size != sizeof(ProcessTableData)) {
-        Fail(why, EUCLEAN,
-             "process table '" + path + "': " + std::to_string(status.st_size) + " bytes, not " +
-                 std::to_string(sizeof(ProcessTableData)));
-        return {};
+        throw Failure(EUCLEAN, name + ": " + std::to_string(status.st_size) + " bytes, not " +
+                                   std::to_string(sizeof(ProcessTableData)));
     }
-    Mapping mapping(descriptor, sizeof(ProcessTableData), access);
-    if (!mapping) {
-        FailWithErrno(why, "cannot map the process table '" + path + "'");
-        return {};
-    }
+    SharedMapping mapping(descriptor, sizeof(ProcessTableData), access, "cannot map the " + name);
     if (!IsSound(static_cast<ProcessTableData*>(mapping.Data())->header)) {
-        Fail(why, EUCLEAN, "process table '" + path + "': the header is not of this version");
-        return {};
+        throw Failure(EUCLEAN, name + ": the header is not of this version");
     }
     return mapping;
 }
@@ -166,28 +160,23 @@ bool ExtendNewFile(int descriptor) {
 
 } // namespace
 
-std::unique_ptr<ProcessTable> ProcessTable::Open(std::string const& path, Trouble& why) {
+std::unique_ptr<ProcessTable> ProcessTable::Open(std::string const& path) {
     mkdir(std::filesystem::path(path).parent_path().c_str(), 0700);
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
     if (!file || !ExtendNewFile(file.Get())) {
-        FailWithErrno(why, "cannot make the process table '" + path + "'");
-        return nullptr;
+        throw SystemFailure("cannot make the process table '" + path + "'");
     }
-    Mapping mapping = MapTable(file.Get(), path, Mapping::Access::change, why);
-    if (!mapping) {
-        return nullptr;
-    }
+    SharedMapping mapping = MapTable(file.Get(), path, SharedMapping::Access::readWrite);
     MakeHeader(static_cast<ProcessTableData*>(mapping.Data())->header);
     return std::unique_ptr<ProcessTable>(new ProcessTable(std::move(mapping)));
 }
 
-Mapping ProcessTable::MapForLooking(std::string const& path, Trouble& why) {
+SharedMapping ProcessTable::MapReadOnly(std::string const& path) {
     FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file) {
-        FailWithErrno(why, "cannot open the process table '" + path + "'");
-        return {};
+        throw SystemFailure("cannot open the process table '" + path + "'");
     }
-    return MapTable(file.Get(), path, Mapping::Access::look, why);
+    return MapTable(file.Get(), path, SharedMapping::Access::readOnly);
 }
 
 bool ProcessTable::Register(PoolImage& pool) {

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Trouble.h"
-#include "pool/Mapping.h"
+#include "pool/SharedMapping.h"
 
 namespace workstation::pool {
 
@@ -71,11 +70,12 @@ enum class SlotUse : std::uint32_t {
 class ProcessTable {
 public:
     // Opens the table, and makes it and its directory when they are missing; any number of
-    // processes may do so at once. Null when the file is no process table of this machine.
-    static std::unique_ptr<ProcessTable> Open(std::string const& path, Trouble& why);
+    // processes may do so at once. Throws Failure, also (EUCLEAN) when the file is not a process
+    // table of this machine.
+    static std::unique_ptr<ProcessTable> Open(std::string const& path);
 
-    // The same for looking only: makes nothing. Not mapped on failure.
-    static Mapping MapForLooking(std::string const& path, Trouble& why);
+    // The same for reading only: makes nothing.
+    static SharedMapping MapReadOnly(std::string const& path);
 
     // Gives this process a record; a record with its id that is there already was left by a dead
     // namesake and is cleared, as are the records of all other dead processes. False when the
@@ -101,14 +101,14 @@ public:
     static void Release(ThreadSlot& slot, SlotUse use);
 
 private:
-    explicit ProcessTable(Mapping mapping)
+    explicit ProcessTable(SharedMapping mapping)
         : mapping_(std::move(mapping)) {}
 
     ProcessTableData& Data() const { return *static_cast<ProcessTableData*>(mapping_.Data()); }
     ProcessRecord* RecordOfThisProcess() const;
     bool ClaimRecord();
 
-    Mapping mapping_;
+    SharedMapping mapping_;
 };
 
 } // namespace workstation::pool
