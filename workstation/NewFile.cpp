@@ -1,4 +1,4 @@
-// A file that appears under its name only when it is complete.
+// Files that appear under their name only when they are complete.
 #include "NewFile.h"
 
 #include <fcntl.h>
@@ -19,27 +19,36 @@ Failure CannotWrite(std::string const& path) {
 
 } // namespace
 
+UnfinishedFile::~UnfinishedFile() {
+    if (!path_.empty()) {
+        unlink(path_.c_str());
+    }
+}
+
+bool UnfinishedFile::RenameTo(std::string const& path) {
+    if (std::rename(path_.c_str(), path.c_str()) != 0) {
+        return false;
+    }
+    path_.clear();
+    return true;
+}
+
 NewFile::NewFile(std::string const& path)
-    : path_(path)
-    , temporaryPath_(path + ".XXXXXX") {
+    : path_(path) {
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         throw Failure(EINVAL, "'" + path + "' is not a regular file");
     }
-    file_.Reset(mkostemp(temporaryPath_.data(), O_CLOEXEC));
+    std::string temporaryPath = path + ".XXXXXX";
+    file_.Reset(mkostemp(temporaryPath.data(), O_CLOEXEC));
     if (!file_) {
         throw CannotWrite(path);
     }
-    // mkostemp gives the owner alone access; a new file has what the umask leaves.
+    unfinished_.emplace(temporaryPath);
+    // mkostemp gives access to the owner alone; a new file has what the umask leaves.
     mode_t const mask = umask(0);
     umask(mask);
     fchmod(file_.Get(), 0666 & ~mask);
-}
-
-NewFile::~NewFile() {
-    if (!temporaryPath_.empty()) {
-        unlink(temporaryPath_.c_str());
-    }
 }
 
 void NewFile::Write(unsigned char const* bytes, std::size_t count) {
@@ -57,10 +66,9 @@ void NewFile::Write(unsigned char const* bytes, std::size_t count) {
 }
 
 void NewFile::Complete() {
-    if (close(file_.Release()) != 0 || std::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
+    if (close(file_.Release()) != 0 || !unfinished_->RenameTo(path_)) {
         throw CannotWrite(path_);
     }
-    temporaryPath_.clear();
 }
 
 } // namespace workstation

@@ -1,24 +1,41 @@
-// A file that appears under its name only when it is complete.
+// Files that appear under their name only when they are complete.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "FileDescriptor.h"
 
 namespace workstation {
 
-// Written beside its place under a temporary name. Unless it is completed it is removed, and
-// whatever has its name stays as it is.
+// The temporary path of a file that is being made. The file is removed unless it was renamed.
+class UnfinishedFile {
+public:
+    explicit UnfinishedFile(std::string path)
+        : path_(std::move(path)) {}
+    ~UnfinishedFile();
+
+    UnfinishedFile(UnfinishedFile const&) = delete;
+    UnfinishedFile& operator=(UnfinishedFile const&) = delete;
+
+    std::string const& Path() const { return path_; }
+
+    // Puts the file in its place, over whatever file is there. False with errno on failure.
+    bool RenameTo(std::string const& path);
+
+private:
+    std::string path_; // empty when renamed
+};
+
+// A file that is written beside its place under a temporary name. Unless it is completed it is
+// removed, and whatever has its name stays as it is.
 class NewFile {
 public:
     // Begins the file that is to be `path`. Throws Failure, also (EINVAL) when something is there
     // that is not a regular file.
     explicit NewFile(std::string const& path);
-    ~NewFile();
-
-    NewFile(NewFile const&) = delete;
-    NewFile& operator=(NewFile const&) = delete;
 
     // Writes all the bytes or throws Failure.
     void Write(unsigned char const* bytes, std::size_t count);
@@ -28,8 +45,8 @@ public:
 
 private:
     std::string path_;
-    std::string temporaryPath_; // empty when complete
     FileDescriptor file_;
+    std::optional<UnfinishedFile> unfinished_; // empty only while the constructor runs
 };
 
 } // namespace workstation

@@ -7,6 +7,7 @@
 #include "StreamFileAccess.h"
 #include "pool/RootLock.h"
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {

@@ -1,10 +1,9 @@
-// Streams in files that are given ticks.
+// d2b tick: the copy with ticks, and what is refused.
 #include "d2b/CopyWithTicks.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <csignal>
 #include <cstdio>
@@ -13,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "support/ChildProcess.h"
 #include "support/FailureOf.h"
 #include "support/TemporaryDirectory.h"
 #include "ts/TestStream.h"
@@ -163,18 +163,14 @@ TEST_F(CopyWithTicksTest, OnlyARegularFileIsReplaced) {
 TEST_F(CopyWithTicksTest, WriteErrorLeavesNoTarget) {
     Put("in.ts", TestStream().Add(PcrPacket(0)).Media(5000).Data());
     // A limit on the size of files stands in for a full disk.
-    pid_t const child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    ChildProcess child([&] {
         signal(SIGXFSZ, SIG_IGN);
         rlimit const limit = {300000, 300000};
         setrlimit(RLIMIT_FSIZE, &limit);
         std::string const reason = Insert("in.ts", "out.ts");
-        _exit(reason == "cannot write '" + Path("out.ts") + "': File too large" ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+        return reason == "cannot write '" + Path("out.ts") + "': File too large" ? 0 : 1;
+    });
+    EXPECT_EQ(child.Wait(), 0);
     EXPECT_FALSE(std::filesystem::exists(Path("out.ts")));
 }
 

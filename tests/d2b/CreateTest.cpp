@@ -8,6 +8,7 @@
 #include "pool/ProcessTable.h"
 #include "pool/RootLock.h"
 #include "support/FailureOf.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {

@@ -6,6 +6,7 @@
 #include "StreamFileAccess.h"
 #include "pool/StreamFile.h"
 #include "support/FailureOf.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {

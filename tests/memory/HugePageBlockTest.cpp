@@ -1,9 +1,8 @@
-// Large blocks of memory, with and without the thread that makes them present.
+// Blocks of huge pages, with and without the thread that makes them present.
 #include "memory/HugePageBlock.h"
 
 #include <gtest/gtest.h>
 #include <sched.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -15,6 +14,8 @@
 #include <span>
 #include <thread>
 #include <vector>
+
+#include "support/ChildProcess.h"
 
 using workstation::memory::AllocateHugePageBlock;
 using workstation::memory::FreeHugePageBlock;
@@ -33,19 +34,6 @@ std::span<unsigned char> Allocate(std::size_t size) {
 bool IsFilledWith(unsigned char byte, std::span<unsigned char const> memory) {
     return memory.front() == byte &&
            std::memcmp(memory.data(), memory.data() + 1, memory.size() - 1) == 0;
-}
-
-// Runs `work` in a child process and returns how that ended, as waitpid says.
-template <typename Work>
-int StatusOfChild(Work work) {
-    pid_t const child = fork();
-    if (child == 0) {
-        work();
-        _exit(0);
-    }
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    return status;
 }
 
 TEST(HugePageBlock, IsZeroFilledAndWritableToTheLastByte) {
@@ -125,31 +113,31 @@ TEST(HugePageBlock, ThereIsNoneLargerThanTheAddressSpace) {
 }
 
 TEST(HugePageBlock, WorksOnOneProcessor) {
-    EXPECT_EQ(StatusOfChild([] {
-                  cpu_set_t all;
-                  sched_getaffinity(0, sizeof all, &all);
-                  int processor = 0;
-                  while (!CPU_ISSET(processor, &all)) {
-                      ++processor;
-                  }
-                  cpu_set_t one;
-                  CPU_ZERO(&one);
-                  CPU_SET(processor, &one);
-                  sched_setaffinity(0, sizeof one, &one);
-                  auto const memory = Allocate(slotSize);
-                  memory.back() = 1;
-                  _exit(FreeHugePageBlock(memory.data()) ? 0 : 1);
-              }),
-              0);
+    ChildProcess child([] {
+        cpu_set_t all;
+        sched_getaffinity(0, sizeof all, &all);
+        int processor = 0;
+        while (!CPU_ISSET(processor, &all)) {
+            ++processor;
+        }
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(processor, &one);
+        sched_setaffinity(0, sizeof one, &one);
+        auto const memory = Allocate(slotSize);
+        memory.back() = 1;
+        return FreeHugePageBlock(memory.data()) ? 0 : 1;
+    });
+    EXPECT_EQ(child.Wait(), 0);
 }
 
 TEST(HugePageBlock, ChildProcessMayFreeWhatItInherited) {
     auto const memory = Allocate(slotSize);
-    EXPECT_EQ(StatusOfChild([memory] {
-                  memory.back() = 1;
-                  _exit(FreeHugePageBlock(memory.data()) ? 0 : 1);
-              }),
-              0);
+    ChildProcess child([memory] {
+        memory.back() = 1;
+        return FreeHugePageBlock(memory.data()) ? 0 : 1;
+    });
+    EXPECT_EQ(child.Wait(), 0);
     EXPECT_EQ(memory.back(), 0);
     EXPECT_TRUE(FreeHugePageBlock(memory.data()));
 }

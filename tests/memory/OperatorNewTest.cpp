@@ -1,8 +1,6 @@
-// All forms of new and delete, with sizes on both sides of a large block's.
+// All forms of new and delete, for blocks from malloc and for blocks of huge pages.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -11,6 +9,7 @@
 #include <vector>
 
 #include "memory/HugePageBlock.h"
+#include "support/ChildProcess.h"
 
 using workstation::memory::hugePageBlockSize;
 
@@ -85,18 +84,16 @@ TEST(OperatorNew, NullMayBeDeleted) {
     ::operator delete[](nullptr);
 }
 
-// What cannot be had is reported in the standard's way.
+// As the standard requires: null, the new handler, std::bad_alloc.
 TEST(OperatorNew, MemoryThatCannotBeHadIsReported) {
-    pid_t const child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    ChildProcess child([] {
         static int handlerCalls = 0;
         rlimit limit = {};
         getrlimit(RLIMIT_AS, &limit);
         limit.rlim_cur = 0x4000000;
         if (setrlimit(RLIMIT_AS, &limit) != 0 ||
             ::operator new(0x5E00000, std::nothrow) != nullptr) {
-            _exit(1);
+            return 1;
         }
         std::set_new_handler([] {
             ++handlerCalls;
@@ -104,28 +101,22 @@ TEST(OperatorNew, MemoryThatCannotBeHadIsReported) {
         });
         try {
             std::vector<unsigned char> const buffer(0x5E00000);
-            _exit(2);
+            return 2;
         } catch (std::bad_alloc const&) {
-            _exit(handlerCalls == 1 ? 0 : 3);
+            return handlerCalls == 1 ? 0 : 3;
         }
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    });
+    EXPECT_EQ(child.Wait(), 0);
 }
 
 // As the tool does when it is interrupted: the block is still being made present.
 TEST(OperatorNew, ProcessMayEndWithHugePageBlocksInUse) {
     for (int i = 0; i < 10; ++i) {
-        pid_t const child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        ChildProcess child([]() -> int {
             static void* memory = ::operator new(0x5E00000);
             std::exit(memory != nullptr ? 0 : 1);
-        }
-        int status = -1;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0);
+        });
+        EXPECT_EQ(child.Wait(), 0);
     }
 }
 

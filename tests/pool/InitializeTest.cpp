@@ -6,6 +6,7 @@
 #include "pool/ProcessTable.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
+#include "support/Files.h"
 #include "support/LogFile.h"
 #include "support/TestRoot.h"
 

@@ -7,6 +7,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {

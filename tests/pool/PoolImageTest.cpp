@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include "support/FailureOf.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {
@@ -81,7 +82,7 @@ TEST_F(PoolImageTest, DamagedHeaderIsRefusedWithItsFault) {
 
 TEST_F(PoolImageTest, NewImageHoldsEmptyFilesAndTakesNoSpace) {
     root_.MakePool(3);
-    auto const image = Open();
+    auto const image = PoolImage::Open(root_.Pool());
     EXPECT_EQ(image->FileCount(), 3);
     for (int number = 1; number <= 3; ++number) {
         for (auto const word : {EntryWord::controller, EntryWord::dbMatch, EntryWord::atomicReaders,
@@ -98,7 +99,7 @@ TEST_F(PoolImageTest, NewImageHoldsEmptyFilesAndTakesNoSpace) {
 
 TEST_F(PoolImageTest, PoolWithoutFilesIsSound) {
     root_.MakePool(0);
-    auto const image = Open();
+    auto const image = PoolImage::Open(root_.Pool());
     EXPECT_EQ(image->FileCount(), 0);
     EXPECT_FALSE(image->Has(0));
     EXPECT_FALSE(image->Has(1));
@@ -106,7 +107,7 @@ TEST_F(PoolImageTest, PoolWithoutFilesIsSound) {
 
 TEST_F(PoolImageTest, EntryLiesInTheFileBigEndian) {
     root_.MakePool(2);
-    auto const image = Open();
+    auto const image = PoolImage::Open(root_.Pool());
     image->Set(2, EntryWord::controller, 0x01020304);
     image->Set(2, EntryWord::dbMatch, 0x05060708);
     image->Set(2, EntryWord::atomicReaders, 0x090A0B0C);
@@ -122,15 +123,15 @@ TEST_F(PoolImageTest, EntryLiesInTheFileBigEndian) {
 
 TEST_F(PoolImageTest, ChangesShowInEveryMapping) {
     root_.MakePool(2);
-    auto const writer = Open();
-    auto const reader = Open();
+    auto const writer = PoolImage::Open(root_.Pool());
+    auto const reader = PoolImage::Open(root_.Pool());
     writer->Set(1, EntryWord::length, 4711);
     EXPECT_EQ(reader->Get(1, EntryWord::length), 4711U);
 }
 
 TEST_F(PoolImageTest, ReplacedImageIsNotTakenForTheOldOne) {
     root_.MakePool(2);
-    auto const image = Open();
+    auto const image = PoolImage::Open(root_.Pool());
     EXPECT_TRUE(image->LiesAt(root_.Pool()));
     EXPECT_TRUE(image->OpenDescriptor(O_RDONLY, "pool"));
 

@@ -8,6 +8,7 @@
 #include "pool/StreamFile.h"
 #include "support/ChildProcess.h"
 #include "support/FailureOf.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {

@@ -10,6 +10,7 @@
 
 #include "StreamFileAccess.h"
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {

@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "StreamFileAccess.h"
+#include "support/Files.h"
 #include "support/LogFile.h"
 #include "support/TestRoot.h"
 

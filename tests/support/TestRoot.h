@@ -1,11 +1,9 @@
-// A recorder's directory for one test.
+// A recorder's directory with a pool, for one test.
 #pragma once
 
 #include <cstdint>
-#include <fstream>
-#include <stdexcept>
+#include <filesystem>
 #include <string>
-#include <vector>
 
 #include "Root.h"
 #include "StreamFileAccess.h"
@@ -14,7 +12,7 @@
 
 namespace workstation {
 
-// A new directory that is the recorder's while the object lives.
+// A new directory that is the recorder's during the life of the object, for tests of the pool.
 class TestRoot {
 public:
     TestRoot() = default;
@@ -37,28 +35,5 @@ public:
 private:
     TemporaryRoot root_;
 };
-
-inline std::string BytesOf(std::string const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void WriteBytes(std::string const& path, std::string const& bytes, std::uint64_t offset) {
-    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
-    file.seekp(static_cast<std::streamoff>(offset));
-    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush()) {
-        throw std::runtime_error("cannot write " + path);
-    }
-}
-
-// Bytes that tell where they stand, with a period that no chunk size divides.
-inline std::vector<unsigned char> Pattern(std::size_t size) {
-    std::vector<unsigned char> bytes(size);
-    for (std::size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<unsigned char>(i % 251 + 1);
-    }
-    return bytes;
-}
 
 } // namespace workstation

@@ -5,13 +5,12 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "Failure.h"
+#include "NewFile.h"
 #include "Root.h"
 #include "d2b/Commands.h"
 #include "pool/PoolImage.h"
@@ -29,22 +28,6 @@ Existing WhatLiesAt(std::string const& path) {
     }
     return S_ISDIR(status.st_mode) ? Existing::directory : Existing::file;
 }
-
-// The path of a file that is removed again unless it was renamed.
-class Unfinished {
-public:
-    explicit Unfinished(std::string path)
-        : path_(std::move(path)) {}
-    ~Unfinished() { unlink(path_.c_str()); }
-
-    Unfinished(Unfinished const&) = delete;
-    Unfinished& operator=(Unfinished const&) = delete;
-
-    std::string const& Path() const { return path_; }
-
-private:
-    std::string path_;
-};
 
 void MakeRoot() {
     std::filesystem::path const root = RootDirectory();
@@ -68,10 +51,10 @@ void MakeDirectoryPool(std::string const& path, Existing existing) {
 // The new image takes the place of the old one when it is complete: other processes may have mapped
 // the old one.
 void MakeImagePool(std::string const& path, Existing existing, std::uint32_t fileCount) {
-    Unfinished const unfinished(path + ".new");
+    UnfinishedFile unfinished(path + ".new");
     pool::PoolImage::Create(unfinished.Path(), fileCount);
     if ((existing == Existing::directory && rmdir(path.c_str()) != 0) ||
-        std::rename(unfinished.Path().c_str(), path.c_str()) != 0) {
+        !unfinished.RenameTo(path)) {
         throw SystemFailure("cannot replace '" + path + "'");
     }
 }
