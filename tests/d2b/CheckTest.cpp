@@ -85,6 +85,13 @@ TEST_F(CheckTest, ControllerWithoutAWriterIsReset) {
     EXPECT_EQ(Get(1, pool::EntryWord::controller), 0U);
 }
 
+TEST_F(CheckTest, LargestValuesOfTheOtherWordsAreSound) {
+    Set(3, pool::EntryWord::length, 98566144);
+    Set(3, pool::EntryWord::dbMatch, 1);
+    Set(3, pool::EntryWord::atomicReaders, 0x7FFFFFFF);
+    EXPECT_EQ(Check(false), Lines{});
+}
+
 TEST_F(CheckTest, NonsenseInTheOtherWordsIsSetToZero) {
     Set(3, pool::EntryWord::dbMatch, 2);
     ExpectRepaired("stream file 3: database match is 2, neither 0 nor 1", "set to 0");

@@ -80,6 +80,31 @@ TEST_F(CommandLineTest, PoolIsMadeFilledChangedAndChecked) {
     EXPECT_TRUE(std::filesystem::is_directory(root_.Pool()));
 }
 
+TEST_F(CommandLineTest, LargestValuesAreAccepted) {
+    Expect(0, "", "", {"create", "--files", "1"});
+    Expect(0, "", "",
+           {"set", "1", "--length", "98566144", "--controller", "255", "--readers", "2147483647"});
+    auto const image = pool::PoolImage::Open(root_.Pool());
+    EXPECT_EQ(image->Get(1, pool::EntryWord::length), 98566144U);
+    EXPECT_EQ(image->Get(1, pool::EntryWord::controller), 255U);
+    EXPECT_EQ(image->Get(1, pool::EntryWord::atomicReaders), 2147483647U);
+}
+
+TEST_F(CommandLineTest, CheckThatLeavesAnythingIsStatus1) {
+    root_.MakePool(1);
+    std::filesystem::resize_file(root_.Pool(), pool::PoolImageSize(1) + 1);
+    std::filesystem::create_directory(root_.Path() + "/shm");
+    std::ofstream(root_.ProcessTable()) << "nonsense";
+    Expect(1,
+           "pool '" + root_.Pool() +
+               "': too long: 98574337 bytes, but 1 stream files take 98574336"
+               "; not repaired: it cannot be repaired\n"
+               "process table '" +
+               root_.ProcessTable() +
+               "': 8 bytes, not 98844; removed, the next process makes a new one\n",
+           "", {"check", "--repair"});
+}
+
 TEST_F(CommandLineTest, FailureIsOneLineAndStatus1) {
     std::string const missing =
         "d2b: pool '" + root_.Pool() + "': cannot open: No such file or directory\n";

@@ -55,6 +55,16 @@ TEST(Create, MakesTheRootWithItsParents) {
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
 }
 
+TEST(Create, DirectoryPoolIsForTheOwnerOnly) {
+    TestRoot const root;
+    mode_t const former = umask(0);
+    EXPECT_EQ(Create({1, true, false}), "");
+    umask(former);
+    struct stat status {};
+    ASSERT_EQ(stat(root.Pool().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0700U);
+}
+
 TEST(Create, RootThatCannotBeMadeIsSaid) {
     TestRoot const root;
     std::ofstream(root.Path() + "/file") << "x";

@@ -37,6 +37,14 @@ TEST(OperatorNew, PlainFormsServeEverySize) {
     }
 }
 
+TEST(OperatorNew, BlocksOfTheLimitAndMoreBeginWithAHugePage) {
+    for (std::size_t const size : {hugePageBlockSize, hugePageBlockSize + 1}) {
+        void* const memory = ::operator new(size);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % 0x200000, 0U);
+        ::operator delete(memory);
+    }
+}
+
 // Allocators and delete expressions pass the size back, where the compiler does so.
 TEST(OperatorNew, SizedFormsServeEverySize) {
     for (std::size_t const size : sizes) {

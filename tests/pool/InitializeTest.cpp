@@ -129,6 +129,18 @@ TEST(Initialize, ReplacedPoolIsReachedAnewAndOldStreamsGoOn) {
     EXPECT_EQ(old.DataLength(), 5);
 }
 
+TEST(Initialize, PoolThatWasTruncatedSinceIsRefused) {
+    TestRoot const root;
+    root.MakePool(2);
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    std::filesystem::resize_file(root.Pool(), PoolImageSize(2) - 1);
+    EXPECT_FALSE(pool.InitializeFileAccess(false, true));
+    EXPECT_EQ(errno, EUCLEAN);
+    std::filesystem::resize_file(root.Pool(), PoolImageSize(2));
+    EXPECT_TRUE(pool.InitializeFileAccess(false, true));
+}
+
 TEST(Initialize, OpenStreamsOutliveUnload) {
     TestRoot const root;
     root.MakePool(1);

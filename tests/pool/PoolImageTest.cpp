@@ -97,6 +97,17 @@ TEST_F(PoolImageTest, NewImageHoldsEmptyFilesAndTakesNoSpace) {
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
+TEST_F(PoolImageTest, NewImageHoldsNothingOfTheFileItReplaces) {
+    root_.MakePool(2);
+    PoolImage::Open(root_.Pool())->Set(2, EntryWord::length, 5);
+    WriteBytes(root_.Pool(), "data", PoolSlotOffset(2, 2));
+    root_.MakePool(2);
+    EXPECT_EQ(PoolImage::Open(root_.Pool())->Get(2, EntryWord::length), 0U);
+    std::ifstream file(root_.Pool(), std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(PoolSlotOffset(2, 2)));
+    EXPECT_EQ(file.get(), 0);
+}
+
 TEST_F(PoolImageTest, PoolWithoutFilesIsSound) {
     root_.MakePool(0);
     auto const image = PoolImage::Open(root_.Pool());

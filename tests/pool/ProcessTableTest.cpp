@@ -1,15 +1,17 @@
 // The process table: its layout byte for byte, and who gets a record.
 #include "pool/ProcessTable.h"
-#include "pool/SeamSession.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <bit>
 #include <cstring>
 
 #include "StreamFileAccess.h"
+#include "pool/SeamSession.h"
 #include "support/ChildProcess.h"
+#include "support/FailureOf.h"
 #include "support/Files.h"
 #include "support/TestRoot.h"
 
@@ -196,6 +198,52 @@ TEST_F(ProcessTableTest, DamagedTableIsLeftAloneAndStopsNobody) {
         EXPECT_EQ(SeamSession().Reap(), 0U);
         pool_.Unload();
     }
+}
+
+TEST_F(ProcessTableTest, TableAndItsDirectoryAreForTheOwnerOnly) {
+    mode_t const former = umask(0);
+    Initialize();
+    umask(former);
+    struct stat status {};
+    ASSERT_EQ(stat(root_.ProcessTable().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    ASSERT_EQ(stat((root_.Path() + "/shm").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0700U);
+}
+
+TEST_F(ProcessTableTest, FileThatIsNoTableIsAFailureThatSaysWhy) {
+    std::filesystem::create_directory(root_.Path() + "/shm");
+    std::string const path = root_.ProcessTable();
+    auto const map = [&] { ProcessTable::MapReadOnly(path); };
+    EXPECT_EQ(FailureOf(map),
+              "cannot open the process table '" + path + "': No such file or directory");
+    EXPECT_EQ(ErrorOf(map), ENOENT);
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    auto const open = [&] { ProcessTable::Open(path); };
+    EXPECT_EQ(ErrorOf(open), EINVAL) << "it cannot be extended";
+    std::filesystem::remove(path);
+    std::ofstream(path) << "nonsense";
+    EXPECT_EQ(FailureOf(open), "process table '" + path + "': 8 bytes, not 98844");
+    EXPECT_EQ(ErrorOf(open), EUCLEAN);
+    std::ofstream(path) << std::string(98844, 'x');
+    EXPECT_EQ(FailureOf(map), "process table '" + path + "': the header is not of this version");
+    EXPECT_EQ(ErrorOf(map), EUCLEAN);
+}
+
+// The system refuses a signal to such a process, which does not mean that it is gone.
+TEST_F(ProcessTableTest, ProcessOfAnotherUserIsNotReaped) {
+    ExpectedTable().Process(3, getpid()).WriteTo(root_);
+    ChildProcess other([] {
+        PoolSession session;
+        session.Load(false);
+        constexpr uid_t nobody = 65534;
+        if (getuid() == 0 && setuid(nobody) != 0) {
+            return 99;
+        }
+        return static_cast<int>(session.Reap());
+    });
+    EXPECT_EQ(other.Wait(), 0);
+    EXPECT_EQ(Processes(), std::vector<int>{self_});
 }
 
 TEST_F(ProcessTableTest, TableThatCannotBeMadeStopsNobody) {

@@ -162,6 +162,35 @@ TEST(PacketResync, OfTwoAlignmentsThatLastTheOneWithPlausibleHeadersWins) {
     EXPECT_EQ(packets.front(), 100U);
 }
 
+TEST(PacketResync, OfTwoAlignmentsThatLastTheOneWithoutTransportErrorsWins) {
+    TestStream stream;
+    stream.Add(Garbage(100)).Media(30);
+    for (std::size_t misleading = 20; misleading < stream.Data().size(); misleading += 188) {
+        stream.Data()[misleading] = tsSyncByte;
+        stream.Data()[misleading + 1] = 0x81; // transport_error_indicator
+        stream.Data()[misleading + 3] = 0x10;
+    }
+    EXPECT_EQ(Packets(stream.Data()).front(), 100U);
+}
+
+// Of the payload, `steps` bytes at 188-byte steps look like the starts of packets.
+std::size_t FirstPacketBeside(std::size_t steps) {
+    TestStream stream;
+    stream.Add(Garbage(100)).Media(30);
+    for (std::size_t step = 0; step < steps; ++step) {
+        std::size_t const misleading = 20 + step * tsPacketSize;
+        stream.Data()[misleading] = tsSyncByte;
+        stream.Data()[misleading + 1] = 0x01;
+        stream.Data()[misleading + 3] = 0x10;
+    }
+    return Packets(stream.Data()).front();
+}
+
+TEST(PacketResync, AlignmentLastsWithThreeQuartersOfSixteenPackets) {
+    EXPECT_EQ(FirstPacketBeside(12), 20U);
+    EXPECT_EQ(FirstPacketBeside(11), 100U);
+}
+
 TEST(PacketResync, NothingButSyncBytesIsWalkedInSteps) {
     for (std::size_t size = 1; size <= 600; ++size) {
         EXPECT_EQ(Packets(Bytes(size, tsSyncByte)).size(), size / tsPacketSize) << size;
