@@ -246,6 +246,22 @@ TEST_F(ProcessTableTest, ProcessOfAnotherUserIsNotReaped) {
     EXPECT_EQ(Processes(), std::vector<int>{self_});
 }
 
+TEST_F(ProcessTableTest, UnloadResetsNoControllerForASlotOfAnotherProcess) {
+    Initialize();
+    auto const image = PoolImage::Open(root_.Pool());
+    for (int number = 1; number <= 2; ++number) {
+        image->Set(number, EntryWord::controller, 5);
+    }
+    ExpectedTable()
+        .Process(0, self_)
+        .Thread(0, 0, Writing(getppid()), 1, 1)
+        .Thread(0, 1, Writing(self_), 1, 2)
+        .WriteTo(root_);
+    pool_.Unload();
+    EXPECT_EQ(image->Get(1, EntryWord::controller), 5U);
+    EXPECT_EQ(image->Get(2, EntryWord::controller), 0U);
+}
+
 TEST_F(ProcessTableTest, TableThatCannotBeMadeStopsNobody) {
     std::ofstream(root_.Path() + "/shm") << "in the way";
     Initialize();

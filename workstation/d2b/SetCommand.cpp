@@ -41,7 +41,7 @@ void SetStreamFile(int fileNumber, SetOptions const& options) {
 }
 
 void AddSetCommand(CLI::App& tool) {
-    constexpr std::uint32_t none = 0;
+    constexpr std::uint32_t zero = 0;
     constexpr std::uint32_t maxController = 255;
     constexpr std::uint32_t maxReaders = std::numeric_limits<std::int32_t>::max();
 
@@ -53,16 +53,16 @@ void AddSetCommand(CLI::App& tool) {
     values->require_option();
     values->add_option("--length", options->length, "Stated length in bytes")
         ->option_text("BYTES, up to " + std::to_string(pool::poolSlotSize))
-        ->check(CLI::Range(none, pool::poolSlotSize));
+        ->check(CLI::Range(zero, pool::poolSlotSize));
     values->add_option("--controller", options->controller, "Write controller, 0 for nobody")
         ->option_text("N, up to " + std::to_string(maxController))
-        ->check(CLI::Range(none, maxController));
+        ->check(CLI::Range(zero, maxController));
     values->add_option("--db-match", options->dbMatch, "Known to the stream database as it is")
         ->option_text("true or false")
         ->check(CLI::IsMember({"true", "false"}));
     values->add_option("--readers", options->atomicReaders, "Number of atomic readers")
         ->option_text("N")
-        ->check(CLI::Range(none, maxReaders));
+        ->check(CLI::Range(zero, maxReaders));
     command->callback([fileNumber, options] { SetStreamFile(*fileNumber, *options); });
 }
 

@@ -1,4 +1,4 @@
-// How a pool image is laid out: a header page, the table of files, and the slots
+// The layout of a pool image: a header page, the table of files, and the slots
 // (docs/pool-image.md).
 #pragma once
 
@@ -19,7 +19,9 @@ constexpr std::uint32_t poolSlotSizeKiB = poolSlotSize / 1024;
 // The image stays below the 16 TiB that an ext4 file with 4 KiB blocks can have.
 constexpr std::uint32_t poolMaxFileCount = 100000;
 
-// The words of a file's entry in the table, by their index.
+// The words of a file's entry in the table, by their index: who writes the file (0: no process),
+// whether the event database knows it as it is, how many processes read it and must find it
+// unchanged, and its stated length in bytes.
 enum class EntryWord { controller = 0, dbMatch = 1, atomicReaders = 2, length = 3 };
 
 using PoolHeaderPage = std::array<unsigned char, poolPageSize>;

@@ -12,9 +12,8 @@ namespace workstation::pool {
 class PoolImage;
 
 // A program has one session that registers it in the process table. All operations may be called
-// from any thread; none but Load and Reap allocates memory. Where the session is loaded again for
-// another pool (another root, or another image in its place), what belongs to the former one stays
-// valid until the session is destroyed.
+// from any thread. When the session is loaded again for another pool (another root, or another
+// image in its place), the former pool stays valid until the session is destroyed.
 class PoolSession {
 public:
     constexpr PoolSession() = default;

@@ -133,7 +133,7 @@ std::uint32_t StreamFile::Length() const {
     return CheckedLength(pool_, fileNumber_);
 }
 
-// How many of `count` bytes there are from the position to `end`.
+// How many of `count` bytes lie between the position and `end`.
 unsigned int StreamFile::Available(std::uint32_t end, unsigned int count) const {
     return position_ < end ? std::min(count, end - position_) : 0;
 }
