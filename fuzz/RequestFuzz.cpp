@@ -58,8 +58,7 @@ class Service {
 public:
     Service() {
         setenv("STREAMMGR_LOG", "/dev/null", 1);
-        Trouble why;
-        Require(pool::PoolImage::Create(PoolPath(), fileCount, why));
+        pool::PoolImage::Create(PoolPath(), fileCount);
         Require(pool_.InitializeFileAccess(false, true));
         service::requests::AddControlRequests(
             router_, {service_, [] {}, [this] { ring_.Reap(); }, [] { return "info"; },

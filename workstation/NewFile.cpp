@@ -1,4 +1,4 @@
-// A file that stands under its name only once it is complete.
+// Files that appear under their name only when they are complete.
 #include "NewFile.h"
 
 #include <fcntl.h>
@@ -8,53 +8,67 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace workstation {
+#include "Failure.h"
 
-NewFile::~NewFile() {
-    if (!temporaryPath_.empty()) {
-        unlink(temporaryPath_.c_str());
+namespace workstation {
+namespace {
+
+Failure CannotWrite(std::string const& path) {
+    return SystemFailure("cannot write '" + path + "'");
+}
+
+} // namespace
+
+UnfinishedFile::~UnfinishedFile() {
+    if (!path_.empty()) {
+        unlink(path_.c_str());
     }
 }
 
-bool NewFile::Begin(std::string const& path, Trouble& why) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        return Fail(why, EINVAL, "'" + path + "' is not a regular file");
+bool UnfinishedFile::RenameTo(std::string const& path) {
+    if (std::rename(path_.c_str(), path.c_str()) != 0) {
+        return false;
     }
-    path_ = path;
-    std::string temporaryPath = path + ".XXXXXX";
-    file_.Reset(mkostemp(temporaryPath.data(), O_CLOEXEC));
-    if (!file_) {
-        return FailWithErrno(why, "cannot write '" + path + "'");
-    }
-    temporaryPath_ = temporaryPath;
-    mode_t const mask = umask(0);
-    umask(mask);
-    fchmod(file_.Get(), 0666 & ~mask);
+    path_.clear();
     return true;
 }
 
-bool NewFile::Write(unsigned char const* bytes, std::size_t count, Trouble& why) {
+NewFile::NewFile(std::string const& path)
+    : path_(path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        throw Failure(EINVAL, "'" + path + "' is not a regular file");
+    }
+    std::string temporaryPath = path + ".XXXXXX";
+    file_.Reset(mkostemp(temporaryPath.data(), O_CLOEXEC));
+    if (!file_) {
+        throw CannotWrite(path);
+    }
+    unfinished_.emplace(temporaryPath);
+    // mkostemp gives access to the owner alone; a new file has what the umask leaves.
+    mode_t const mask = umask(0);
+    umask(mask);
+    fchmod(file_.Get(), 0666 & ~mask);
+}
+
+void NewFile::Write(unsigned char const* bytes, std::size_t count) {
     while (count > 0) {
         ssize_t const written = write(file_.Get(), bytes, count);
         if (written < 0 && errno == EINTR) {
             continue;
         }
         if (written < 0) {
-            return FailWithErrno(why, "cannot write '" + path_ + "'");
+            throw CannotWrite(path_);
         }
         bytes += written;
         count -= static_cast<std::size_t>(written);
     }
-    return true;
 }
 
-bool NewFile::Complete(Trouble& why) {
-    if (close(file_.Release()) != 0 || std::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
-        return FailWithErrno(why, "cannot write '" + path_ + "'");
+void NewFile::Complete() {
+    if (close(file_.Release()) != 0 || !unfinished_->RenameTo(path_)) {
+        throw CannotWrite(path_);
     }
-    temporaryPath_.clear();
-    return true;
 }
 
 } // namespace workstation

@@ -1,34 +1,52 @@
-// A file that stands under its name only once it is complete.
+// Files that appear under their name only when they are complete.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "FileDescriptor.h"
-#include "Trouble.h"
 
 namespace workstation {
 
-// Written beside its place under another name, which disappears when the file is given up.
+// The temporary path of a file that is being made. The file is removed unless it was renamed.
+class UnfinishedFile {
+public:
+    explicit UnfinishedFile(std::string path)
+        : path_(std::move(path)) {}
+    ~UnfinishedFile();
+
+    UnfinishedFile(UnfinishedFile const&) = delete;
+    UnfinishedFile& operator=(UnfinishedFile const&) = delete;
+
+    std::string const& Path() const { return path_; }
+
+    // Puts the file in its place, over whatever file is there. False with errno on failure.
+    bool RenameTo(std::string const& path);
+
+private:
+    std::string path_; // empty when renamed
+};
+
+// A file that is written beside its place under a temporary name. Unless it is completed it is
+// removed, and whatever has its name stays as it is.
 class NewFile {
 public:
-    NewFile() = default;
-    ~NewFile();
+    // Begins the file that is to be `path`. Throws Failure, also (EINVAL) when something is there
+    // that is not a regular file.
+    explicit NewFile(std::string const& path);
 
-    NewFile(NewFile const&) = delete;
-    NewFile& operator=(NewFile const&) = delete;
+    // Writes all the bytes or throws Failure.
+    void Write(unsigned char const* bytes, std::size_t count);
 
-    // Begins the file that is to be `path`. Only a regular file there will be replaced.
-    bool Begin(std::string const& path, Trouble& why);
-    // Writes all the bytes. Only after Begin.
-    bool Write(unsigned char const* bytes, std::size_t count, Trouble& why);
-    // Ends the file and puts it in its place.
-    bool Complete(Trouble& why);
+    // Closes the file and puts it in its place. Throws Failure. Nothing may be written afterwards.
+    void Complete();
 
 private:
     std::string path_;
-    std::string temporaryPath_; // empty: there is none
     FileDescriptor file_;
+    std::optional<UnfinishedFile> unfinished_; // empty only while the constructor runs
 };
 
 } // namespace workstation

@@ -7,6 +7,7 @@
 #include "StreamFileAccess.h"
 #include "pool/RootLock.h"
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {
@@ -44,13 +45,11 @@ protected:
     std::string Name() const { return "pool '" + root_.Pool() + "': "; }
 
     std::uint32_t Get(int number, pool::EntryWord word) const {
-        Trouble why;
-        return pool::PoolImage::Open(root_.Pool(), why)->Get(number, word);
+        return pool::PoolImage::Open(root_.Pool())->Get(number, word);
     }
 
     void Set(int number, pool::EntryWord word, std::uint32_t value) const {
-        Trouble why;
-        pool::PoolImage::Open(root_.Pool(), why)->Set(number, word, value);
+        pool::PoolImage::Open(root_.Pool())->Set(number, word, value);
     }
 
     TestRoot root_;
@@ -84,6 +83,13 @@ TEST_F(CheckTest, ControllerWithoutAWriterIsReset) {
     Set(1, pool::EntryWord::controller, 9);
     ExpectRepaired("stream file 1: controller 9 without a live writer", "reset");
     EXPECT_EQ(Get(1, pool::EntryWord::controller), 0U);
+}
+
+TEST_F(CheckTest, LargestValuesOfTheOtherWordsAreSound) {
+    Set(3, pool::EntryWord::length, 98566144);
+    Set(3, pool::EntryWord::dbMatch, 1);
+    Set(3, pool::EntryWord::atomicReaders, 0x7FFFFFFF);
+    EXPECT_EQ(Check(false), Lines{});
 }
 
 TEST_F(CheckTest, NonsenseInTheOtherWordsIsSetToZero) {
@@ -182,8 +188,7 @@ TEST_F(CheckTest, MissingPoolStays) {
 
 TEST_F(CheckTest, WholeImageIsNotTouchedUnderARunningService) {
     WriteBytes(root_.Pool(), "X", 0);
-    Trouble why;
-    FileDescriptor owner = pool::LockRoot(why);
+    FileDescriptor owner = pool::LockRoot();
     ExpectNotRepaired(Name() + "not a pool image: the magic number is missing",
                       "'" + root_.Path() + "' is in use by a running stream manager");
     owner.Reset();
@@ -193,8 +198,7 @@ TEST_F(CheckTest, WholeImageIsNotTouchedUnderARunningService) {
 
 TEST_F(CheckTest, EntriesAreRepairedUnderARunningService) {
     Set(1, pool::EntryWord::controller, 9);
-    Trouble why;
-    FileDescriptor const owner = pool::LockRoot(why);
+    FileDescriptor const owner = pool::LockRoot();
     ExpectRepaired("stream file 1: controller 9 without a live writer", "reset");
 }
 

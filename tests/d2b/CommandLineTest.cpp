@@ -5,6 +5,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {
@@ -63,8 +64,7 @@ TEST_F(CommandLineTest, PoolIsMadeFilledChangedAndChecked) {
     Expect(
         0, "", "",
         {"set", "2", "--length", "3", "--controller", "9", "--db-match", "true", "--readers", "4"});
-    Trouble why;
-    auto const image = pool::PoolImage::Open(root_.Pool(), why);
+    auto const image = pool::PoolImage::Open(root_.Pool());
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(image->Get(2, pool::EntryWord::length), 3U);
     EXPECT_EQ(image->Get(2, pool::EntryWord::controller), 9U);
@@ -78,6 +78,31 @@ TEST_F(CommandLineTest, PoolIsMadeFilledChangedAndChecked) {
     EXPECT_EQ(image->Get(2, pool::EntryWord::dbMatch), 0U);
     Expect(0, "", "", {"create", "--ext4", "--files", "3", "--force"});
     EXPECT_TRUE(std::filesystem::is_directory(root_.Pool()));
+}
+
+TEST_F(CommandLineTest, LargestValuesAreAccepted) {
+    Expect(0, "", "", {"create", "--files", "1"});
+    Expect(0, "", "",
+           {"set", "1", "--length", "98566144", "--controller", "255", "--readers", "2147483647"});
+    auto const image = pool::PoolImage::Open(root_.Pool());
+    EXPECT_EQ(image->Get(1, pool::EntryWord::length), 98566144U);
+    EXPECT_EQ(image->Get(1, pool::EntryWord::controller), 255U);
+    EXPECT_EQ(image->Get(1, pool::EntryWord::atomicReaders), 2147483647U);
+}
+
+TEST_F(CommandLineTest, CheckThatLeavesAnythingIsStatus1) {
+    root_.MakePool(1);
+    std::filesystem::resize_file(root_.Pool(), pool::PoolImageSize(1) + 1);
+    std::filesystem::create_directory(root_.Path() + "/shm");
+    std::ofstream(root_.ProcessTable()) << "nonsense";
+    Expect(1,
+           "pool '" + root_.Pool() +
+               "': too long: 98574337 bytes, but 1 stream files take 98574336"
+               "; not repaired: it cannot be repaired\n"
+               "process table '" +
+               root_.ProcessTable() +
+               "': 8 bytes, not 98844; removed, the next process makes a new one\n",
+           "", {"check", "--repair"});
 }
 
 TEST_F(CommandLineTest, FailureIsOneLineAndStatus1) {

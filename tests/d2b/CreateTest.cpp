@@ -7,20 +7,23 @@
 #include "StreamFileAccess.h"
 #include "pool/ProcessTable.h"
 #include "pool/RootLock.h"
+#include "support/FailureOf.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {
 namespace {
 
+// The reason of a failure; empty on success.
 std::string Create(CreateOptions const& options) {
-    Trouble why;
-    return CreatePool(options, why) ? "" : why.text;
+    return FailureOf([&] { CreatePool(options); });
 }
 
+// -1 for a directory.
 int FileCount(TestRoot const& root) {
-    Trouble why;
-    auto const image = pool::PoolImage::Open(root.Pool(), why);
-    return image ? image->FileCount() : -1;
+    return std::filesystem::is_directory(root.Pool())
+               ? -1
+               : pool::PoolImage::Open(root.Pool())->FileCount();
 }
 
 std::vector<std::string> Contents(std::string const& directory) {
@@ -50,6 +53,16 @@ TEST(Create, MakesTheRootWithItsParents) {
     EXPECT_EQ(status.st_mode & 07777U, 0700U);
     ASSERT_EQ(stat((deep + "/pool").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+TEST(Create, DirectoryPoolIsForTheOwnerOnly) {
+    TestRoot const root;
+    mode_t const former = umask(0);
+    EXPECT_EQ(Create({1, true, false}), "");
+    umask(former);
+    struct stat status {};
+    ASSERT_EQ(stat(root.Pool().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0700U);
 }
 
 TEST(Create, RootThatCannotBeMadeIsSaid) {
@@ -122,8 +135,7 @@ TEST(Create, ReplacedImageStaysForThoseWhoHaveItOpen) {
 
 TEST(Create, RootInUseIsLeftAlone) {
     TestRoot const root;
-    Trouble why;
-    FileDescriptor owner = pool::LockRoot(why);
+    FileDescriptor owner = pool::LockRoot();
     ASSERT_TRUE(owner);
     EXPECT_EQ(Create({1, false, true}),
               "'" + root.Path() + "' is in use by a running stream manager");

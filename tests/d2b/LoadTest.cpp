@@ -1,9 +1,12 @@
 // d2b load: files into the pool.
-#include "d2b/LoadStreamFile.h"
+#include "d2b/LoadCommand.h"
 
 #include <gtest/gtest.h>
 
 #include "StreamFileAccess.h"
+#include "pool/StreamFile.h"
+#include "support/FailureOf.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {
@@ -13,9 +16,9 @@ class LoadTest : public testing::Test {
 protected:
     LoadTest() { root_.MakePool(2); }
 
-    std::string Load(int number, std::string const& source) const {
-        Trouble why;
-        return LoadStreamFile(number, source, why) ? "" : why.text;
+    // The reason of a failure; empty on success.
+    static std::string Load(int number, std::string const& source) {
+        return FailureOf([&] { LoadIntoPool(number, source); });
     }
 
     std::string MakeSource(std::size_t size) const {
@@ -27,13 +30,11 @@ protected:
     }
 
     std::uint32_t Get(int number, pool::EntryWord word) const {
-        Trouble why;
-        return pool::PoolImage::Open(root_.Pool(), why)->Get(number, word);
+        return pool::PoolImage::Open(root_.Pool())->Get(number, word);
     }
 
     void Set(int number, pool::EntryWord word, std::uint32_t value) const {
-        Trouble why;
-        pool::PoolImage::Open(root_.Pool(), why)->Set(number, word, value);
+        pool::PoolImage::Open(root_.Pool())->Set(number, word, value);
     }
 
     TestRoot root_;
@@ -43,10 +44,11 @@ TEST_F(LoadTest, FileOfAnySizeArrivesWhole) {
     for (std::size_t const size : {0U, 1U, 192511U, 192512U, 192513U, 1000000U}) {
         EXPECT_EQ(Load(2, MakeSource(size)), "");
         EXPECT_EQ(Get(2, pool::EntryWord::length), size);
-        StreamFileAccess file(2, 0);
+        pool::PoolSession session;
+        session.Load(false);
+        auto const file = pool::StreamFile::OpenForReading(session, 2);
         std::vector<unsigned char> bytes(size + 1);
-        ASSERT_EQ(file.Read(bytes.data(), static_cast<unsigned int>(size) + 1, false),
-                  static_cast<int>(size));
+        ASSERT_EQ(file->Read(bytes.data(), static_cast<unsigned int>(size) + 1, false), size);
         bytes.pop_back();
         EXPECT_EQ(bytes, Pattern(size));
     }

@@ -6,6 +6,7 @@
 #include <array>
 
 #include "StreamFileAccess.h"
+#include "support/FailureOf.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {
@@ -15,15 +16,14 @@ class SetTest : public testing::Test {
 protected:
     SetTest() { root_.MakePool(2); }
 
+    // The reason of a failure; empty on success.
     static std::string Set(int number, SetOptions const& options) {
-        Trouble why;
-        return SetStreamFile(number, options, why) ? "" : why.text;
+        return FailureOf([&] { SetStreamFile(number, options); });
     }
 
     // Controller, database match, atomic readers, length.
     std::array<std::uint32_t, 4> Entry(int number) const {
-        Trouble why;
-        auto const image = pool::PoolImage::Open(root_.Pool(), why);
+        auto const image = pool::PoolImage::Open(root_.Pool());
         return {image->Get(number, pool::EntryWord::controller),
                 image->Get(number, pool::EntryWord::dbMatch),
                 image->Get(number, pool::EntryWord::atomicReaders),

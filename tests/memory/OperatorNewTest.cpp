@@ -1,8 +1,6 @@
-// All forms of new and delete, with sizes on both sides of a large block's.
+// All forms of new and delete, for blocks from malloc and for blocks of huge pages.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -10,13 +8,14 @@
 #include <new>
 #include <vector>
 
-#include "memory/LargeBlock.h"
+#include "memory/HugePageBlock.h"
+#include "support/ChildProcess.h"
 
-using workstation::memory::largeBlockSize;
+using workstation::memory::hugePageBlockSize;
 
 namespace {
 
-constexpr std::size_t sizes[] = {0, 1, 4096, largeBlockSize - 1, largeBlockSize, 0x5E00000};
+constexpr std::size_t sizes[] = {0, 1, 4096, hugePageBlockSize - 1, hugePageBlockSize, 0x5E00000};
 
 // Writes the ends of the memory, so that wrong memory shows.
 void Use(void* memory, std::size_t size) {
@@ -35,6 +34,14 @@ TEST(OperatorNew, PlainFormsServeEverySize) {
         memory = ::operator new[](size);
         Use(memory, size);
         ::operator delete[](memory);
+    }
+}
+
+TEST(OperatorNew, BlocksOfTheLimitAndMoreBeginWithAHugePage) {
+    for (std::size_t const size : {hugePageBlockSize, hugePageBlockSize + 1}) {
+        void* const memory = ::operator new(size);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % 0x200000, 0U);
+        ::operator delete(memory);
     }
 }
 
@@ -63,7 +70,7 @@ TEST(OperatorNew, NonThrowingFormsServeEverySize) {
 }
 
 TEST(OperatorNew, AlignedFormsServeEverySizeAndAlignment) {
-    for (std::size_t const alignment : {std::size_t{64}, std::size_t{4096}, largeBlockSize}) {
+    for (std::size_t const alignment : {std::size_t{64}, std::size_t{4096}, hugePageBlockSize}) {
         for (std::size_t const size : sizes) {
             auto const asked = std::align_val_t{alignment};
             void* memory = ::operator new(size, asked);
@@ -85,18 +92,16 @@ TEST(OperatorNew, NullMayBeDeleted) {
     ::operator delete[](nullptr);
 }
 
-// What cannot be had is reported in the standard's way.
+// As the standard requires: null, the new handler, std::bad_alloc.
 TEST(OperatorNew, MemoryThatCannotBeHadIsReported) {
-    pid_t const child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    ChildProcess child([] {
         static int handlerCalls = 0;
         rlimit limit = {};
         getrlimit(RLIMIT_AS, &limit);
         limit.rlim_cur = 0x4000000;
         if (setrlimit(RLIMIT_AS, &limit) != 0 ||
             ::operator new(0x5E00000, std::nothrow) != nullptr) {
-            _exit(1);
+            return 1;
         }
         std::set_new_handler([] {
             ++handlerCalls;
@@ -104,28 +109,22 @@ TEST(OperatorNew, MemoryThatCannotBeHadIsReported) {
         });
         try {
             std::vector<unsigned char> const buffer(0x5E00000);
-            _exit(2);
+            return 2;
         } catch (std::bad_alloc const&) {
-            _exit(handlerCalls == 1 ? 0 : 3);
+            return handlerCalls == 1 ? 0 : 3;
         }
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    });
+    EXPECT_EQ(child.Wait(), 0);
 }
 
 // As the tool does when it is interrupted: the block is still being made present.
-TEST(OperatorNew, ProcessMayEndWithLargeBlocksInUse) {
+TEST(OperatorNew, ProcessMayEndWithHugePageBlocksInUse) {
     for (int i = 0; i < 10; ++i) {
-        pid_t const child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        ChildProcess child([]() -> int {
             static void* memory = ::operator new(0x5E00000);
             std::exit(memory != nullptr ? 0 : 1);
-        }
-        int status = -1;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0);
+        });
+        EXPECT_EQ(child.Wait(), 0);
     }
 }
 

@@ -12,6 +12,7 @@
 
 #include "StreamFileAccess.h"
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 #include "support/Sanitizers.h"
 #include "support/TestRoot.h"
 

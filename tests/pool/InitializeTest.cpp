@@ -6,6 +6,7 @@
 #include "pool/ProcessTable.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
+#include "support/Files.h"
 #include "support/LogFile.h"
 #include "support/TestRoot.h"
 
@@ -49,6 +50,7 @@ TEST(Initialize, AtomicReadingIsRefused) {
     EXPECT_THAT(
         Refusal(root, true),
         ElementsAre("pool '" + root.Pool() + "': atomic reading is not offered on a workstation"));
+    EXPECT_EQ(errno, ENOTSUP);
 }
 
 TEST(Initialize, PoolHasItsSizeFromInitializeToUnload) {
@@ -125,6 +127,18 @@ TEST(Initialize, ReplacedPoolIsReachedAnewAndOldStreamsGoOn) {
     EXPECT_EQ(pool.GetFilePoolSize(), 2);
     EXPECT_EQ(StreamFileAccess(1, 0).DataLength(), 0);
     EXPECT_EQ(old.DataLength(), 5);
+}
+
+TEST(Initialize, PoolThatWasTruncatedSinceIsRefused) {
+    TestRoot const root;
+    root.MakePool(2);
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    std::filesystem::resize_file(root.Pool(), PoolImageSize(2) - 1);
+    EXPECT_FALSE(pool.InitializeFileAccess(false, true));
+    EXPECT_EQ(errno, EUCLEAN);
+    std::filesystem::resize_file(root.Pool(), PoolImageSize(2));
+    EXPECT_TRUE(pool.InitializeFileAccess(false, true));
 }
 
 TEST(Initialize, OpenStreamsOutliveUnload) {

@@ -7,6 +7,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {
@@ -43,8 +44,7 @@ protected:
                 traces += table.substr(slot, 4) != std::string(4, '\0');
             }
         }
-        Trouble why;
-        auto const image = PoolImage::Open(root_.Pool(), why);
+        auto const image = PoolImage::Open(root_.Pool());
         for (int number = 1; number <= 2; ++number) {
             traces += image->Get(number, EntryWord::controller) != 0;
         }

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "support/FailureOf.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {
@@ -12,44 +14,39 @@ namespace {
 
 class PoolImageTest : public testing::Test {
 protected:
-    // Why the pool is refused, without the part that names it.
-    std::string Refusal() const {
-        Trouble why;
-        EXPECT_EQ(PoolImage::Open(root_.Pool(), why), nullptr);
+    // Why the pool is refused with `error`, without the part that names it.
+    std::string Refusal(int error) const {
+        EXPECT_EQ(ErrorOf([&] { PoolImage::Open(root_.Pool()); }), error);
+        std::string const failure = FailureOf([&] { PoolImage::Open(root_.Pool()); });
         std::string const name = "pool '" + root_.Pool() + "': ";
-        EXPECT_EQ(why.text.find(name), 0U) << why.text;
-        return why.text.substr(std::min(why.text.size(), name.size()));
+        EXPECT_EQ(failure.find(name), 0U) << failure;
+        return failure.substr(std::min(failure.size(), name.size()));
     }
 
-    std::unique_ptr<PoolImage> Open() const {
-        Trouble why;
-        auto image = PoolImage::Open(root_.Pool(), why);
-        EXPECT_NE(image, nullptr) << why.text;
-        return image;
-    }
+    std::unique_ptr<PoolImage> Open() const { return PoolImage::Open(root_.Pool()); }
 
     TestRoot root_;
 };
 
 TEST_F(PoolImageTest, MissingPoolIsRefused) {
-    EXPECT_EQ(Refusal(), "cannot open: No such file or directory");
+    EXPECT_EQ(Refusal(ENOENT), "cannot open: No such file or directory");
 }
 
 TEST_F(PoolImageTest, DirectoryIsRefused) {
     std::filesystem::create_directory(root_.Pool());
-    EXPECT_EQ(Refusal(), "cannot open: Is a directory");
+    EXPECT_EQ(Refusal(EISDIR), "cannot open: Is a directory");
 }
 
 TEST_F(PoolImageTest, PipeIsRefusedWithoutWaiting) {
     ASSERT_EQ(mkfifo(root_.Pool().c_str(), 0600), 0);
-    EXPECT_EQ(Refusal(), "not a regular file");
+    EXPECT_EQ(Refusal(EINVAL), "not a regular file");
 }
 
 TEST_F(PoolImageTest, FileWithoutHeaderPageIsRefused) {
     for (unsigned const size : {0U, 1U, 39U, 40U, 4095U}) {
         root_.MakePool(2);
         std::filesystem::resize_file(root_.Pool(), size);
-        EXPECT_EQ(Refusal(),
+        EXPECT_EQ(Refusal(EUCLEAN),
                   "not a pool image: " + std::to_string(size) + " bytes are no header page");
     }
 }
@@ -72,19 +69,20 @@ TEST_F(PoolImageTest, ImageOfAnyOtherSizeIsRefused) {
     for (auto const& wrong : cases) {
         root_.MakePool(2);
         std::filesystem::resize_file(root_.Pool(), wrong.size);
-        EXPECT_EQ(Refusal(), std::string(wrong.fault) + ", but 2 stream files take 197140480");
+        EXPECT_EQ(Refusal(EUCLEAN),
+                  std::string(wrong.fault) + ", but 2 stream files take 197140480");
     }
 }
 
 TEST_F(PoolImageTest, DamagedHeaderIsRefusedWithItsFault) {
     root_.MakePool(2);
     WriteBytes(root_.Pool(), "X", 0);
-    EXPECT_EQ(Refusal(), "not a pool image: the magic number is missing");
+    EXPECT_EQ(Refusal(EUCLEAN), "not a pool image: the magic number is missing");
 }
 
 TEST_F(PoolImageTest, NewImageHoldsEmptyFilesAndTakesNoSpace) {
     root_.MakePool(3);
-    auto const image = Open();
+    auto const image = PoolImage::Open(root_.Pool());
     EXPECT_EQ(image->FileCount(), 3);
     for (int number = 1; number <= 3; ++number) {
         for (auto const word : {EntryWord::controller, EntryWord::dbMatch, EntryWord::atomicReaders,
@@ -99,9 +97,20 @@ TEST_F(PoolImageTest, NewImageHoldsEmptyFilesAndTakesNoSpace) {
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
+TEST_F(PoolImageTest, NewImageHoldsNothingOfTheFileItReplaces) {
+    root_.MakePool(2);
+    PoolImage::Open(root_.Pool())->Set(2, EntryWord::length, 5);
+    WriteBytes(root_.Pool(), "data", PoolSlotOffset(2, 2));
+    root_.MakePool(2);
+    EXPECT_EQ(PoolImage::Open(root_.Pool())->Get(2, EntryWord::length), 0U);
+    std::ifstream file(root_.Pool(), std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(PoolSlotOffset(2, 2)));
+    EXPECT_EQ(file.get(), 0);
+}
+
 TEST_F(PoolImageTest, PoolWithoutFilesIsSound) {
     root_.MakePool(0);
-    auto const image = Open();
+    auto const image = PoolImage::Open(root_.Pool());
     EXPECT_EQ(image->FileCount(), 0);
     EXPECT_FALSE(image->Has(0));
     EXPECT_FALSE(image->Has(1));
@@ -109,7 +118,7 @@ TEST_F(PoolImageTest, PoolWithoutFilesIsSound) {
 
 TEST_F(PoolImageTest, EntryLiesInTheFileBigEndian) {
     root_.MakePool(2);
-    auto const image = Open();
+    auto const image = PoolImage::Open(root_.Pool());
     image->Set(2, EntryWord::controller, 0x01020304);
     image->Set(2, EntryWord::dbMatch, 0x05060708);
     image->Set(2, EntryWord::atomicReaders, 0x090A0B0C);
@@ -125,35 +134,34 @@ TEST_F(PoolImageTest, EntryLiesInTheFileBigEndian) {
 
 TEST_F(PoolImageTest, ChangesShowInEveryMapping) {
     root_.MakePool(2);
-    auto const writer = Open();
-    auto const reader = Open();
+    auto const writer = PoolImage::Open(root_.Pool());
+    auto const reader = PoolImage::Open(root_.Pool());
     writer->Set(1, EntryWord::length, 4711);
     EXPECT_EQ(reader->Get(1, EntryWord::length), 4711U);
 }
 
 TEST_F(PoolImageTest, ReplacedImageIsNotTakenForTheOldOne) {
     root_.MakePool(2);
-    auto const image = Open();
+    auto const image = PoolImage::Open(root_.Pool());
     EXPECT_TRUE(image->LiesAt(root_.Pool()));
-    EXPECT_TRUE(image->OpenDescriptor(O_RDONLY));
+    EXPECT_TRUE(image->OpenDescriptor(O_RDONLY, "pool"));
 
     std::filesystem::rename(root_.Pool(), root_.Path() + "/old");
     EXPECT_FALSE(image->LiesAt(root_.Pool()));
-    EXPECT_FALSE(image->OpenDescriptor(O_RDONLY));
-    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(ErrorOf([&] { image->OpenDescriptor(O_RDONLY, "pool"); }), ENOENT);
 
     root_.MakePool(2);
     EXPECT_FALSE(image->LiesAt(root_.Pool()));
-    EXPECT_FALSE(image->OpenDescriptor(O_RDONLY));
-    EXPECT_EQ(errno, ESTALE);
+    EXPECT_EQ(ErrorOf([&] { image->OpenDescriptor(O_RDONLY, "pool"); }), ESTALE);
+    EXPECT_EQ(FailureOf([&] { image->OpenDescriptor(O_RDONLY, "pool"); }),
+              "pool: Stale file handle");
 }
 
 TEST_F(PoolImageTest, ImageThatCannotBeMadeSaysWhy) {
-    Trouble why;
-    EXPECT_FALSE(PoolImage::Create(root_.Path() + "/none/pool", 1, why));
-    EXPECT_EQ(why.text,
+    auto const create = [&] { PoolImage::Create(root_.Path() + "/none/pool", 1); };
+    EXPECT_EQ(FailureOf(create),
               "cannot create '" + root_.Path() + "/none/pool': No such file or directory");
-    EXPECT_EQ(why.error, ENOENT);
+    EXPECT_EQ(ErrorOf(create), ENOENT);
 }
 
 } // namespace

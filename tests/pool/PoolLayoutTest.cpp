@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "BigEndian.h"
+#include "support/FailureOf.h"
 
 namespace workstation::pool {
 namespace {
@@ -23,10 +24,12 @@ constexpr unsigned char headerOfThree[checksumAt] = {
     0,    0,    0,    0,    0,    0,    0x20, 0,    // data offset
 };
 
+// Why a header is refused, without the part that names the image.
 std::string FaultOf(PoolHeaderPage const& page) {
-    std::string fault;
-    EXPECT_FALSE(DecodePoolHeader(page, fault).has_value());
-    return fault;
+    EXPECT_EQ(ErrorOf([&] { DecodePoolHeader(page, "image"); }), EUCLEAN);
+    std::string const failure = FailureOf([&] { DecodePoolHeader(page, "image"); });
+    EXPECT_EQ(failure.find("image: "), 0U) << failure;
+    return failure.substr(std::min(failure.size(), std::size_t{7}));
 }
 
 // CRC-32 by its definition as a division of polynomials, independent of the code under test.
@@ -66,9 +69,7 @@ TEST(PoolLayout, ChecksumIsTheCommonCrc32) {
 
 TEST(PoolLayout, HeaderOfAnyCountIsReadBack) {
     for (std::uint32_t const count : {0U, 1U, 3U, 255U, 256U, 257U, 99999U, poolMaxFileCount}) {
-        std::string fault;
-        EXPECT_EQ(DecodePoolHeader(EncodePoolHeader(count), fault), count);
-        EXPECT_EQ(fault, "");
+        EXPECT_EQ(DecodePoolHeader(EncodePoolHeader(count), "image"), count);
     }
 }
 
@@ -119,8 +120,7 @@ TEST(PoolLayout, EveryWrongFieldIsNamedWithItsValue) {
 TEST(PoolLayout, WhatFollowsTheHeaderIsIgnored) {
     PoolHeaderPage page = EncodePoolHeader(3);
     std::fill(page.begin() + checksumAt + 4, page.end(), static_cast<unsigned char>(0xFF));
-    std::string fault;
-    EXPECT_EQ(DecodePoolHeader(page, fault), 3U);
+    EXPECT_EQ(DecodePoolHeader(page, "image"), 3U);
 }
 
 TEST(PoolLayout, SlotsBeginOnThePageBehindTheTable) {

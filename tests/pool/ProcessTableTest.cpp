@@ -2,13 +2,17 @@
 #include "pool/ProcessTable.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <bit>
 #include <cstring>
 
 #include "StreamFileAccess.h"
+#include "pool/SeamSession.h"
 #include "support/ChildProcess.h"
+#include "support/FailureOf.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {
@@ -191,9 +195,71 @@ TEST_F(ProcessTableTest, DamagedTableIsLeftAloneAndStopsNobody) {
         EXPECT_TRUE(StreamFileAccess(1, 0).IsOpen());
         EXPECT_FALSE(StreamMgrFileMgmnt().Initialize(0, false, false));
         EXPECT_EQ(Table(), bytes);
-        EXPECT_EQ(ReapDeadProcesses(), 0U);
+        EXPECT_EQ(SeamSession().Reap(), 0U);
         pool_.Unload();
     }
+}
+
+TEST_F(ProcessTableTest, TableAndItsDirectoryAreForTheOwnerOnly) {
+    mode_t const former = umask(0);
+    Initialize();
+    umask(former);
+    struct stat status {};
+    ASSERT_EQ(stat(root_.ProcessTable().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    ASSERT_EQ(stat((root_.Path() + "/shm").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0700U);
+}
+
+TEST_F(ProcessTableTest, FileThatIsNoTableIsAFailureThatSaysWhy) {
+    std::filesystem::create_directory(root_.Path() + "/shm");
+    std::string const path = root_.ProcessTable();
+    auto const map = [&] { ProcessTable::MapReadOnly(path); };
+    EXPECT_EQ(FailureOf(map),
+              "cannot open the process table '" + path + "': No such file or directory");
+    EXPECT_EQ(ErrorOf(map), ENOENT);
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    auto const open = [&] { ProcessTable::Open(path); };
+    EXPECT_EQ(ErrorOf(open), EINVAL) << "it cannot be extended";
+    std::filesystem::remove(path);
+    std::ofstream(path) << "nonsense";
+    EXPECT_EQ(FailureOf(open), "process table '" + path + "': 8 bytes, not 98844");
+    EXPECT_EQ(ErrorOf(open), EUCLEAN);
+    std::ofstream(path) << std::string(98844, 'x');
+    EXPECT_EQ(FailureOf(map), "process table '" + path + "': the header is not of this version");
+    EXPECT_EQ(ErrorOf(map), EUCLEAN);
+}
+
+// The system refuses a signal to such a process, which does not mean that it is gone.
+TEST_F(ProcessTableTest, ProcessOfAnotherUserIsNotReaped) {
+    ExpectedTable().Process(3, getpid()).WriteTo(root_);
+    ChildProcess other([] {
+        PoolSession session;
+        session.Load(false);
+        constexpr uid_t nobody = 65534;
+        if (getuid() == 0 && setuid(nobody) != 0) {
+            return 99;
+        }
+        return static_cast<int>(session.Reap());
+    });
+    EXPECT_EQ(other.Wait(), 0);
+    EXPECT_EQ(Processes(), std::vector<int>{self_});
+}
+
+TEST_F(ProcessTableTest, UnloadResetsNoControllerForASlotOfAnotherProcess) {
+    Initialize();
+    auto const image = PoolImage::Open(root_.Pool());
+    for (int number = 1; number <= 2; ++number) {
+        image->Set(number, EntryWord::controller, 5);
+    }
+    ExpectedTable()
+        .Process(0, self_)
+        .Thread(0, 0, Writing(getppid()), 1, 1)
+        .Thread(0, 1, Writing(self_), 1, 2)
+        .WriteTo(root_);
+    pool_.Unload();
+    EXPECT_EQ(image->Get(1, EntryWord::controller), 5U);
+    EXPECT_EQ(image->Get(2, EntryWord::controller), 0U);
 }
 
 TEST_F(ProcessTableTest, TableThatCannotBeMadeStopsNobody) {
@@ -267,8 +333,7 @@ TEST_F(ProcessTableTest, RecordsOfTheDeadGoWhenAProcessRegisters) {
 
 TEST_F(ProcessTableTest, WriterThatDiedIsPutRightWhateverItsSlotSays) {
     int const dead = IdOfDeadProcess();
-    Trouble why;
-    auto const image = PoolImage::Open(root_.Pool(), why);
+    auto const image = PoolImage::Open(root_.Pool());
     for (int number = 1; number <= 3; ++number) {
         image->Set(number, EntryWord::controller, 5);
     }
@@ -289,8 +354,7 @@ TEST_F(ProcessTableTest, WriterThatDiedIsPutRightWhateverItsSlotSays) {
 
 TEST_F(ProcessTableTest, WhatADeadReaperBeganIsFinished) {
     int const dead = IdOfDeadProcess();
-    Trouble why;
-    auto const image = PoolImage::Open(root_.Pool(), why);
+    auto const image = PoolImage::Open(root_.Pool());
     image->Set(2, EntryWord::controller, 5);
     ExpectedTable().Process(3, -dead).Thread(3, 0, Writing(dead), dead, 2).WriteTo(root_);
     Initialize();
@@ -303,7 +367,7 @@ TEST_F(ProcessTableTest, RecordThatALiveProcessIsClearingIsLeftToIt) {
     table.WriteTo(root_);
     Initialize();
     EXPECT_EQ(Table(), ExpectedTable(table).Process(1, self_).Bytes());
-    EXPECT_EQ(ReapDeadProcesses(), 0U);
+    EXPECT_EQ(SeamSession().Reap(), 0U);
 }
 
 TEST_F(ProcessTableTest, DeadNamesakeLeavesNothing) {
@@ -362,7 +426,7 @@ TEST_F(ProcessTableTest, KilledReaderIsReaped) {
     EXPECT_EQ(Processes(), (std::vector<int>{self_, child.Pid()}));
     child.Kill();
     EXPECT_EQ(Processes().size(), 2U);
-    EXPECT_EQ(ReapDeadProcesses(), 1U);
+    EXPECT_EQ(SeamSession().Reap(), 1U);
     EXPECT_EQ(Processes(), std::vector<int>{self_});
 }
 

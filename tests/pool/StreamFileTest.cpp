@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "StreamFileAccess.h"
+#include "support/Files.h"
 #include "support/LogFile.h"
 #include "support/TestRoot.h"
 
@@ -44,8 +45,7 @@ protected:
     }
 
     void SetLengthInImage(int number, std::uint32_t length) const {
-        Trouble why;
-        PoolImage::Open(root_.Pool(), why)->Set(number, EntryWord::length, length);
+        PoolImage::Open(root_.Pool())->Set(number, EntryWord::length, length);
     }
 
     TestRoot root_;
@@ -221,7 +221,9 @@ TEST_F(StreamFileTest, NumberThatThePoolDoesNotHaveIsNoEntry) {
             StreamFileAccess(number, false, StreamMgrFileMgmnt::ControlExternalProc).IsOpen());
         EXPECT_EQ(errno, ENOENT);
         StreamMgrFileMgmnt::FileMgmnt_t info{};
+        errno = 0;
         EXPECT_FALSE(pool_.GetFileInfo(number, info));
+        EXPECT_EQ(errno, ENOENT);
     }
 }
 
@@ -302,10 +304,9 @@ TEST_F(StreamFileTest, FileSizeLimitIsAWriteError) {
 }
 
 TEST_F(StreamFileTest, TableEntryIsReportedAsItStands) {
-    Trouble why;
-    auto const image = PoolImage::Open(root_.Pool(), why);
+    auto const image = PoolImage::Open(root_.Pool());
     image->Set(3, EntryWord::controller, 4);
-    image->Set(3, EntryWord::dbMatch, 1);
+    image->Set(3, EntryWord::dbMatch, 2); // anything but 0 is a match
     image->Set(3, EntryWord::atomicReaders, 12);
     image->Set(3, EntryWord::length, 0xFFFFFFFF);
     StreamMgrFileMgmnt::FileMgmnt_t info{};

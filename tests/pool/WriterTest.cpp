@@ -7,8 +7,10 @@
 
 #include "StreamFileAccess.h"
 #include "pool/ProcessTable.h"
+#include "pool/SeamSession.h"
 #include "pool/WriterLock.h"
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 #include "support/TestRoot.h"
 
 namespace workstation::pool {
@@ -84,7 +86,7 @@ TEST_F(WriterTest, SecondWriterInAnotherProcessIsBusyUntilTheFirstCloses) {
     ASSERT_TRUE(child.Await());
     EXPECT_EQ(ErrorOfOpening(2), EBUSY);
     EXPECT_EQ(Controller(2), StreamMgrFileMgmnt::ControlStream3);
-    EXPECT_EQ(ReapDeadProcesses(), 0U);
+    EXPECT_EQ(SeamSession().Reap(), 0U);
     EXPECT_EQ(Controller(2), StreamMgrFileMgmnt::ControlStream3);
     child.Tell();
     EXPECT_EQ(child.Wait(), 0);
@@ -122,9 +124,9 @@ TEST_F(WriterTest, KilledWriterIsReaped) {
     ASSERT_TRUE(child.Await());
     child.Kill();
     EXPECT_EQ(Controller(2), StreamMgrFileMgmnt::ControlStream3);
-    EXPECT_EQ(ReapDeadProcesses(), 1U);
+    EXPECT_EQ(SeamSession().Reap(), 1U);
     EXPECT_EQ(Controller(2), 0);
-    EXPECT_EQ(ReapDeadProcesses(), 0U);
+    EXPECT_EQ(SeamSession().Reap(), 0U);
 }
 
 TEST_F(WriterTest, KilledWriterDoesNotStopTheNext) {
@@ -134,7 +136,7 @@ TEST_F(WriterTest, KilledWriterDoesNotStopTheNext) {
     {
         StreamFileAccess next(2, false, StreamMgrFileMgmnt::ControlStream1);
         EXPECT_TRUE(next.IsOpen());
-        EXPECT_EQ(ReapDeadProcesses(), 1U);
+        EXPECT_EQ(SeamSession().Reap(), 1U);
         EXPECT_EQ(Controller(2), StreamMgrFileMgmnt::ControlStream1) << "it is a live one now";
     }
     EXPECT_EQ(Controller(2), 0);
@@ -184,8 +186,7 @@ TEST_F(WriterTest, ChildThatInheritsAWriterTakesNothingFromItsParent) {
 }
 
 TEST_F(WriterTest, AbandonedControllerIsToldFromALiveOne) {
-    Trouble why;
-    auto const image = PoolImage::Open(root_.Pool(), why);
+    auto const image = PoolImage::Open(root_.Pool());
     image->Set(1, EntryWord::controller, 5);
     StreamFileAccess const live(2, false, StreamMgrFileMgmnt::ControlStream1);
     EXPECT_FALSE(HasWriter(*image, 1));

@@ -12,7 +12,6 @@
 #include "Root.h"
 #include "StreamFileAccess.h"
 #include "pool/PoolImage.h"
-#include "pool/PoolSession.h"
 #include "service/ring/SlotFiller.h"
 #include "store/EventStore.h"
 #include "support/LogFile.h"
@@ -23,10 +22,7 @@ namespace workstation {
 class PoolAndStore {
 public:
     explicit PoolAndStore(unsigned int fileCount) {
-        Trouble why;
-        if (!pool::PoolImage::Create(PoolPath(), fileCount, why)) {
-            throw std::runtime_error(why.text);
-        }
+        pool::PoolImage::Create(PoolPath(), fileCount);
         if (!pool_.InitializeFileAccess(false, true)) {
             throw std::runtime_error("no pool");
         }

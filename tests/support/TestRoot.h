@@ -1,24 +1,22 @@
-// A recorder's directory for one test.
+// A recorder's directory with a pool, for one test.
 #pragma once
 
 #include <cstdint>
-#include <fstream>
-#include <stdexcept>
+#include <filesystem>
 #include <string>
-#include <vector>
 
 #include "Root.h"
+#include "StreamFileAccess.h"
 #include "pool/PoolImage.h"
-#include "pool/PoolSession.h"
 #include "support/TemporaryRoot.h"
 
 namespace workstation {
 
-// A new directory that is the recorder's while the object lives.
+// A new directory that is the recorder's during the life of the object, for tests of the pool.
 class TestRoot {
 public:
     TestRoot() = default;
-    ~TestRoot() { pool::PoolSession::Instance().Unload(); }
+    ~TestRoot() { StreamFileAccess().Unload(); }
 
     TestRoot(TestRoot const&) = delete;
     TestRoot& operator=(TestRoot const&) = delete;
@@ -32,38 +30,10 @@ public:
     // Sets STREAMMGR_ROOT to this directory again, after it was set to another one.
     void Use() const { root_.Use(); }
 
-    void MakePool(std::uint32_t fileCount) const {
-        Trouble why;
-        if (!pool::PoolImage::Create(Pool(), fileCount, why)) {
-            throw std::runtime_error(why.text);
-        }
-    }
+    void MakePool(std::uint32_t fileCount) const { pool::PoolImage::Create(Pool(), fileCount); }
 
 private:
     TemporaryRoot root_;
 };
-
-inline std::string BytesOf(std::string const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void WriteBytes(std::string const& path, std::string const& bytes, std::uint64_t offset) {
-    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
-    file.seekp(static_cast<std::streamoff>(offset));
-    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush()) {
-        throw std::runtime_error("cannot write " + path);
-    }
-}
-
-// Bytes whose period divides no chunk size, so that a byte in the wrong place is noticed.
-inline std::vector<unsigned char> Pattern(std::size_t size) {
-    std::vector<unsigned char> bytes(size);
-    for (std::size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<unsigned char>(i % 251 + 1);
-    }
-    return bytes;
-}
 
 } // namespace workstation

@@ -1,4 +1,4 @@
-// Looks for damage in what a recorder's directory holds of the pool, and puts it right.
+// Looks for damage in the pool and the process table of a recorder, and repairs it.
 #include "d2b/CheckPool.h"
 
 #include <fcntl.h>
@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "BigEndian.h"
+#include "Failure.h"
 #include "Root.h"
 #include "pool/PoolImage.h"
 #include "pool/ProcessTable.h"
@@ -21,8 +22,8 @@
 namespace workstation::d2b {
 namespace {
 
-// Carries out a repair and says in `done` what it did. False with `why` when it could not.
-using Remedy = std::function<bool(std::string& done, Trouble& why)>;
+// Carries out a repair and returns what it did. Throws Failure when it cannot.
+using Remedy = std::function<std::string()>;
 
 class PoolCheck {
 public:
@@ -35,7 +36,10 @@ private:
     void Found(std::string const& text, Remedy const& remedy);
     void FoundInImage(std::string const& text, Remedy const& remedy);
 
-    // Both return whether the check can go on behind them.
+    // Null when the image cannot be used, even after repairs.
+    std::unique_ptr<pool::PoolImage> CheckImage();
+
+    // Both return whether the check can go on after them.
     bool CheckImageFile();
     bool CheckSize(int descriptor, std::uint64_t size, std::uint32_t fileCount);
 
@@ -45,54 +49,46 @@ private:
 
     bool repair_;
     std::string path_ = PoolPath();
+    std::string image_ = pool::PoolName(path_);
     std::vector<Finding> findings_;
 };
 
-bool NoRemedy(std::string& /*done*/, Trouble& why) {
-    return Fail(why, EUCLEAN, "it cannot be repaired");
+std::string NoRemedy() {
+    throw Failure(EUCLEAN, "it cannot be repaired");
 }
 
-bool WriteAt(int descriptor, void const* data, std::size_t size, std::uint64_t offset,
-             Trouble& why) {
-    return pwrite(descriptor, data, size, static_cast<off_t>(offset)) ==
-               static_cast<ssize_t>(size) ||
-           FailWithErrno(why, "cannot write");
+void WriteAt(int descriptor, void const* data, std::size_t size, std::uint64_t offset) {
+    if (pwrite(descriptor, data, size, static_cast<off_t>(offset)) != static_cast<ssize_t>(size)) {
+        throw SystemFailure("cannot write");
+    }
 }
 
-// Sets the stated length of every file to 0 whose data reaches beyond `size`. What is cut off of
-// the table itself needs nothing: it comes back as zeros.
-bool EmptyLostFiles(int descriptor, std::uint64_t size, std::uint32_t fileCount, std::string& lost,
-                    Trouble& why) {
+// Sets the stated length of every file to 0 whose data extend beyond `size`. Returns the numbers of
+// these files, with a space before each. Entries that were cut off need nothing: extending the
+// image makes them zeros.
+std::string EmptyLostFiles(int descriptor, std::uint64_t size, std::uint32_t fileCount) {
+    std::string lost;
     for (int number = 1; number <= static_cast<int>(fileCount); ++number) {
         std::array<unsigned char, 4> word{};
         std::uint64_t const offset =
             pool::PoolEntryOffset(number) + pool::poolEntrySize - word.size();
         if (pread(descriptor, word.data(), word.size(), static_cast<off_t>(offset)) !=
             static_cast<ssize_t>(word.size())) {
-            return true;
+            break;
         }
         std::uint32_t const length = GetBig32(word.data());
         if (length == 0 || pool::PoolSlotOffset(fileCount, number) + length <= size) {
             continue;
         }
         word.fill(0);
-        if (!WriteAt(descriptor, word.data(), word.size(), offset, why)) {
-            return false;
-        }
+        WriteAt(descriptor, word.data(), word.size(), offset);
         lost.append(" ").append(std::to_string(number));
     }
-    return true;
+    return lost;
 }
 
 std::vector<Finding> PoolCheck::Run() {
-    std::unique_ptr<pool::PoolImage> pool;
-    if (CheckImageFile()) {
-        Trouble why;
-        pool = pool::PoolImage::Open(path_, why);
-        if (!pool) {
-            Found(why.text, NoRemedy);
-        }
-    }
+    auto const pool = CheckImage();
     for (int number = 1; pool && number <= pool->FileCount(); ++number) {
         CheckEntry(*pool, number);
     }
@@ -105,37 +101,45 @@ void PoolCheck::Found(std::string const& text, Remedy const& remedy) {
         findings_.push_back({text, true});
         return;
     }
-    std::string done;
-    Trouble why;
-    if (remedy(done, why)) {
-        findings_.push_back({text + "; " + done, false});
-    } else {
-        findings_.push_back({text + "; not repaired: " + why.text, true});
+    try {
+        findings_.push_back({text + "; " + remedy(), false});
+    } catch (Failure const& failure) {
+        findings_.push_back({text + "; not repaired: " + failure.what(), true});
     }
 }
 
-// The whole image is changed only by its owner.
+// The whole image is changed only by the owner of the directory.
 void PoolCheck::FoundInImage(std::string const& text, Remedy const& remedy) {
-    Found("pool '" + path_ + "': " + text, [&](std::string& done, Trouble& why) {
-        FileDescriptor const ownership = pool::LockRoot(why);
-        return ownership && remedy(done, why);
+    Found(text, [&] {
+        FileDescriptor const ownership = pool::LockRoot();
+        return remedy();
     });
+}
+
+std::unique_ptr<pool::PoolImage> PoolCheck::CheckImage() {
+    if (!CheckImageFile()) {
+        return nullptr;
+    }
+    try {
+        return pool::PoolImage::Open(path_);
+    } catch (Failure const& failure) {
+        Found(failure.what(), NoRemedy);
+        return nullptr;
+    }
 }
 
 bool PoolCheck::CheckImageFile() {
     FileDescriptor file(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    Trouble why;
     if (!file || fstat(file.Get(), &status) != 0) {
-        FailWithErrno(why, "cannot open");
-        FoundInImage(why.text, NoRemedy);
+        FoundInImage(SystemFailure(image_ + ": cannot open").what(), NoRemedy);
         return false;
     }
     if (S_ISDIR(status.st_mode)) {
-        return false; // a pool of ordinary files: that is for fsck
+        return false; // a pool of ordinary files: fsck checks it
     }
     if (!S_ISREG(status.st_mode)) {
-        FoundInImage("not a regular file", NoRemedy);
+        FoundInImage(image_ + ": not a regular file", NoRemedy);
         return false;
     }
     if (repair_) {
@@ -147,21 +151,21 @@ bool PoolCheck::CheckImageFile() {
 }
 
 std::optional<std::uint32_t> PoolCheck::CheckHeader(int descriptor, std::uint64_t size) {
-    Trouble damage;
-    if (auto const fileCount = pool::ReadPoolHeader(descriptor, damage)) {
-        return fileCount;
+    try {
+        return pool::ReadPoolHeader(descriptor, image_);
+    } catch (Failure const& damage) {
+        auto const bySize = pool::PoolFileCountOfSize(size);
+        FoundInImage(damage.what(), [&] {
+            if (!bySize) {
+                throw Failure(EUCLEAN,
+                              std::to_string(size) + " bytes are the size of no pool image");
+            }
+            pool::PoolHeaderPage const page = pool::EncodePoolHeader(*bySize);
+            WriteAt(descriptor, page.data(), page.size(), 0);
+            return "rebuilt for " + std::to_string(*bySize) + " stream files";
+        });
+        return findings_.back().remains ? std::nullopt : bySize;
     }
-    auto const bySize = pool::PoolFileCountOfSize(size);
-    FoundInImage(damage.text, [&](std::string& done, Trouble& why) {
-        if (!bySize) {
-            return Fail(why, EUCLEAN,
-                        std::to_string(size) + " bytes are the size of no pool image");
-        }
-        pool::PoolHeaderPage const page = pool::EncodePoolHeader(*bySize);
-        done = "rebuilt for " + std::to_string(*bySize) + " stream files";
-        return WriteAt(descriptor, page.data(), page.size(), 0, why);
-    });
-    return findings_.back().remains ? std::nullopt : bySize;
 }
 
 bool PoolCheck::CheckSize(int descriptor, std::uint64_t size, std::uint32_t fileCount) {
@@ -169,32 +173,27 @@ bool PoolCheck::CheckSize(int descriptor, std::uint64_t size, std::uint32_t file
     if (size == needed) {
         return true;
     }
-    std::string const text = pool::WrongPoolImageSize(size, fileCount);
+    std::string const text = image_ + ": " + pool::WrongPoolImageSize(size, fileCount);
     if (size > needed) {
         FoundInImage(text, NoRemedy);
         return false;
     }
-    FoundInImage(text, [&](std::string& done, Trouble& why) {
-        std::string lost;
-        if (!EmptyLostFiles(descriptor, size, fileCount, lost, why)) {
-            return false;
-        }
+    FoundInImage(text, [&] {
+        std::string const lost = EmptyLostFiles(descriptor, size, fileCount);
         if (ftruncate(descriptor, static_cast<off_t>(needed)) != 0) {
-            return FailWithErrno(why, "cannot extend it");
+            throw SystemFailure("cannot extend it");
         }
-        done = "extended" + (lost.empty() ? "" : ", length set to 0 for stream files" + lost);
-        return true;
+        return "extended" + (lost.empty() ? "" : ", length set to 0 for stream files" + lost);
     });
     return !findings_.back().remains;
 }
 
 void PoolCheck::CheckEntry(pool::PoolImage& pool, int fileNumber) {
-    std::string const name = "stream file " + std::to_string(fileNumber);
+    std::string const name = pool::StreamFileName(fileNumber);
     auto const settingTo = [&](pool::EntryWord word, std::uint32_t value, char const* what) {
-        return [&pool, fileNumber, word, value, what](std::string& done, Trouble& /*why*/) {
+        return [&pool, fileNumber, word, value, what] {
             pool.Set(fileNumber, word, value);
-            done = what;
-            return true;
+            return what;
         };
     };
     std::uint32_t const length = pool.Get(fileNumber, pool::EntryWord::length);
@@ -214,12 +213,10 @@ void PoolCheck::CheckEntry(pool::PoolImage& pool, int fileNumber) {
     }
     std::uint32_t const controller = pool.Get(fileNumber, pool::EntryWord::controller);
     if (controller != 0 && !pool::HasWriter(pool, fileNumber)) {
-        Found(name + ": controller " + std::to_string(controller) + " without a live writer",
-              [&](std::string& done, Trouble& /*why*/) {
-                  pool::ResetAbandonedController(pool, fileNumber);
-                  done = "reset";
-                  return true;
-              });
+        Found(name + ": controller " + std::to_string(controller) + " without a live writer", [&] {
+            pool::ResetAbandonedController(pool, fileNumber);
+            return "reset";
+        });
     }
 }
 
@@ -228,25 +225,26 @@ void PoolCheck::CheckProcesses(pool::PoolImage* pool) {
     if (access(path.c_str(), F_OK) != 0) {
         return; // the first process makes it
     }
-    Trouble damage;
-    auto const processes = pool::ProcessTable::Open(path, damage);
-    if (!processes) {
-        Found(damage.text, [&](std::string& done, Trouble& why) {
-            done = "removed, the next process makes a new one";
-            return unlink(path.c_str()) == 0 || FailWithErrno(why, "cannot remove it");
+    std::unique_ptr<pool::ProcessTable> processes;
+    try {
+        processes = pool::ProcessTable::Open(path);
+    } catch (Failure const& damage) {
+        Found(damage.what(), [&] {
+            if (unlink(path.c_str()) != 0) {
+                throw SystemFailure("cannot remove it");
+            }
+            return "removed, the next process makes a new one";
         });
         return;
     }
     for (int const pid : processes->DeadProcesses()) {
-        Found("process table: process " + std::to_string(pid) + " is gone",
-              [&](std::string& done, Trouble& why) {
-                  if (pool == nullptr) {
-                      return Fail(why, EUCLEAN, "the pool cannot be opened");
-                  }
-                  processes->Reap(*pool);
-                  done = "record cleared";
-                  return true;
-              });
+        Found("process table: process " + std::to_string(pid) + " is gone", [&] {
+            if (pool == nullptr) {
+                throw Failure(EUCLEAN, "the pool cannot be opened");
+            }
+            processes->Reap(*pool);
+            return "record cleared";
+        });
     }
 }
 

@@ -1,9 +1,6 @@
-// The commands of the pool tool: each adds itself to the command line.
+// The commands of the pool tool: each adds itself to the command line. A command that cannot do its
+// work throws Failure.
 #pragma once
-
-#include <stdexcept>
-
-#include "Trouble.h"
 
 namespace CLI {
 class App;
@@ -16,12 +13,5 @@ void AddCreateCommand(CLI::App& tool);
 void AddLoadCommand(CLI::App& tool);
 void AddSetCommand(CLI::App& tool);
 void AddTickCommand(CLI::App& tool);
-
-// How a command ends that could not do its work: its text is shown, the exit status is 1.
-class CommandFailure : public std::runtime_error {
-public:
-    explicit CommandFailure(Trouble const& why)
-        : std::runtime_error(why.text) {}
-};
 
 } // namespace workstation::d2b

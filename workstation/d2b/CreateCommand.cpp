@@ -5,11 +5,12 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
 
+#include "Failure.h"
+#include "NewFile.h"
 #include "Root.h"
 #include "d2b/Commands.h"
 #include "pool/PoolImage.h"
@@ -28,53 +29,51 @@ Existing WhatLiesAt(std::string const& path) {
     return S_ISDIR(status.st_mode) ? Existing::directory : Existing::file;
 }
 
-bool MakeRoot(Trouble& why) {
+void MakeRoot() {
     std::filesystem::path const root = RootDirectory();
-    std::error_code ignored; // what matters shows in mkdir
+    std::error_code ignored; // a failure shows in mkdir
     std::filesystem::create_directories(root.parent_path(), ignored);
-    return mkdir(root.c_str(), 0700) == 0 || errno == EEXIST ||
-           FailWithErrno(why, "cannot create '" + root.string() + "'");
+    if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) {
+        throw SystemFailure("cannot create '" + root.string() + "'");
+    }
 }
 
-bool MakeDirectoryPool(std::string const& path, Existing existing, Trouble& why) {
+void MakeDirectoryPool(std::string const& path, Existing existing) {
     if ((existing == Existing::file && unlink(path.c_str()) != 0) ||
         (existing == Existing::directory && rmdir(path.c_str()) != 0)) {
-        return FailWithErrno(why, "cannot replace '" + path + "'");
+        throw SystemFailure("cannot replace '" + path + "'");
     }
-    return mkdir(path.c_str(), 0700) == 0 || FailWithErrno(why, "cannot create '" + path + "'");
+    if (mkdir(path.c_str(), 0700) != 0) {
+        throw SystemFailure("cannot create '" + path + "'");
+    }
 }
 
-// The new image takes the place of the old one when it is complete: others may have that mapped.
-bool MakeImagePool(std::string const& path, Existing existing, std::uint32_t fileCount,
-                   Trouble& why) {
-    std::string const unfinished = path + ".new";
-    bool const isMade = pool::PoolImage::Create(unfinished, fileCount, why) &&
-                        (((existing != Existing::directory || rmdir(path.c_str()) == 0) &&
-                          std::rename(unfinished.c_str(), path.c_str()) == 0) ||
-                         FailWithErrno(why, "cannot replace '" + path + "'"));
-    if (!isMade) {
-        unlink(unfinished.c_str());
+// The new image takes the place of the old one when it is complete: other processes may have mapped
+// the old one.
+void MakeImagePool(std::string const& path, Existing existing, std::uint32_t fileCount) {
+    UnfinishedFile unfinished(path + ".new");
+    pool::PoolImage::Create(unfinished.Path(), fileCount);
+    if ((existing == Existing::directory && rmdir(path.c_str()) != 0) ||
+        !unfinished.RenameTo(path)) {
+        throw SystemFailure("cannot replace '" + path + "'");
     }
-    return isMade;
 }
 
 } // namespace
 
-bool CreatePool(CreateOptions const& options, Trouble& why) {
-    if (!MakeRoot(why)) {
-        return false;
-    }
-    FileDescriptor const ownership = pool::LockRoot(why);
-    if (!ownership) {
-        return false;
-    }
+void CreatePool(CreateOptions const& options) {
+    MakeRoot();
+    FileDescriptor const ownership = pool::LockRoot();
     std::string const path = PoolPath();
     Existing const existing = WhatLiesAt(path);
     if (existing != Existing::nothing && !options.replace) {
-        return Fail(why, EEXIST, "pool '" + path + "' exists already (--force replaces it)");
+        throw Failure(EEXIST, pool::PoolName(path) + " exists already (--force replaces it)");
     }
-    return options.isExt4 ? MakeDirectoryPool(path, existing, why)
-                          : MakeImagePool(path, existing, options.fileCount, why);
+    if (options.isExt4) {
+        MakeDirectoryPool(path, existing);
+    } else {
+        MakeImagePool(path, existing, options.fileCount);
+    }
 }
 
 void AddCreateCommand(CLI::App& tool) {
@@ -86,12 +85,7 @@ void AddCreateCommand(CLI::App& tool) {
         ->check(CLI::Range(std::uint32_t{0}, pool::poolMaxFileCount));
     command->add_flag("--ext4", options->isExt4, "Makes a directory instead of an image");
     command->add_flag("--force", options->replace, "Replaces an existing pool");
-    command->callback([options] {
-        Trouble why;
-        if (!CreatePool(*options, why)) {
-            throw CommandFailure(why);
-        }
-    });
+    command->callback([options] { CreatePool(*options); });
 }
 
 } // namespace workstation::d2b

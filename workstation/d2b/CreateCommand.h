@@ -3,8 +3,6 @@
 
 #include <cstdint>
 
-#include "Trouble.h"
-
 namespace workstation::d2b {
 
 struct CreateOptions {
@@ -13,9 +11,9 @@ struct CreateOptions {
     bool replace = false; // an existing pool
 };
 
-// Makes the pool of the recorder, and the recorder's directory when it is missing. An image that
-// is replaced stays as it is for those who have it open. Refused while a stream manager owns the
-// directory, and where a directory that is not empty would have to go.
-bool CreatePool(CreateOptions const& options, Trouble& why);
+// Makes the pool of the recorder, and the recorder's directory when it is missing. Processes that
+// have a replaced image open keep it as it is. Throws Failure, also while a stream manager owns the
+// directory, and instead of replacing a directory that is not empty.
+void CreatePool(CreateOptions const& options);
 
 } // namespace workstation::d2b

@@ -1,4 +1,4 @@
-// d2b set: changes what the table says of a stream file.
+// d2b set: changes the table entry of a stream file.
 #include "d2b/SetCommand.h"
 
 #include <fcntl.h>
@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "Failure.h"
 #include "Root.h"
 #include "d2b/Commands.h"
 #include "pool/PoolImage.h"
@@ -26,30 +27,21 @@ void SetIfGiven(pool::PoolImage& pool, int fileNumber, pool::EntryWord word,
 
 } // namespace
 
-bool SetStreamFile(int fileNumber, SetOptions const& options, Trouble& why) {
-    auto const pool = pool::PoolImage::Open(PoolPath(), why);
-    if (!pool) {
-        return false;
-    }
+void SetStreamFile(int fileNumber, SetOptions const& options) {
+    auto const pool = pool::PoolImage::Open(PoolPath());
     if (!pool->Has(fileNumber)) {
-        return Fail(why, ENOENT, pool::NoSuchStreamFile(*pool, fileNumber));
+        throw Failure(ENOENT, pool::NoSuchStreamFile(*pool, fileNumber));
     }
-    FileDescriptor const file = pool->OpenDescriptor(O_RDWR);
-    if (!file) {
-        return FailWithErrno(why, "cannot open '" + pool->Path() + "'");
-    }
-    if (!pool::LockForWriting(file.Get(), fileNumber, why)) {
-        return false;
-    }
+    FileDescriptor const file = pool->OpenDescriptor(O_RDWR, "cannot open '" + pool->Path() + "'");
+    pool::LockForWriting(file.Get(), fileNumber);
     SetIfGiven(*pool, fileNumber, pool::EntryWord::length, options.length);
     SetIfGiven(*pool, fileNumber, pool::EntryWord::controller, options.controller);
     SetIfGiven(*pool, fileNumber, pool::EntryWord::dbMatch, options.dbMatch);
     SetIfGiven(*pool, fileNumber, pool::EntryWord::atomicReaders, options.atomicReaders);
-    return true;
 }
 
 void AddSetCommand(CLI::App& tool) {
-    constexpr std::uint32_t none = 0;
+    constexpr std::uint32_t zero = 0;
     constexpr std::uint32_t maxController = 255;
     constexpr std::uint32_t maxReaders = std::numeric_limits<std::int32_t>::max();
 
@@ -61,22 +53,17 @@ void AddSetCommand(CLI::App& tool) {
     values->require_option();
     values->add_option("--length", options->length, "Stated length in bytes")
         ->option_text("BYTES, up to " + std::to_string(pool::poolSlotSize))
-        ->check(CLI::Range(none, pool::poolSlotSize));
+        ->check(CLI::Range(zero, pool::poolSlotSize));
     values->add_option("--controller", options->controller, "Write controller, 0 for nobody")
         ->option_text("N, up to " + std::to_string(maxController))
-        ->check(CLI::Range(none, maxController));
+        ->check(CLI::Range(zero, maxController));
     values->add_option("--db-match", options->dbMatch, "Known to the stream database as it is")
         ->option_text("true or false")
         ->check(CLI::IsMember({"true", "false"}));
     values->add_option("--readers", options->atomicReaders, "Number of atomic readers")
         ->option_text("N")
-        ->check(CLI::Range(none, maxReaders));
-    command->callback([fileNumber, options] {
-        Trouble why;
-        if (!SetStreamFile(*fileNumber, *options, why)) {
-            throw CommandFailure(why);
-        }
-    });
+        ->check(CLI::Range(zero, maxReaders));
+    command->callback([fileNumber, options] { SetStreamFile(*fileNumber, *options); });
 }
 
 } // namespace workstation::d2b

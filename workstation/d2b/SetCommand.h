@@ -1,14 +1,12 @@
-// d2b set: changes what the table says of a stream file.
+// d2b set: changes the table entry of a stream file.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 
-#include "Trouble.h"
-
 namespace workstation::d2b {
 
-// What is not given stays as it is.
+// Values that are not given stay as they are.
 struct SetOptions {
     std::optional<std::uint32_t> length; // in bytes
     std::optional<std::uint32_t> controller;
@@ -16,7 +14,7 @@ struct SetOptions {
     std::optional<std::uint32_t> atomicReaders;
 };
 
-// Refused while somebody writes the stream file.
-bool SetStreamFile(int fileNumber, SetOptions const& options, Trouble& why);
+// Throws Failure, also (EBUSY) while the stream file is being written.
+void SetStreamFile(int fileNumber, SetOptions const& options);
 
 } // namespace workstation::d2b

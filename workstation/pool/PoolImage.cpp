@@ -1,4 +1,4 @@
-// A pool image that is in use: its table of files, and ways to its slots.
+// A pool image that is in use: its table of files, and descriptors for its slots.
 #include "pool/PoolImage.h"
 
 #include <fcntl.h>
@@ -8,16 +8,18 @@
 #include <array>
 #include <atomic>
 #include <bit>
+#include <cstring>
 #include <utility>
 
 #include "BigEndian.h"
+#include "Failure.h"
 
 namespace workstation::pool {
 namespace {
 
 static_assert(std::atomic_ref<std::uint32_t>::is_always_lock_free);
 
-// What a number has to look like in memory so that its bytes lie there big-endian, and back.
+// The value whose bytes in memory are those of `value` in big-endian order, and back.
 std::uint32_t ToBigEndian(std::uint32_t value) {
     std::array<unsigned char, 4> bytes{};
     PutBig32(bytes.data(), value);
@@ -29,21 +31,16 @@ std::uint32_t FromBigEndian(std::uint32_t stored) {
     return GetBig32(bytes.data());
 }
 
-// The number of files of the image; none unless its header and its size are as they must be.
-std::optional<std::uint32_t> SoundFileCount(int descriptor, struct stat const& status,
-                                            Trouble& why) {
+// The number of files of the image. Throws Failure unless its header and its size are right.
+std::uint32_t CheckedFileCount(int descriptor, struct stat const& status,
+                               std::string const& image) {
     if (!S_ISREG(status.st_mode)) {
-        Fail(why, EINVAL, "not a regular file");
-        return std::nullopt;
+        throw Failure(EINVAL, image + ": not a regular file");
     }
-    auto const fileCount = ReadPoolHeader(descriptor, why);
-    if (!fileCount) {
-        return std::nullopt;
-    }
+    std::uint32_t const fileCount = ReadPoolHeader(descriptor, image);
     auto const size = static_cast<std::uint64_t>(status.st_size);
-    if (size != PoolImageSize(*fileCount)) {
-        Fail(why, EUCLEAN, WrongPoolImageSize(size, *fileCount));
-        return std::nullopt;
+    if (size != PoolImageSize(fileCount)) {
+        throw Failure(EUCLEAN, image + ": " + WrongPoolImageSize(size, fileCount));
     }
     return fileCount;
 }
@@ -51,55 +48,39 @@ std::optional<std::uint32_t> SoundFileCount(int descriptor, struct stat const& s
 } // namespace
 
 PoolImage::PoolImage(std::string path, std::uint32_t fileCount, dev_t device, ino_t inode,
-                     Mapping mapping)
+                     SharedMapping mapping)
     : path_(std::move(path))
     , fileCount_(fileCount)
     , device_(device)
     , inode_(inode)
     , mapping_(std::move(mapping)) {}
 
-std::unique_ptr<PoolImage> PoolImage::Open(std::string const& path, Trouble& why) {
-    auto image = OpenSound(path, why);
-    if (!image) {
-        why.text = "pool '" + path + "': " + why.text;
-    }
-    return image;
-}
-
-std::unique_ptr<PoolImage> PoolImage::OpenSound(std::string const& path, Trouble& why) {
+std::unique_ptr<PoolImage> PoolImage::Open(std::string const& path) {
+    std::string const image = PoolName(path);
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file || fstat(file.Get(), &status) != 0) {
-        FailWithErrno(why, "cannot open");
-        return nullptr;
+        throw SystemFailure(image + ": cannot open");
     }
-    auto const fileCount = SoundFileCount(file.Get(), status, why);
-    if (!fileCount) {
-        return nullptr;
-    }
-    Mapping mapping(file.Get(), static_cast<std::size_t>(PoolDataOffset(*fileCount)),
-                    Mapping::Access::change);
-    if (!mapping) {
-        FailWithErrno(why, "cannot map the table");
-        return nullptr;
-    }
+    std::uint32_t const fileCount = CheckedFileCount(file.Get(), status, image);
+    SharedMapping mapping(file.Get(), static_cast<std::size_t>(PoolDataOffset(fileCount)),
+                          SharedMapping::Access::readWrite, image + ": cannot map the table");
     return std::unique_ptr<PoolImage>(
-        new PoolImage(path, *fileCount, status.st_dev, status.st_ino, std::move(mapping)));
+        new PoolImage(path, fileCount, status.st_dev, status.st_ino, std::move(mapping)));
 }
 
-bool PoolImage::Create(std::string const& path, std::uint32_t fileCount, Trouble& why) {
+void PoolImage::Create(std::string const& path, std::uint32_t fileCount) {
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     if (!file) {
-        return FailWithErrno(why, "cannot create '" + path + "'");
+        throw SystemFailure("cannot create '" + path + "'");
     }
     PoolHeaderPage const header = EncodePoolHeader(fileCount);
     auto const size = static_cast<off_t>(PoolImageSize(fileCount));
     if (pwrite(file.Get(), header.data(), header.size(), 0) !=
             static_cast<ssize_t>(header.size()) ||
         ftruncate(file.Get(), size) != 0 || fsync(file.Get()) != 0) {
-        return FailWithErrno(why, "cannot write '" + path + "'");
+        throw SystemFailure("cannot write '" + path + "'");
     }
-    return true;
 }
 
 std::uint32_t* PoolImage::Word(int fileNumber, EntryWord word) const {
@@ -123,48 +104,43 @@ bool PoolImage::LiesAt(std::string const& path) const {
            static_cast<std::uint64_t>(status.st_size) == PoolImageSize(fileCount_);
 }
 
-FileDescriptor PoolImage::OpenDescriptor(int flags) const {
+FileDescriptor PoolImage::OpenDescriptor(int flags, std::string const& what) const {
     FileDescriptor file(open(path_.c_str(), flags | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file || fstat(file.Get(), &status) != 0) {
-        return {};
+        throw SystemFailure(what);
     }
     if (status.st_dev != device_ || status.st_ino != inode_) {
-        errno = ESTALE;
-        return {};
+        throw Failure(ESTALE, what + ": " + std::strerror(ESTALE));
     }
     return file;
 }
 
-std::optional<std::uint32_t> ReadPoolHeader(int descriptor, Trouble& why) {
+std::string PoolName(std::string const& path) {
+    return "pool '" + path + "'";
+}
+
+std::uint32_t ReadPoolHeader(int descriptor, std::string const& image) {
     PoolHeaderPage page{};
     ssize_t const got = pread(descriptor, page.data(), page.size(), 0);
     if (got < 0) {
-        FailWithErrno(why, "cannot read the header");
-        return std::nullopt;
+        throw SystemFailure(image + ": cannot read the header");
     }
     if (static_cast<std::size_t>(got) < page.size()) {
-        Fail(why, EUCLEAN,
-             "not a pool image: " + std::to_string(got) + " bytes are no header page");
-        return std::nullopt;
+        throw Failure(EUCLEAN, image + ": not a pool image: " + std::to_string(got) +
+                                   " bytes are no header page");
     }
-    std::string fault;
-    auto const fileCount = DecodePoolHeader(page, fault);
-    if (!fileCount) {
-        Fail(why, EUCLEAN, fault);
-    }
-    return fileCount;
+    return DecodePoolHeader(page, image);
 }
 
 std::string NoSuchStreamFile(PoolImage const& image, int fileNumber) {
-    return "stream file " + std::to_string(fileNumber) + ": the pool has no such file; it has " +
+    return StreamFileName(fileNumber) + ": the pool has no such file; it has " +
            std::to_string(image.FileCount());
 }
 
 std::string LengthBeyondSlot(int fileNumber, std::uint32_t length) {
-    return "stream file " + std::to_string(fileNumber) + ": stated length " +
-           std::to_string(length) + " is beyond the slot of " + std::to_string(poolSlotSize) +
-           " bytes";
+    return StreamFileName(fileNumber) + ": stated length " + std::to_string(length) +
+           " is beyond the slot of " + std::to_string(poolSlotSize) + " bytes";
 }
 
 } // namespace workstation::pool

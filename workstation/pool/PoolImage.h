@@ -1,31 +1,30 @@
-// A pool image that is in use: its table of files, and ways to its slots.
+// A pool image that is in use: its table of files, and descriptors for its slots.
 #pragma once
 
 #include <sys/types.h>
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "FileDescriptor.h"
-#include "Trouble.h"
-#include "pool/Mapping.h"
 #include "pool/PoolLayout.h"
+#include "pool/SharedMapping.h"
 
 namespace workstation::pool {
 
 // The header and the table are mapped and shared with every other process; each word of the table
-// is read and written as a whole. Slots are never mapped: they are read and written through
-// descriptors. Holds no descriptor itself. Only opening and creating allocate memory or set errno.
+// is read and written atomically. Slots are never mapped: they are read and written through
+// descriptors. Holds no descriptor itself. Get and Set are safe in a signal handler.
 class PoolImage {
 public:
-    // Null, with "pool '<path>': " and what is wrong, unless the file is a sound image of exactly
-    // the right size. Single entries are not looked at.
-    static std::unique_ptr<PoolImage> Open(std::string const& path, Trouble& why);
+    // Throws Failure, whose text begins "pool '<path>': ", unless the file is an image with a valid
+    // header and of exactly the right size. The entries of the table are not checked.
+    static std::unique_ptr<PoolImage> Open(std::string const& path);
 
     // Makes an image of empty files, in place of whatever file is there. The image is sparse.
-    static bool Create(std::string const& path, std::uint32_t fileCount, Trouble& why);
+    // Throws Failure, after which an unfinished file may be left.
+    static void Create(std::string const& path, std::uint32_t fileCount);
 
     std::string const& Path() const { return path_; }
     int FileCount() const { return static_cast<int>(fileCount_); }
@@ -35,34 +34,43 @@ public:
     std::uint32_t Get(int fileNumber, EntryWord word) const;
     void Set(int fileNumber, EntryWord word, std::uint32_t value);
 
+    // Sets the mark in the entry of a file that the event database knows it as it is.
+    void MarkKnown(int fileNumber, bool isKnown) {
+        Set(fileNumber, EntryWord::dbMatch, isKnown ? 1 : 0);
+    }
+
     // Where the slot of a file begins, in bytes.
     std::uint64_t SlotOffset(int fileNumber) const {
         return PoolSlotOffset(fileCount_, fileNumber);
     }
 
-    // True while the file at `path` is this image, with its size unchanged.
+    // Whether the file at `path` is this image, with its size unchanged.
     bool LiesAt(std::string const& path) const;
 
-    // A descriptor of its own on the image, with its own locks; flags as for open(2). None with
-    // errno on failure: ESTALE when another image has taken the place of this one.
-    FileDescriptor OpenDescriptor(int flags) const;
+    // A new descriptor of the image, which has locks of its own; flags as for open(2). Throws
+    // Failure, whose text begins with `what`: ESTALE when another image has taken the place of
+    // this one.
+    FileDescriptor OpenDescriptor(int flags, std::string const& what) const;
 
 private:
     PoolImage(std::string path, std::uint32_t fileCount, dev_t device, ino_t inode,
-              Mapping mapping);
+              SharedMapping mapping);
 
-    static std::unique_ptr<PoolImage> OpenSound(std::string const& path, Trouble& why);
     std::uint32_t* Word(int fileNumber, EntryWord word) const;
 
     std::string path_;
     std::uint32_t fileCount_;
     dev_t device_;
     ino_t inode_;
-    Mapping mapping_;
+    SharedMapping mapping_;
 };
 
-// The number of files that the header of an image states; none when it is not as it must be.
-std::optional<std::uint32_t> ReadPoolHeader(int descriptor, Trouble& why);
+// "pool '<path>'", as messages name it.
+std::string PoolName(std::string const& path);
+
+// The number of files that the header of an image states. Throws Failure when the header cannot be
+// read or is damaged; `image` names the image in its text.
+std::uint32_t ReadPoolHeader(int descriptor, std::string const& image);
 
 // "stream file 7: the pool has no such file; it has 3".
 std::string NoSuchStreamFile(PoolImage const& image, int fileNumber);

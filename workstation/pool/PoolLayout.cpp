@@ -1,4 +1,4 @@
-// How a pool image is laid out: a header page, the table of files, and the slots
+// The layout of a pool image: a header page, the table of files, and the slots
 // (docs/pool-image.md).
 #include "pool/PoolLayout.h"
 
@@ -8,12 +8,13 @@
 #include <sstream>
 
 #include "BigEndian.h"
+#include "Failure.h"
 
 namespace workstation::pool {
 namespace {
 
-// The first byte keeps the image from being taken for text, the line ends and the control
-// character show a transfer that changed it, as in PNG.
+// As in PNG: the first byte shows that the image is not text; a transfer that changed it as text
+// damages the line ends or the control character.
 constexpr std::array<unsigned char, 8> magic = {0x89, 'D', '2', 'B', '\r', '\n', 0x1A, '\n'};
 
 constexpr std::size_t versionAt = magic.size();
@@ -48,7 +49,7 @@ std::string IsNot(char const* field, std::uint64_t stated, std::uint64_t needed)
     return std::string(field) + " is " + std::to_string(stated) + ", not " + std::to_string(needed);
 }
 
-// What is wrong with the header; empty when nothing is.
+// What is wrong with the header; empty when it is right.
 std::string HeaderFault(PoolHeaderPage const& page) {
     unsigned char const* const header = page.data();
     if (!std::equal(magic.begin(), magic.end(), header)) {
@@ -120,10 +121,10 @@ PoolHeaderPage EncodePoolHeader(std::uint32_t fileCount) {
     return page;
 }
 
-std::optional<std::uint32_t> DecodePoolHeader(PoolHeaderPage const& page, std::string& fault) {
-    fault = HeaderFault(page);
+std::uint32_t DecodePoolHeader(PoolHeaderPage const& page, std::string const& image) {
+    std::string const fault = HeaderFault(page);
     if (!fault.empty()) {
-        return std::nullopt;
+        throw Failure(EUCLEAN, image + ": " + fault);
     }
     return GetBig32(page.data() + fileCountAt);
 }

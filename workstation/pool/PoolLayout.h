@@ -1,4 +1,4 @@
-// How a pool image is laid out: a header page, the table of files, and the slots
+// The layout of a pool image: a header page, the table of files, and the slots
 // (docs/pool-image.md).
 #pragma once
 
@@ -19,7 +19,9 @@ constexpr std::uint32_t poolSlotSizeKiB = poolSlotSize / 1024;
 // The image stays below the 16 TiB that an ext4 file with 4 KiB blocks can have.
 constexpr std::uint32_t poolMaxFileCount = 100000;
 
-// The words of a file's entry in the table, by their index.
+// The words of a file's entry in the table, by their index: who writes the file (0: no process),
+// whether the event database knows it as it is, how many processes read it and must find it
+// unchanged, and its stated length in bytes.
 enum class EntryWord { controller = 0, dbMatch = 1, atomicReaders = 2, length = 3 };
 
 using PoolHeaderPage = std::array<unsigned char, poolPageSize>;
@@ -47,7 +49,7 @@ constexpr std::uint64_t PoolSlotOffset(std::uint32_t fileCount, int fileNumber) 
 // "stream file 7", as messages name it.
 std::string StreamFileName(int fileNumber);
 
-// The only number of files that gives an image of this size; none when no number does.
+// The only number of files that gives an image of this size; empty when no number does.
 std::optional<std::uint32_t> PoolFileCountOfSize(std::uint64_t imageSize);
 
 // What is wrong with an image of another size than it must have.
@@ -55,8 +57,8 @@ std::string WrongPoolImageSize(std::uint64_t imageSize, std::uint32_t fileCount)
 
 PoolHeaderPage EncodePoolHeader(std::uint32_t fileCount);
 
-// The number of files that a header states; none, with what is wrong in `fault`, when any of its
-// fields is not as it must be.
-std::optional<std::uint32_t> DecodePoolHeader(PoolHeaderPage const& page, std::string& fault);
+// The number of files that a header states. Throws Failure (EUCLEAN) with the first field that is
+// wrong; `image` names the image in its text.
+std::uint32_t DecodePoolHeader(PoolHeaderPage const& page, std::string const& image);
 
 } // namespace workstation::pool

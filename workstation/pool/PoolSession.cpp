@@ -1,4 +1,4 @@
-// What this process has to do with the pool.
+// The use that a process makes of the pool, from loading to unloading it.
 #include "pool/PoolSession.h"
 
 #include <pthread.h>
@@ -8,24 +8,13 @@
 #include <cerrno>
 #include <memory>
 #include <mutex>
-#include <string>
-#include <type_traits>
 
+#include "Failure.h"
 #include "Root.h"
 #include "pool/PoolImage.h"
 
 namespace workstation::pool {
-
-struct PoolSession::Attachment {
-    std::unique_ptr<PoolImage> pool;
-    std::unique_ptr<ProcessTable> processes; // null: nobody is listed
-    Attachment* former;
-};
-
 namespace {
-
-constinit PoolSession session;
-static_assert(std::is_trivially_destructible_v<PoolSession>);
 
 // Held by whatever allocates, registers or reaps. Held over a fork as well, so that the child finds
 // it free.
@@ -33,51 +22,48 @@ constinit std::mutex mutex;
 [[maybe_unused]] int const forkHandlers =
     pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, [] { mutex.unlock(); });
 
-// A process that ends by exit() leaves no record, not even when another thread is registering it.
-struct EndOfProcess {
-    ~EndOfProcess() { session.End(); }
-} const endOfProcess;
+// Null when the table cannot be used: then no process is listed.
+std::unique_ptr<ProcessTable> OpenProcessTable() {
+    try {
+        return ProcessTable::Open(ProcessTablePath());
+    } catch (Failure const&) {
+        return nullptr;
+    }
+}
 
 } // namespace
 
-PoolSession& PoolSession::Instance() {
-    return session;
+struct PoolSession::Attachment {
+    std::unique_ptr<PoolImage> pool;
+    std::unique_ptr<ProcessTable> processes; // null: no process is listed
+    std::unique_ptr<Attachment> former;
+};
+
+PoolSession::~PoolSession() {
+    Unload();
+    delete attachment_.load();
 }
 
-bool PoolSession::Load(bool registerProcess, Trouble& why) {
+void PoolSession::Load(bool registerProcess) {
     std::lock_guard const lock(mutex);
-    Attachment* const attachment = Attach(why);
-    if (attachment == nullptr) {
-        return false;
-    }
+    Attachment& attachment = Attach();
     isLoaded_ = true;
     if (registerProcess) {
-        Register(*attachment);
+        Register(attachment);
     }
-    return true;
 }
 
-PoolSession::Attachment* PoolSession::Attach(Trouble& why) {
+PoolSession::Attachment& PoolSession::Attach() {
     Attachment* const former = attachment_;
     if (former != nullptr && former->pool->LiesAt(PoolPath())) {
-        return former;
+        return *former;
     }
-    Attachment* const attachment = MakeAttachment(former, why);
-    if (attachment != nullptr) {
-        Unload();
-        attachment_ = attachment;
-    }
-    return attachment;
-}
-
-PoolSession::Attachment* PoolSession::MakeAttachment(Attachment* former, Trouble& why) {
-    auto pool = PoolImage::Open(PoolPath(), why);
-    if (!pool) {
-        return nullptr;
-    }
-    Trouble unlisted;
-    auto processes = ProcessTable::Open(ProcessTablePath(), unlisted);
-    return new Attachment{std::move(pool), std::move(processes), former};
+    auto attachment = std::make_unique<Attachment>(
+        Attachment{PoolImage::Open(PoolPath()), OpenProcessTable(), {}});
+    Unload();
+    attachment->former.reset(former);
+    attachment_ = attachment.release();
+    return *attachment_;
 }
 
 void PoolSession::Register(Attachment& attachment) {
@@ -90,7 +76,7 @@ void PoolSession::Register(Attachment& attachment) {
         registeredAs_ = getpid();
     }
     if (!isLoaded_ || isEnded_) {
-        // Unloaded in the meantime, perhaps before there was anything to give back.
+        // Unloaded in the meantime, perhaps before there was a record to free.
         attachment.processes->Unregister(*attachment.pool);
         registeredAs_ = 0;
     }
@@ -101,7 +87,8 @@ void PoolSession::Unload() noexcept {
     int const error = errno;
     isLoaded_ = false;
     Attachment const* const attachment = attachment_;
-    if (attachment != nullptr && attachment->processes != nullptr) {
+    bool const isRegistered = registering_ != 0 || registeredAs_ == getpid();
+    if (isRegistered && attachment != nullptr && attachment->processes != nullptr) {
         attachment->processes->Unregister(*attachment->pool);
     }
     registeredAs_ = 0;
@@ -110,8 +97,9 @@ void PoolSession::Unload() noexcept {
 
 void PoolSession::End() noexcept {
     isEnded_ = true;
-    // A thread that was registering before it could know takes back what it does, unless the end
-    // of the process is faster. If it is the caller, interrupted, there is nothing to wait for.
+    // A thread that began to register before undoes it when it sees the end, unless the process
+    // ends before that: give it time. When this handler interrupted that very thread, waiting is
+    // useless.
     constexpr int patience = 100000;
     pid_t const self = gettid();
     for (int i = 0; i < patience && registering_ != 0 && registering_ != self; ++i) {
@@ -120,7 +108,15 @@ void PoolSession::End() noexcept {
     Unload();
 }
 
-PoolImage* PoolSession::Pool() const {
+PoolImage& PoolSession::Pool() const {
+    PoolImage* const pool = PoolIfLoaded();
+    if (pool == nullptr) {
+        throw Failure(ENOENT, "no pool is loaded");
+    }
+    return *pool;
+}
+
+PoolImage* PoolSession::PoolIfLoaded() const {
     return isLoaded_ ? attachment_.load()->pool.get() : nullptr;
 }
 
@@ -144,10 +140,6 @@ unsigned PoolSession::Reap() {
         return 0;
     }
     return attachment->processes->Reap(*attachment->pool);
-}
-
-unsigned ReapDeadProcesses() {
-    return PoolSession::Instance().Reap();
 }
 
 } // namespace workstation::pool

@@ -1,63 +1,70 @@
-// What this process has to do with the pool.
+// The use that a process makes of the pool, from loading to unloading it.
 #pragma once
 
 #include <sys/types.h>
 
 #include <atomic>
 
-#include "Trouble.h"
 #include "pool/ProcessTable.h"
 
 namespace workstation::pool {
 
 class PoolImage;
 
-// Exists before any code of the program runs and is never destroyed, so it can be used by static
-// objects and by a signal handler at any moment.
+// A program has one session that registers it in the process table. All operations may be called
+// from any thread. When the session is loaded again for another pool (another root, or another
+// image in its place), the former pool stays valid until the session is destroyed.
 class PoolSession {
 public:
-    static PoolSession& Instance();
+    constexpr PoolSession() = default;
+    // Unloads. Stream files that were opened in the session must be closed before.
+    ~PoolSession();
+
+    PoolSession(PoolSession const&) = delete;
+    PoolSession& operator=(PoolSession const&) = delete;
 
     // Opens the pool of the recorder, unless it is open already, and gives the process a record in
-    // the process table. Without a record (the table is full or damaged) everything works, the
-    // process is just not listed. From any thread, as often as one likes.
-    bool Load(bool registerProcess, Trouble& why);
+    // the process table. May be repeated. Throws Failure when there is no usable pool. A process
+    // table that is full or damaged is not a failure: the process is then not listed, and
+    // everything else works.
+    void Load(bool registerProcess);
 
-    // Gives back the record of the process with everything in it. Safe in a signal handler: it
-    // takes no lock and no memory, whatever it interrupts, and may interrupt itself. Streams that
-    // are open stay so.
+    // Frees the record of the process with everything in it. Safe in a signal handler: it takes no
+    // lock and no memory, whatever it interrupts, and may interrupt itself. Stream files that are
+    // open stay open.
     void Unload() noexcept;
 
-    // Unload for good: from now on nothing is registered. For the end of the process, where other
-    // threads may still be at work.
+    // Unloads for good: from now on nothing is registered. For the end of the process, where other
+    // threads may still be running.
     void End() noexcept;
 
-    // The pool; null unless it is loaded. It lives as long as the process.
-    PoolImage* Pool() const;
+    // The loaded pool. Throws Failure (ENOENT) unless one is loaded.
+    PoolImage& Pool() const;
+
+    // The same; null unless one is loaded.
+    PoolImage* PoolIfLoaded() const;
 
     // Lists the calling thread as using a stream file; null when there is no room.
     ThreadSlot* ListThread(SlotUse use, int fileNumber);
 
-    // Clears what dead processes left in the process table. Returns how many there were.
+    // Clears what dead processes left in the process table, and the write controllers of the files
+    // that they were writing. Returns how many such processes there were; 0 unless a pool is
+    // loaded.
     unsigned Reap();
 
 private:
-    // What one pool was opened as. Replaced (by another root, or another pool in its place) but
-    // never freed: other threads, or the handler of a signal, may be in the midst of using it.
+    // One pool with its process table. Freed with the session only: other threads, or a signal
+    // handler, may be using it.
     struct Attachment;
 
-    Attachment* Attach(Trouble& why);
+    Attachment& Attach();
     void Register(Attachment& attachment);
-    static Attachment* MakeAttachment(Attachment* former, Trouble& why);
 
     std::atomic<Attachment*> attachment_ = nullptr;
     std::atomic<bool> isLoaded_ = false;
     std::atomic<bool> isEnded_ = false;
-    std::atomic<pid_t> registering_ = 0;  // the thread that is at it, 0 for none
+    std::atomic<pid_t> registering_ = 0;  // the thread that is registering the process, or 0
     std::atomic<pid_t> registeredAs_ = 0; // 0: not registered; a forked child is not its parent
 };
-
-// Clears what dead processes left in the process table of the loaded pool.
-unsigned ReapDeadProcesses();
 
 } // namespace workstation::pool

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "Failure.h"
 #include "FileDescriptor.h"
 #include "pool/PoolImage.h"
 #include "pool/WriterLock.h"
@@ -20,7 +21,7 @@
 namespace workstation::pool {
 namespace {
 
-// A table of a machine with the other byte order shows another magic number.
+// In a table of a machine with the other byte order, its bytes are in reverse order.
 constexpr std::uint32_t tableMagic = 0x53505442; // "SPTB"
 constexpr std::uint32_t tableVersion = 1;
 
@@ -37,7 +38,7 @@ constexpr ProcessTableHeader soundHeader = {
 static_assert(std::atomic_ref<std::uint32_t>::is_always_lock_free);
 static_assert(std::atomic_ref<std::int32_t>::is_always_lock_free);
 
-// The words behind the magic number.
+// The words after the magic number.
 constexpr std::array headerWords = {
     &ProcessTableHeader::version,        &ProcessTableHeader::headerSize,
     &ProcessTableHeader::recordCount,    &ProcessTableHeader::recordSize,
@@ -54,8 +55,7 @@ bool Exchange(T& word, T expected, T desired) {
     return std::atomic_ref(word).compare_exchange_strong(expected, desired);
 }
 
-// Sound is also the header of a table that is still being made: then every word of it is as it
-// must be or still zero.
+// Whether a header is right. In a table that is still being made, words may also be zero.
 bool IsSound(ProcessTableHeader& header) {
     std::uint32_t const magic = Load(header.magic);
     bool const isMade = magic == tableMagic;
@@ -66,7 +66,7 @@ bool IsSound(ProcessTableHeader& header) {
            });
 }
 
-// Whoever else makes the table at the same time writes the same.
+// Other processes that make the table at the same time write the same.
 void MakeHeader(ProcessTableHeader& header) {
     for (auto word : headerWords) {
         std::atomic_ref(header.*word).store(soundHeader.*word);
@@ -90,7 +90,7 @@ bool IsGone(int pid) {
     return kill(pid, 0) != 0 && errno == ESRCH;
 }
 
-// The process that a record stands for: its owner or, for one that is being cleared, whoever
+// The process that a record belongs to: its owner or, while it is being cleared, the process that
 // clears it.
 int Holder(std::int32_t pidWord) {
     return pidWord >= 0 ? pidWord : -std::max(pidWord, -std::numeric_limits<std::int32_t>::max());
@@ -100,7 +100,7 @@ bool IsAbandoned(std::int32_t pidWord) {
     return pidWord != 0 && IsGone(Holder(pidWord));
 }
 
-// Clears a record that nobody but this process can have: its pid word says so.
+// Clears the slots of a record whose pid word shows that this process is clearing it.
 void ClearSlots(ProcessRecord& record, PoolImage& pool) {
     for (auto& slot : record.slots) {
         std::uint32_t const marker = Load(slot.marker);
@@ -112,7 +112,7 @@ void ClearSlots(ProcessRecord& record, PoolImage& pool) {
     }
 }
 
-// A thread that claimed a slot while its process was ending may have left it in a free record.
+// A thread that claimed a slot while its process ended may have left it in a free record.
 void ClearForeignSlots(ProcessRecord& record) {
     for (auto& slot : record.slots) {
         std::uint32_t const marker = Load(slot.marker);
@@ -122,7 +122,7 @@ void ClearForeignSlots(ProcessRecord& record) {
     }
 }
 
-// False when somebody else was faster.
+// False when another process was faster.
 bool ClearRecord(ProcessRecord& record, std::int32_t pidWord, PoolImage& pool) {
     std::int32_t const beingCleared = -getpid();
     if (!Exchange(record.pid, pidWord, beingCleared)) {
@@ -133,26 +133,19 @@ bool ClearRecord(ProcessRecord& record, std::int32_t pidWord, PoolImage& pool) {
     return true;
 }
 
-Mapping MapTable(int descriptor, std::string const& path, Mapping::Access access, Trouble& why) {
+SharedMapping MapTable(int descriptor, std::string const& path, SharedMapping::Access access) {
+    std::string const name = "process table '" + path + "'";
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
-        FailWithErrno(why, "process table '" + path + "'");
-        return {};
+        throw SystemFailure(name);
     }
     if (!S_ISREG(status.st_mode) || status.st_size != sizeof(ProcessTableData)) {
-        Fail(why, EUCLEAN,
-             "process table '" + path + "': " + std::to_string(status.st_size) + " bytes, not " +
-                 std::to_string(sizeof(ProcessTableData)));
-        return {};
+        throw Failure(EUCLEAN, name + ": " + std::to_string(status.st_size) + " bytes, not " +
+                                   std::to_string(sizeof(ProcessTableData)));
     }
-    Mapping mapping(descriptor, sizeof(ProcessTableData), access);
-    if (!mapping) {
-        FailWithErrno(why, "cannot map the process table '" + path + "'");
-        return {};
-    }
+    SharedMapping mapping(descriptor, sizeof(ProcessTableData), access, "cannot map the " + name);
     if (!IsSound(static_cast<ProcessTableData*>(mapping.Data())->header)) {
-        Fail(why, EUCLEAN, "process table '" + path + "': the header is not of this version");
-        return {};
+        throw Failure(EUCLEAN, name + ": the header is not of this version");
     }
     return mapping;
 }
@@ -166,28 +159,23 @@ bool ExtendNewFile(int descriptor) {
 
 } // namespace
 
-std::unique_ptr<ProcessTable> ProcessTable::Open(std::string const& path, Trouble& why) {
+std::unique_ptr<ProcessTable> ProcessTable::Open(std::string const& path) {
     mkdir(std::filesystem::path(path).parent_path().c_str(), 0700);
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
     if (!file || !ExtendNewFile(file.Get())) {
-        FailWithErrno(why, "cannot make the process table '" + path + "'");
-        return nullptr;
+        throw SystemFailure("cannot make the process table '" + path + "'");
     }
-    Mapping mapping = MapTable(file.Get(), path, Mapping::Access::change, why);
-    if (!mapping) {
-        return nullptr;
-    }
+    SharedMapping mapping = MapTable(file.Get(), path, SharedMapping::Access::readWrite);
     MakeHeader(static_cast<ProcessTableData*>(mapping.Data())->header);
     return std::unique_ptr<ProcessTable>(new ProcessTable(std::move(mapping)));
 }
 
-Mapping ProcessTable::MapForLooking(std::string const& path, Trouble& why) {
+SharedMapping ProcessTable::MapReadOnly(std::string const& path) {
     FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file) {
-        FailWithErrno(why, "cannot open the process table '" + path + "'");
-        return {};
+        throw SystemFailure("cannot open the process table '" + path + "'");
     }
-    return MapTable(file.Get(), path, Mapping::Access::look, why);
+    return MapTable(file.Get(), path, SharedMapping::Access::readOnly);
 }
 
 bool ProcessTable::Register(PoolImage& pool) {
@@ -230,7 +218,9 @@ unsigned ProcessTable::Reap(PoolImage& pool) {
     unsigned reaped = 0;
     for (auto& record : Data().records) {
         std::int32_t const pidWord = Load(record.pid);
-        bool const leftByNamesake = pidWord == -getpid(); // as only one thread reaps at a time
+        // Only one thread of this process reaps at a time, so another process with its id left
+        // this.
+        bool const leftByNamesake = pidWord == -getpid();
         if ((leftByNamesake || IsAbandoned(pidWord)) && ClearRecord(record, pidWord, pool)) {
             ++reaped;
         }
@@ -275,7 +265,7 @@ ThreadSlot* ProcessTable::Claim(SlotUse use, int fileNumber) {
         if (Load(record->pid) == getpid()) {
             return &slot;
         }
-        Release(slot, use); // the record was given back meanwhile
+        Release(slot, use); // the record was freed meanwhile
         return nullptr;
     }
     return nullptr;

@@ -7,15 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "Trouble.h"
-#include "pool/Mapping.h"
+#include "pool/SharedMapping.h"
 
 namespace workstation::pool {
 
 class PoolImage;
 
-// The table as it lies in shared memory, in the machine's byte order. Every word but those of the
-// header may change at any time and is read and written as a whole.
+// The table in shared memory, in the machine's byte order. All words except those of the header may
+// change at any time, and are read and written atomically.
 
 struct ProcessTableHeader {
     std::uint32_t magic; // written last: 0 while the table is being made
@@ -63,52 +62,53 @@ static_assert(sizeof(ProcessTableData) == 28 + 128 * 772);
 enum class SlotUse : std::uint32_t {
     reading = 1,
     writing = 2,
-    claiming = 3, // the rest of the slot is not filled in yet
+    claiming = 3, // the other words of the slot are not set yet
 };
 
-// Nothing here waits for another process. Register and Reap are for one thread of a process at a
+// No operation waits for another process. Register and Reap are for one thread of a process at a
 // time; Unregister may be called in a signal handler that interrupts any of the others.
 class ProcessTable {
 public:
     // Opens the table, and makes it and its directory when they are missing; any number of
-    // processes may do so at once. Null when the file is no process table of this machine.
-    static std::unique_ptr<ProcessTable> Open(std::string const& path, Trouble& why);
+    // processes may do so at once. Throws Failure, also (EUCLEAN) when the file is not a process
+    // table of this machine.
+    static std::unique_ptr<ProcessTable> Open(std::string const& path);
 
-    // The same for looking only: makes nothing. Not mapped on failure.
-    static Mapping MapForLooking(std::string const& path, Trouble& why);
+    // The same for reading only: makes nothing.
+    static SharedMapping MapReadOnly(std::string const& path);
 
-    // Gives this process a record; a record with its id that is there already was left by a dead
-    // namesake and is cleared, as are the records of all other dead processes. False when the
-    // table is full.
+    // Gives this process a record, after clearing the records of all dead processes. A record with
+    // the id of this process was left by a dead one that had the same id. False when the table is
+    // full.
     bool Register(PoolImage& pool);
 
-    // Gives back the record of this process with its slots, and resets the write controllers of
-    // the files that it has open for writing. Safe in a signal handler.
+    // Frees the record of this process with its slots, and resets the write controllers of the
+    // files that it has open for writing. Safe in a signal handler.
     void Unregister(PoolImage& pool) noexcept;
 
-    // Clears the records of dead processes and puts right the write controllers of the files that
-    // they were writing. Returns how many records there were.
+    // The reaper: clears the records of dead processes and resets the write controllers of the
+    // files that they were writing. Returns how many such records there were.
     unsigned Reap(PoolImage& pool);
 
     // The dead processes that still have a record.
     std::vector<int> DeadProcesses() const;
 
     // Takes a thread slot in the record of this process for the calling thread. Null when the
-    // process has none, or no slot is free.
+    // process has no record, or no slot is free.
     ThreadSlot* Claim(SlotUse use, int fileNumber);
 
-    // Gives back a slot that this process claimed; nothing happens when it has been taken away.
+    // Frees a slot that this process claimed. Does nothing when another process has cleared it.
     static void Release(ThreadSlot& slot, SlotUse use);
 
 private:
-    explicit ProcessTable(Mapping mapping)
+    explicit ProcessTable(SharedMapping mapping)
         : mapping_(std::move(mapping)) {}
 
     ProcessTableData& Data() const { return *static_cast<ProcessTableData*>(mapping_.Data()); }
     ProcessRecord* RecordOfThisProcess() const;
     bool ClaimRecord();
 
-    Mapping mapping_;
+    SharedMapping mapping_;
 };
 
 } // namespace workstation::pool

@@ -1,4 +1,4 @@
-// Announces what will be read next to the kernel, where it would not look far enough by itself.
+// Announces to the kernel what will be read next, where its own read-ahead is too short.
 #include "pool/ReadAhead.h"
 
 #include <fcntl.h>
@@ -18,14 +18,14 @@ namespace {
 constexpr std::uint64_t kibibyte = 1024;
 constexpr std::uint64_t mebibyte = 1024 * kibibyte;
 
-// Found by measurement: a shorter window or longer steps let the disk run idle, more gains nothing.
+// Measured: a shorter window or longer steps leave the disk idle, a longer window gains nothing.
 constexpr std::uint64_t windowSize = 4 * mebibyte;
 constexpr std::uint64_t stepSize = 512 * kibibyte;
 
 constexpr std::uint64_t longReadAhead = mebibyte;
 constexpr std::uint64_t defaultReadAhead = 128 * kibibyte;
 
-// The number in a one-line file; 0 when there is none.
+// The number in a file of one line; 0 when the file is missing.
 std::uint64_t NumberIn(std::string const& path) {
     FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     char text[32] = {};
@@ -62,8 +62,8 @@ void ReadAhead::BeforeRead(int descriptor, std::uint64_t offset, std::uint64_t s
     bool const readsOn = offset == expected_;
     expected_ = offset + size;
     if (!readsOn) {
-        // The first read here. The kernel's own read-ahead is turned off: it would run past the
-        // end, and spoil the order of the announced reads.
+        // The first read, or the first after a seek. The kernel's own read-ahead is turned off: it
+        // would go beyond the end, and disturb the order of the announced reads.
         posix_fadvise(descriptor, 0, 0, POSIX_FADV_RANDOM);
         announced_ = offset;
     }

@@ -1,4 +1,4 @@
-// A stream file of the pool that is open.
+// An open stream file of the pool.
 #include "pool/StreamFile.h"
 
 #include <fcntl.h>
@@ -6,102 +6,116 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <string>
 
+#include "Failure.h"
 #include "pool/WriterLock.h"
 
 namespace workstation::pool {
 namespace {
 
-// What a damaged entry states cannot be trusted in anything.
-bool IsSoundLength(std::uint32_t length) {
-    return length <= poolSlotSize;
-}
-
-// Calls `transfer` (pread or pwrite) until everything is moved. False with errno on failure.
+// Calls `transfer` (pread or pwrite) until everything is moved. Throws Failure, whose text begins
+// with `problem`.
 template <typename Transfer, typename Byte>
-bool TransferAll(Transfer transfer, int descriptor, Byte* bytes, std::size_t count, off_t offset) {
+void TransferAll(Transfer transfer, int descriptor, Byte* bytes, std::size_t count, off_t offset,
+                 char const* problem) {
     while (count > 0) {
         ssize_t const moved = transfer(descriptor, bytes, count, offset);
         if (moved < 0 && errno == EINTR) {
             continue;
         }
         if (moved < 0) {
-            return false;
+            throw SystemFailure(problem);
         }
-        if (moved == 0) {
-            errno = EIO; // the image ends inside of a slot: it was truncated behind our back
-            return false;
+        if (moved == 0) { // the image ends inside of a slot: it was truncated while it was in use
+            throw Failure(EIO, std::string(problem) + ": " + std::strerror(EIO));
         }
         bytes += moved;
         count -= static_cast<std::size_t>(moved);
         offset += moved;
     }
-    return true;
+}
+
+// The stated length of a file. A damaged entry is not used for anything.
+std::uint32_t CheckedLength(PoolImage const& pool, int fileNumber) {
+    std::uint32_t const length = pool.Get(fileNumber, EntryWord::length);
+    if (length > poolSlotSize) {
+        throw Failure(EUCLEAN, LengthBeyondSlot(fileNumber, length));
+    }
+    return length;
+}
+
+// For an offset or a length of a file: neither may be outside the slot.
+std::uint32_t CheckedPosition(int fileNumber, long position) {
+    if (position < 0 || position > long{poolSlotSize}) {
+        throw Failure(EINVAL, StreamFileName(fileNumber) + ": byte " + std::to_string(position) +
+                                  " is outside the slot");
+    }
+    return static_cast<std::uint32_t>(position);
+}
+
+Failure NoPoolIsLoaded(int fileNumber) {
+    return {ENOENT, StreamFileName(fileNumber) + ": no pool is loaded"};
 }
 
 } // namespace
 
-std::unique_ptr<StreamFile> StreamFile::OpenForReading(int fileNumber, Trouble& why) {
-    return Open(fileNumber, SlotUse::reading, why);
+std::unique_ptr<StreamFile> StreamFile::OpenForReading(PoolSession& session, int fileNumber) {
+    return Open(session, fileNumber, SlotUse::reading);
 }
 
-std::unique_ptr<StreamFile> StreamFile::OpenForWriting(int fileNumber, std::uint32_t controller,
-                                                       Trouble& why) {
-    auto file = Open(fileNumber, SlotUse::writing, why);
-    if (file && !file->BecomeWriter(controller)) {
-        FailWithErrno(why, "stream file " + std::to_string(fileNumber));
-        return nullptr;
+std::unique_ptr<StreamFile> StreamFile::OpenForWriting(PoolSession& session, int fileNumber,
+                                                       Controller controller) {
+    auto file = Open(session, fileNumber, SlotUse::writing);
+    // The controller is set while the thread is listed and the lock is held: a reaper that finds
+    // one that was left behind can tell.
+    file->pool_.Set(fileNumber, EntryWord::controller, static_cast<std::uint32_t>(controller));
+    if (session.PoolIfLoaded() != &file->pool_) { // unloaded in the meantime
+        throw NoPoolIsLoaded(fileNumber);
     }
     return file;
 }
 
-std::unique_ptr<StreamFile> StreamFile::Open(int fileNumber, SlotUse use, Trouble& why) {
-    std::string const name = "stream file " + std::to_string(fileNumber);
-    PoolImage* const pool = PoolSession::Instance().Pool();
-    if (pool == nullptr) {
-        Fail(why, ENOENT, name + ": no pool is loaded");
+std::unique_ptr<StreamFile> StreamFile::TryOpenForWriting(PoolSession& session, int fileNumber,
+                                                          Controller controller) {
+    try {
+        return OpenForWriting(session, fileNumber, controller);
+    } catch (Failure const& failure) {
+        if (failure.Error() != EBUSY && failure.Error() != EUCLEAN) {
+            throw;
+        }
         return nullptr;
     }
-    if (!pool->Has(fileNumber)) {
-        Fail(why, ENOENT, NoSuchStreamFile(*pool, fileNumber));
-        return nullptr;
-    }
-    std::uint32_t const length = pool->Get(fileNumber, EntryWord::length);
-    if (!IsSoundLength(length)) {
-        Fail(why, EUCLEAN, LengthBeyondSlot(fileNumber, length));
-        return nullptr;
-    }
-    FileDescriptor file = pool->OpenDescriptor(use == SlotUse::writing ? O_RDWR : O_RDONLY);
-    if (!file) {
-        FailWithErrno(why, name);
-        return nullptr;
-    }
-    if (use == SlotUse::writing && !LockForWriting(file.Get(), fileNumber, why)) {
-        return nullptr;
-    }
-    return std::unique_ptr<StreamFile>(new StreamFile(*pool, fileNumber, std::move(file), use));
 }
 
-StreamFile::StreamFile(PoolImage& pool, int fileNumber, FileDescriptor file, SlotUse use)
+std::unique_ptr<StreamFile> StreamFile::Open(PoolSession& session, int fileNumber, SlotUse use) {
+    PoolImage* const pool = session.PoolIfLoaded();
+    if (pool == nullptr) {
+        throw NoPoolIsLoaded(fileNumber);
+    }
+    if (!pool->Has(fileNumber)) {
+        throw Failure(ENOENT, NoSuchStreamFile(*pool, fileNumber));
+    }
+    CheckedLength(*pool, fileNumber);
+    FileDescriptor file = pool->OpenDescriptor(use == SlotUse::writing ? O_RDWR : O_RDONLY,
+                                               StreamFileName(fileNumber));
+    if (use == SlotUse::writing) {
+        LockForWriting(file.Get(), fileNumber);
+    }
+    return std::unique_ptr<StreamFile>(
+        new StreamFile(session, *pool, fileNumber, std::move(file), use));
+}
+
+StreamFile::StreamFile(PoolSession& session, PoolImage& pool, int fileNumber, FileDescriptor file,
+                       SlotUse use)
     : pool_(pool)
     , fileNumber_(fileNumber)
     , file_(std::move(file))
     , use_(use)
     , owner_(getpid())
-    , listed_(PoolSession::Instance().ListThread(use, fileNumber))
+    , listed_(session.ListThread(use, fileNumber))
     , readAhead_(KernelReadAhead(file_.Get())) {}
-
-// The controller is set while the thread is listed and the lock is held, so that whoever finds one
-// that stayed behind can tell.
-bool StreamFile::BecomeWriter(std::uint32_t controller) {
-    pool_.Set(fileNumber_, EntryWord::controller, controller);
-    if (PoolSession::Instance().Pool() == &pool_) {
-        return true;
-    }
-    errno = ENOENT; // unloaded in the meantime
-    return false;
-}
 
 StreamFile::~StreamFile() {
     if (owner_ != getpid()) {
@@ -115,67 +129,44 @@ StreamFile::~StreamFile() {
     }
 }
 
-long StreamFile::Length() const {
-    std::uint32_t const length = pool_.Get(fileNumber_, EntryWord::length);
-    if (!IsSoundLength(length)) {
-        errno = EUCLEAN;
-        return -1;
-    }
-    return static_cast<long>(length);
+std::uint32_t StreamFile::Length() const {
+    return CheckedLength(pool_, fileNumber_);
 }
 
-// How many of `count` bytes there are from the position to `end`.
+// How many of `count` bytes lie between the position and `end`.
 unsigned int StreamFile::Available(std::uint32_t end, unsigned int count) const {
     return position_ < end ? std::min(count, end - position_) : 0;
 }
 
-int StreamFile::Read(void* buffer, unsigned int count, bool unbounded) {
-    long const end = unbounded ? long{poolSlotSize} : Length();
-    if (end < 0) {
-        return -1;
-    }
-    unsigned int const available = Available(static_cast<std::uint32_t>(end), count);
+unsigned int StreamFile::Read(void* buffer, unsigned int count, bool unbounded) {
+    std::uint32_t const end = unbounded ? poolSlotSize : Length();
+    unsigned int const available = Available(end, count);
     std::uint64_t const slot = pool_.SlotOffset(fileNumber_);
-    readAhead_.BeforeRead(file_.Get(), slot + position_, available,
-                          slot + static_cast<std::uint32_t>(end));
-    if (!TransferAll(pread, file_.Get(), static_cast<unsigned char*>(buffer), available,
-                     static_cast<off_t>(slot + position_))) {
-        return -1;
-    }
+    readAhead_.BeforeRead(file_.Get(), slot + position_, available, slot + end);
+    TransferAll(pread, file_.Get(), static_cast<unsigned char*>(buffer), available,
+                static_cast<off_t>(slot + position_), "cannot read the stream file");
     position_ += available;
-    return static_cast<int>(available);
+    return available;
 }
 
-int StreamFile::Write(void const* buffer, unsigned int count) {
+unsigned int StreamFile::Write(void const* buffer, unsigned int count) {
     unsigned int const available = Available(poolSlotSize, count);
-    if (!TransferAll(pwrite, file_.Get(), static_cast<unsigned char const*>(buffer), available,
-                     static_cast<off_t>(pool_.SlotOffset(fileNumber_) + position_))) {
-        return -1;
-    }
+    TransferAll(pwrite, file_.Get(), static_cast<unsigned char const*>(buffer), available,
+                static_cast<off_t>(pool_.SlotOffset(fileNumber_) + position_),
+                "cannot write the stream file");
     position_ += available;
-    return static_cast<int>(available);
+    return available;
 }
 
-long StreamFile::Seek(long offset) {
-    if (offset < 0 || offset > long{poolSlotSize}) {
-        errno = EINVAL;
-        return -1;
-    }
-    position_ = static_cast<std::uint32_t>(offset);
-    return offset;
+void StreamFile::Seek(long offset) {
+    position_ = CheckedPosition(fileNumber_, offset);
 }
 
-long StreamFile::SetLength(long length) {
+void StreamFile::SetLength(long length) {
     if (use_ != SlotUse::writing) {
-        errno = EBADF;
-        return -1;
+        throw Failure(EBADF, StreamFileName(fileNumber_) + " is not open for writing");
     }
-    if (length < 0 || length > long{poolSlotSize}) {
-        errno = EINVAL;
-        return -1;
-    }
-    pool_.Set(fileNumber_, EntryWord::length, static_cast<std::uint32_t>(length));
-    return 0;
+    pool_.Set(fileNumber_, EntryWord::length, CheckedPosition(fileNumber_, length));
 }
 
 } // namespace workstation::pool

@@ -1,60 +1,71 @@
-// A stream file of the pool that is open.
+// An open stream file of the pool.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 
 #include "FileDescriptor.h"
-#include "Trouble.h"
+#include "StreamMgrFileMgmnt.h"
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 #include "pool/ReadAhead.h"
 
 namespace workstation::pool {
 
-// Belongs to one thread at a time. Where an operation fails it sets errno. In a child process that
-// inherited it, nothing that is shared with the parent is released by its end.
+// Belongs to one thread at a time, and is closed before its session is destroyed. In a child
+// process that inherited it, closing it changes nothing that is shared with the parent.
 class StreamFile {
 public:
-    // Null on failure, with errno's value in `why`: ENOENT for a number that the pool does not
-    // have or when none is loaded, EUCLEAN for a damaged table entry.
-    static std::unique_ptr<StreamFile> OpenForReading(int fileNumber, Trouble& why);
+    using Controller = StreamMgrFileMgmnt::Control_t;
 
-    // The same, and EBUSY while somebody else writes the file. `controller` (not 0) is what the
-    // table of files shows until the file is closed.
-    static std::unique_ptr<StreamFile> OpenForWriting(int fileNumber, std::uint32_t controller,
-                                                      Trouble& why);
+    // Throws Failure: ENOENT for a number that the pool does not have or when no pool is loaded,
+    // EUCLEAN for a damaged table entry, or what open(2) reports.
+    static std::unique_ptr<StreamFile> OpenForReading(PoolSession& session, int fileNumber);
+
+    // The same, and EBUSY while the file is open for writing elsewhere. The table of files shows
+    // `controller` (not 0) until the file is closed.
+    static std::unique_ptr<StreamFile> OpenForWriting(PoolSession& session, int fileNumber,
+                                                      Controller controller);
+
+    // The same; null when the file is open for writing elsewhere or its table entry is damaged.
+    static std::unique_ptr<StreamFile> TryOpenForWriting(PoolSession& session, int fileNumber,
+                                                         Controller controller);
 
     ~StreamFile();
     StreamFile(StreamFile const&) = delete;
     StreamFile& operator=(StreamFile const&) = delete;
 
-    // The stated length in bytes as the table has it now, or -1.
-    long Length() const;
+    int Number() const { return fileNumber_; }
 
-    // Returns how many bytes were read: fewer than `count` only at the stated end or, unbounded,
-    // at the end of the slot. -1 on failure.
-    int Read(void* buffer, unsigned int count, bool unbounded);
+    // The stated length in bytes as the table has it now. Throws Failure (EUCLEAN) when that is
+    // beyond the slot.
+    std::uint32_t Length() const;
 
-    // Returns how many bytes were written: fewer than `count` only at the end of the slot. -1 on
-    // failure.
-    int Write(void const* buffer, unsigned int count);
+    // Reads from the position on. Returns the number of bytes, which is less than `count` only at
+    // the stated length or, unbounded, at the end of the slot. Throws Failure; then the position
+    // is unchanged.
+    unsigned int Read(void* buffer, unsigned int count, bool unbounded);
 
-    // Returns the new position, or -1 (EINVAL) for one outside the slot.
-    long Seek(long offset);
+    // Writes from the position on. Returns the number of bytes, which is less than `count` only at
+    // the end of the slot. The stated length stays as it is. Throws Failure; then some of the bytes
+    // may have been written, and the position is unchanged.
+    unsigned int Write(void const* buffer, unsigned int count);
 
-    // Sets the stated length. Returns 0, or -1: EINVAL for one that is longer than the slot, EBADF
-    // when the file is not open for writing.
-    long SetLength(long length);
+    // Moves the position to a byte offset. Throws Failure (EINVAL) for one outside the slot.
+    void Seek(long offset);
+
+    // Sets the stated length in bytes. Throws Failure: EINVAL for one that is negative or longer
+    // than the slot, EBADF when the file is not open for writing.
+    void SetLength(long length);
 
 private:
-    StreamFile(PoolImage& pool, int fileNumber, FileDescriptor file, SlotUse use);
+    StreamFile(PoolSession& session, PoolImage& pool, int fileNumber, FileDescriptor file,
+               SlotUse use);
 
-    static std::unique_ptr<StreamFile> Open(int fileNumber, SlotUse use, Trouble& why);
-    bool BecomeWriter(std::uint32_t controller);
+    static std::unique_ptr<StreamFile> Open(PoolSession& session, int fileNumber, SlotUse use);
     unsigned int Available(std::uint32_t end, unsigned int count) const;
 
-    PoolImage& pool_; // lives as long as the process
+    PoolImage& pool_; // valid as long as the session
     int fileNumber_;
     FileDescriptor file_;
     SlotUse use_;

@@ -6,16 +6,46 @@
 #include <cerrno>
 
 #include "Root.h"
+#include "SeamCall.h"
 #include "log/PlatformLog.h"
-#include "pool/PoolSession.h"
+#include "pool/SeamSession.h"
 #include "pool/StreamFile.h"
+
+namespace workstation::pool {
+namespace {
+
+// A union does not destroy its member.
+union Undestroyed {
+    PoolSession session;
+    constexpr Undestroyed()
+        : session() {}
+    ~Undestroyed() {}
+};
+
+constinit Undestroyed undestroyed;
+
+// A process that ends by exit() leaves no record, not even when another thread is registering it.
+struct EndOfProcess {
+    ~EndOfProcess() { SeamSession().End(); }
+} const endOfProcess;
+
+} // namespace
+
+PoolSession& SeamSession() {
+    return undestroyed.session;
+}
+
+} // namespace workstation::pool
 
 namespace {
 
-using workstation::Trouble;
+using workstation::AtSeam;
+using workstation::Failure;
 using workstation::log::LogNotification;
 using workstation::pool::EntryWord;
-using workstation::pool::PoolSession;
+using workstation::pool::PoolImage;
+using workstation::pool::PoolName;
+using workstation::pool::SeamSession;
 using workstation::pool::StreamFile;
 
 int FileSystemTypeOfPool() {
@@ -32,32 +62,30 @@ int FileSystemTypeOfPool() {
     return S_ISDIR(status.st_mode) ? ext4 : unknown;
 }
 
-// Sets errno when there is none.
-template <typename File>
-bool HasFile(std::unique_ptr<File> const& file) {
-    if (file == nullptr) {
-        errno = EBADF;
-    }
-    return file != nullptr;
-}
-
 } // namespace
 
 class StreamFileAccess::OpenFile {
 public:
-    // Null for a stream file that could not be opened.
-    static std::unique_ptr<OpenFile> Make(std::unique_ptr<StreamFile> stream, Trouble const& why) {
-        if (stream) {
-            return std::unique_ptr<OpenFile>(new OpenFile(std::move(stream)));
-        }
-        if (why.error == EUCLEAN) {
-            LogNotification(why.text); // errno alone does not tell what is damaged
-        }
-        errno = why.error;
-        return nullptr;
+    // What `open` returns; null when it throws a Failure.
+    template <typename Open>
+    static std::unique_ptr<OpenFile> Make(Open open) {
+        return AtSeam(
+            std::unique_ptr<OpenFile>(),
+            [&] { return std::unique_ptr<OpenFile>(new OpenFile(open())); },
+            [](Failure const& failure) {
+                if (failure.Error() == EUCLEAN) {
+                    LogNotification(failure.what()); // errno alone does not say what is damaged
+                }
+            });
     }
 
-    StreamFile& Stream() { return *stream_; }
+    // The stream file of an access that has one. Throws Failure for the others.
+    static StreamFile& StreamOf(std::unique_ptr<OpenFile> const& file) {
+        if (file == nullptr) {
+            throw Failure(EBADF, "no stream file is open");
+        }
+        return *file->stream_;
+    }
 
 private:
     explicit OpenFile(std::unique_ptr<StreamFile> stream)
@@ -70,49 +98,42 @@ int StreamFileAccess::fileSystemType = FileSystemTypeOfPool();
 
 StreamFileAccess::StreamFileAccess() = default;
 
-StreamFileAccess::StreamFileAccess(int fileNumber, int /*mode*/) {
-    Trouble why;
-    auto stream = StreamFile::OpenForReading(fileNumber, why);
-    file_ = OpenFile::Make(std::move(stream), why);
+StreamFileAccess::StreamFileAccess(int fileNumber, int /*mode*/)
+    : file_(OpenFile::Make([&] { return StreamFile::OpenForReading(SeamSession(), fileNumber); })) {
 }
 
 StreamFileAccess::StreamFileAccess(int fileNumber, bool /*append*/,
-                                   StreamMgrFileMgmnt::Control_t controller) {
-    Trouble why;
-    auto stream =
-        StreamFile::OpenForWriting(fileNumber, static_cast<std::uint32_t>(controller), why);
-    file_ = OpenFile::Make(std::move(stream), why);
-}
+                                   StreamMgrFileMgmnt::Control_t controller)
+    : file_(OpenFile::Make(
+          [&] { return StreamFile::OpenForWriting(SeamSession(), fileNumber, controller); })) {}
 
 StreamFileAccess::~StreamFileAccess() = default;
 
 bool StreamFileAccess::InitializeFileAccess(bool atomicRead, bool registerProcess) {
-    if (atomicRead) {
-        LogNotification("pool '" + workstation::PoolPath() +
-                        "': atomic reading is not offered on a workstation");
-        errno = ENOTSUP;
-        return false;
-    }
-    Trouble why;
-    if (!PoolSession::Instance().Load(registerProcess, why)) {
-        LogNotification(why.text);
-        errno = why.error;
-        return false;
-    }
-    return true;
+    return AtSeam(
+        false,
+        [&] {
+            if (atomicRead) {
+                throw Failure(ENOTSUP, PoolName(workstation::PoolPath()) +
+                                           ": atomic reading is not offered on a workstation");
+            }
+            SeamSession().Load(registerProcess);
+            return true;
+        },
+        [](Failure const& failure) { LogNotification(failure.what()); });
 }
 
 void StreamFileAccess::Unload() {
-    PoolSession::Instance().Unload();
+    SeamSession().Unload();
 }
 
 long StreamFileAccess::GetFilePoolSize() {
-    auto const* const pool = PoolSession::Instance().Pool();
+    PoolImage const* const pool = SeamSession().PoolIfLoaded();
     return pool == nullptr ? 0 : pool->FileCount();
 }
 
 bool StreamFileAccess::GetFileInfo(int fileNumber, StreamMgrFileMgmnt::FileMgmnt_t& info) {
-    auto const* const pool = PoolSession::Instance().Pool();
+    PoolImage const* const pool = SeamSession().PoolIfLoaded();
     if (pool == nullptr || !pool->Has(fileNumber)) {
         errno = ENOENT;
         return false;
@@ -130,21 +151,30 @@ bool StreamFileAccess::IsOpen() {
 }
 
 long StreamFileAccess::DataLength() {
-    return HasFile(file_) ? file_->Stream().Length() : -1;
+    return AtSeam(-1L, [&] { return static_cast<long>(OpenFile::StreamOf(file_).Length()); });
 }
 
 int StreamFileAccess::Read(void* buffer, unsigned int count, bool unbounded) {
-    return HasFile(file_) ? file_->Stream().Read(buffer, count, unbounded) : -1;
+    return AtSeam(-1, [&] {
+        return static_cast<int>(OpenFile::StreamOf(file_).Read(buffer, count, unbounded));
+    });
 }
 
 int StreamFileAccess::Write(void* buffer, unsigned int count) {
-    return HasFile(file_) ? file_->Stream().Write(buffer, count) : -1;
+    return AtSeam(-1,
+                  [&] { return static_cast<int>(OpenFile::StreamOf(file_).Write(buffer, count)); });
 }
 
 long StreamFileAccess::Seek(long offset) {
-    return HasFile(file_) ? file_->Stream().Seek(offset) : -1;
+    return AtSeam(-1L, [&] {
+        OpenFile::StreamOf(file_).Seek(offset);
+        return offset;
+    });
 }
 
 long StreamFileAccess::Truncate(long length) {
-    return HasFile(file_) ? file_->Stream().SetLength(length) : -1;
+    return AtSeam(-1L, [&] {
+        OpenFile::StreamOf(file_).SetLength(length);
+        return 0L;
+    });
 }

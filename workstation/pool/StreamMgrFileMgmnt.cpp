@@ -1,9 +1,10 @@
-// The tables that everyone who works on the pool shares, for looking at.
+// The process table for reading, as the seam offers it.
 #include "StreamMgrFileMgmnt.h"
 
 #include <sys/mman.h>
 
 #include "Root.h"
+#include "SeamCall.h"
 #include "pool/ProcessTable.h"
 
 StreamMgrFileMgmnt::StreamMgrFileMgmnt() = default;
@@ -19,13 +20,15 @@ bool StreamMgrFileMgmnt::Initialize(int table, bool create, bool writable) {
     if (table != 0 || create || writable) {
         return false;
     }
-    if (processTable_ == nullptr) {
-        workstation::Trouble why;
-        processTable_ = static_cast<unsigned char const*>(
-            workstation::pool::ProcessTable::MapForLooking(workstation::ProcessTablePath(), why)
-                .Release());
+    if (processTable_ != nullptr) {
+        return true;
     }
-    return processTable_ != nullptr;
+    return workstation::AtSeam(false, [&] {
+        processTable_ = static_cast<unsigned char const*>(
+            workstation::pool::ProcessTable::MapReadOnly(workstation::ProcessTablePath())
+                .Release());
+        return true;
+    });
 }
 
 unsigned char const* StreamMgrFileMgmnt::ProcessTable() const {

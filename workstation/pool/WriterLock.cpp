@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "Failure.h"
 #include "pool/PoolImage.h"
 
 namespace workstation::pool {
@@ -19,30 +20,42 @@ struct flock LockOfEntry(int fileNumber) {
     return lock;
 }
 
+// False with errno on failure.
+bool TakeLock(int descriptor, int fileNumber) {
+    auto lock = LockOfEntry(fileNumber);
+    return fcntl(descriptor, F_OFD_SETLK, &lock) == 0;
+}
+
+// Not open when the image cannot be opened.
+FileDescriptor OpenForLocks(PoolImage const& image, int fileNumber) {
+    try {
+        return image.OpenDescriptor(O_RDWR, StreamFileName(fileNumber));
+    } catch (Failure const&) {
+        return {};
+    }
+}
+
 } // namespace
 
-bool LockForWriting(int descriptor, int fileNumber, Trouble& why) {
-    auto lock = LockOfEntry(fileNumber);
-    if (fcntl(descriptor, F_OFD_SETLK, &lock) == 0) {
-        return true;
+void LockForWriting(int descriptor, int fileNumber) {
+    if (TakeLock(descriptor, fileNumber)) {
+        return;
     }
-    std::string const name = "stream file " + std::to_string(fileNumber);
     if (errno == EAGAIN || errno == EACCES) {
-        return Fail(why, EBUSY, name + " is being written already");
+        throw Failure(EBUSY, StreamFileName(fileNumber) + " is being written already");
     }
-    return FailWithErrno(why, "cannot lock " + name);
+    throw SystemFailure("cannot lock " + StreamFileName(fileNumber));
 }
 
 bool HasWriter(PoolImage const& image, int fileNumber) {
-    FileDescriptor const file = image.OpenDescriptor(O_RDWR);
+    FileDescriptor const file = OpenForLocks(image, fileNumber);
     auto lock = LockOfEntry(fileNumber);
     return file && fcntl(file.Get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 bool ResetAbandonedController(PoolImage& image, int fileNumber) {
-    FileDescriptor const file = image.OpenDescriptor(O_RDWR);
-    Trouble busy;
-    if (!file || !LockForWriting(file.Get(), fileNumber, busy) ||
+    FileDescriptor const file = OpenForLocks(image, fileNumber);
+    if (!file || !TakeLock(file.Get(), fileNumber) ||
         image.Get(fileNumber, EntryWord::controller) == 0) {
         return false;
     }

@@ -1,22 +1,21 @@
 // The lock that the one writer of a stream file holds.
 #pragma once
 
-#include "Trouble.h"
-
 namespace workstation::pool {
 
 class PoolImage;
 
 // Takes the lock of a stream file, which is the byte range of its table entry. The lock belongs to
 // the open file behind `descriptor`, which must be open for writing, and ends with it: the kernel
-// gives it up whatever becomes of the process. EBUSY in `why` while another one holds it.
-bool LockForWriting(int descriptor, int fileNumber, Trouble& why);
+// releases it however the process ends. Throws Failure: EBUSY while another writer holds it.
+void LockForWriting(int descriptor, int fileNumber);
 
-// True when somebody writes the stream file now.
+// Whether the stream file is being written now, by this process or another one. False also when
+// the image cannot be opened.
 bool HasWriter(PoolImage const& image, int fileNumber);
 
-// Sets the write controller of a stream file back to "nobody" unless the file has a writer: its
-// last one died. True when there was something to put right.
+// Sets the write controller of a stream file back to 0 unless the file has a writer: its last one
+// died. Returns whether there was anything to reset; false also when the image cannot be opened.
 bool ResetAbandonedController(PoolImage& image, int fileNumber);
 
 } // namespace workstation::pool

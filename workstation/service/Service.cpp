@@ -20,8 +20,8 @@
 #include "ipc/Payload.h"
 #include "ipc/StaleSockets.h"
 #include "log/PlatformLog.h"
-#include "pool/PoolSession.h"
 #include "pool/RootLock.h"
+#include "pool/SeamSession.h"
 #include "service/requests/ControlRequests.h"
 #include "service/requests/EventRequests.h"
 #include "service/requests/SubscriptionRequests.h"
@@ -71,17 +71,12 @@ std::vector<char> EncodeRecording(store::Event const& recording) {
 int RunService(ServiceOptions const& options) {
     std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files shows as a failed write
     SignalWatch signals;
-    Trouble why;
-    FileDescriptor const root = pool::LockRoot(why);
-    if (!root) {
-        return FailToStart(why.text);
-    }
-    if (!pool::PoolSession::Instance().Load(true, why)) {
-        return FailToStart(why.text);
-    }
     StreamFileAccess pool;
+    FileDescriptor root;
     int status = EXIT_FAILURE;
     try {
+        root = pool::LockRoot();
+        pool::SeamSession().Load(true);
         status = Serve(signals, pool, options);
     } catch (std::exception const& failure) {
         FailToStart(failure.what());
@@ -172,7 +167,7 @@ void Service::HandleNotices() {
 }
 
 void Service::Reap() {
-    unsigned int const processes = pool::ReapDeadProcesses();
+    unsigned int const processes = pool::SeamSession().Reap();
     unsigned int const files = ring_.Reap();
     log::LogNotification("reaped " + std::to_string(processes) + " dead processes, wiped " +
                          std::to_string(files) + " files");

@@ -112,7 +112,7 @@ TEST_F(RecoveryTest, FileThatWasEmptiedFromOutsideIsFree) {
 }
 
 TEST_F(RecoveryTest, ControllerOfADeadWriterIsReset) {
-    pool::PoolSession::Instance().Pool()->Set(1, pool::EntryWord::controller, 3);
+    pool::PoolImage::Open(PoolPath())->Set(1, pool::EntryWord::controller, 3);
     RecoverRecordings(parts_.Store());
     EXPECT_EQ(parts_.Info(1).writeController, StreamMgrFileMgmnt::ControlUnknown);
 }

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t bufferSize = 1024 * ts::tsPacketSize;
 
-// More than PacketWalk looks ahead, from the position that it is asked about, before it decides.
+// More than PacketResync looks ahead, from the position that it is asked about, before it decides.
 constexpr std::size_t lookAheadSize = 20 * ts::tsPacketSize;
 
 // A decision is made about several packets at once. About three at least: where one has no sync
@@ -91,7 +91,7 @@ bool PacketAligner::IsTrusted(std::size_t position) const {
 
 // The first trusted packet, counting from one that the walk has given. The walk also trusts fewer
 // packets when zeros or the end follow: too little to begin a recording with.
-std::size_t PacketAligner::NextTrusted(ts::PacketWalk const& walk, std::size_t position) const {
+std::size_t PacketAligner::NextTrusted(ts::PacketResync const& walk, std::size_t position) const {
     std::size_t const end = DecidableSize();
     while (position < end && !IsTrusted(position)) {
         position = walk.First(position + ts::tsPacketSize);
@@ -102,7 +102,7 @@ std::size_t PacketAligner::NextTrusted(ts::PacketWalk const& walk, std::size_t p
 // Goes on after the first pending packet, behind which no other one begins. Gives it out unless
 // bytes are missing from it: then the next packet begins within its length.
 std::span<unsigned char const> PacketAligner::HandleLoss() {
-    ts::PacketWalk const walk(Pending());
+    ts::PacketResync const walk(Pending());
     std::size_t const next = NextTrusted(walk, walk.After(0));
     ++counts_.losses;
     isInSync_ = next < DecidableSize();
@@ -116,7 +116,7 @@ std::span<unsigned char const> PacketAligner::HandleLoss() {
 }
 
 void PacketAligner::FindSync() {
-    ts::PacketWalk const walk(Pending());
+    ts::PacketResync const walk(Pending());
     std::size_t const next = NextTrusted(walk, walk.First(0));
     isInSync_ = next < DecidableSize();
     Drop(next);

@@ -6,7 +6,7 @@
 #include <memory>
 #include <span>
 
-#include "ts/PacketWalk.h"
+#include "ts/PacketResync.h"
 
 namespace workstation::service::recording {
 
@@ -22,9 +22,10 @@ struct AlignmentCounts {
 };
 
 // Takes the bytes as they come, in pieces of any size, and gives out whole packets in step. An
-// alignment is trusted when a sync byte has two further ones at 188-byte steps; PacketWalk's rules
-// tell between several of them. A packet is given out when the next one follows it in step, when
-// the source ends behind it, or when no other begins within it. What is no such packet is dropped.
+// alignment is trusted when a sync byte has two further ones at 188-byte steps; PacketResync's
+// rules tell between several of them. A packet is given out when the next one follows it in step,
+// when the source ends behind it, or when no other begins within it. What is no such packet is
+// dropped.
 //
 // The packets are not copied: they lie in the aligner's buffer, which never grows.
 class PacketAligner {
@@ -61,7 +62,7 @@ private:
     std::size_t DecidableSize() const;
     bool IsDecidable() const;
     bool IsTrusted(std::size_t position) const;
-    std::size_t NextTrusted(ts::PacketWalk const& walk, std::size_t position) const;
+    std::size_t NextTrusted(ts::PacketResync const& walk, std::size_t position) const;
     std::span<unsigned char const> HandleLoss();
     void FindSync();
     std::span<unsigned char const> Give(std::size_t size);

@@ -2,14 +2,13 @@
 #pragma once
 
 #include "pool/PoolImage.h"
-#include "pool/PoolSession.h"
+#include "pool/SeamSession.h"
 
 namespace workstation::service::ring {
 
 // The pool is loaded, and has the file.
 inline void MarkKnown(int fileNumber, bool isKnown) {
-    pool::PoolSession::Instance().Pool()->Set(fileNumber, pool::EntryWord::dbMatch,
-                                              isKnown ? 1 : 0);
+    pool::SeamSession().Pool().MarkKnown(fileNumber, isKnown);
 }
 
 } // namespace workstation::service::ring

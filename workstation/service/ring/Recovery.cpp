@@ -9,7 +9,7 @@
 #include "StreamFileAccess.h"
 #include "TsHelper.h"
 #include "log/PlatformLog.h"
-#include "pool/PoolSession.h"
+#include "pool/SeamSession.h"
 #include "pool/WriterLock.h"
 #include "service/recording/RecordOption.h"
 #include "service/ring/KnownFile.h"
@@ -21,7 +21,7 @@ class Recovery {
 public:
     explicit Recovery(store::EventStore& store)
         : store_(store)
-        , image_(*pool::PoolSession::Instance().Pool()) {}
+        , image_(pool::SeamSession().Pool()) {}
 
     void FreeAbandonedFiles();
     void FinishRecordings();
