@@ -1,4 +1,5 @@
 // Copies of the database.
+#include "Failure.h"
 #include "store/DatabaseBackup.h"
 
 #include <fcntl.h>
@@ -47,7 +48,7 @@ protected:
     std::string Refusal(std::string const& path) {
         try {
             store_.Backup(path);
-        } catch (DatabaseError const& error) {
+        } catch (Failure const& error) {
             return error.what();
         }
         return "not refused";
@@ -157,7 +158,7 @@ TEST_F(DatabaseBackupTest, FileThatMayNotBeWrittenIsRefused) {
         }
         try {
             BackUpDatabase(source, copy_);
-        } catch (DatabaseError const& error) {
+        } catch (Failure const& error) {
             return error.what() == "backup '" + std::string(copy_) + "': Permission denied" ? 0 : 1;
         }
         return 3;
@@ -168,7 +169,7 @@ TEST_F(DatabaseBackupTest, FileThatMayNotBeWrittenIsRefused) {
 
 TEST_F(DatabaseBackupTest, MissingDatabaseLeavesTheOldFile) {
     Write(copy_, "old");
-    EXPECT_THROW(BackUpDatabase(root_.Path() / "none.db", copy_), DatabaseError);
+    EXPECT_THROW(BackUpDatabase(root_.Path() / "none.db", copy_), Failure);
     EXPECT_EQ(Content(copy_), "old");
     EXPECT_THAT(FilesBesideTheCopy(), ElementsAre("copy.db"));
 }
@@ -177,7 +178,7 @@ TEST_F(DatabaseBackupTest, DamagedDatabaseLeavesTheOldFile) {
     auto const damaged = root_.Path() / "damaged.db";
     Write(damaged, std::string(10000, 'x'));
     Write(copy_, "old");
-    EXPECT_THROW(BackUpDatabase(damaged, copy_), DatabaseError);
+    EXPECT_THROW(BackUpDatabase(damaged, copy_), Failure);
     EXPECT_EQ(Content(copy_), "old");
     EXPECT_THAT(FilesBesideTheCopy(), ElementsAre("copy.db"));
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "Failure.h"
 #include "store/Database.h"
 #include "store/Statement.h"
 #include "store/Transaction.h"
@@ -29,7 +30,7 @@ protected:
         try {
             Database const database(path, mode);
             database.Handle();
-        } catch (DatabaseError const& error) {
+        } catch (Failure const& error) {
             return error.what();
         }
         return "";
@@ -132,20 +133,20 @@ TEST_F(NoteTest, WrongSqlIsAnErrorThatShowsIt) {
     try {
         Execute(database_, "SELECT 1 FROM nowhere");
         FAIL();
-    } catch (DatabaseError const& error) {
+    } catch (Failure const& error) {
         EXPECT_EQ(error.what(),
                   "database '" + Path() + "': no such table: nowhere [SELECT 1 FROM nowhere]");
     }
 }
 
 TEST_F(NoteTest, MoreValuesThanParametersIsAnError) {
-    EXPECT_THROW(Execute(database_, "SELECT ?1", 1, 2), DatabaseError);
+    EXPECT_THROW(Execute(database_, "SELECT ?1", 1, 2), Failure);
 }
 
 TEST_F(NoteTest, ViolatedConstraintIsAnError) {
     database_.Execute("CREATE UNIQUE INDEX once ON note (text)");
     Execute(database_, "INSERT INTO note (text) VALUES (?)", "a");
-    EXPECT_THROW(Execute(database_, "INSERT INTO note (text) VALUES (?)", "a"), DatabaseError);
+    EXPECT_THROW(Execute(database_, "INSERT INTO note (text) VALUES (?)", "a"), Failure);
     EXPECT_THAT(Texts(database_), ElementsAre("a"));
 }
 
@@ -172,7 +173,7 @@ TEST_F(NoteTest, TransactionThatCannotBeCommittedIsRolledBack) {
         Transaction transaction(database_);
         Statement pending(database_, "INSERT INTO note VALUES ('a') RETURNING 1");
         ASSERT_TRUE(pending.Step());
-        EXPECT_THROW(transaction.Commit(), DatabaseError);
+        EXPECT_THROW(transaction.Commit(), Failure);
     }
     EXPECT_FALSE(database_.IsInTransaction());
     EXPECT_THAT(Texts(database_), IsEmpty());
@@ -183,7 +184,7 @@ TEST_F(NoteTest, FullDatabaseIsAnErrorAndGoesOnWhenThereIsSpace) {
     std::string const large(100000, 'x');
     {
         Transaction const transaction(database_);
-        EXPECT_THROW(Execute(database_, "INSERT INTO note VALUES (?)", large), DatabaseError);
+        EXPECT_THROW(Execute(database_, "INSERT INTO note VALUES (?)", large), Failure);
     }
     EXPECT_THAT(Texts(database_), ElementsAre("a"));
     database_.Execute("PRAGMA max_page_count = 1000");

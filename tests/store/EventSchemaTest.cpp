@@ -8,6 +8,7 @@
 #include <iterator>
 #include <string>
 
+#include "Failure.h"
 #include "store/Database.h"
 #include "store/EventSchema.h"
 #include "store/EventStore.h"
@@ -53,7 +54,7 @@ protected:
         std::string const before = Content();
         try {
             EventStore const store(Path());
-        } catch (DatabaseError const& error) {
+        } catch (Failure const& error) {
             EXPECT_EQ(Content(), before);
             return error.what();
         }

@@ -10,6 +10,7 @@
 #include <iostream>
 #include <thread>
 
+#include "Failure.h"
 #include "StoreInvariants.h"
 #include "StoreTest.h"
 #include "ipc/Stopwatch.h"
@@ -28,7 +29,7 @@ template <class Action>
 std::string ErrorOf(Action action) {
     try {
         action();
-    } catch (DatabaseError const& error) {
+    } catch (Failure const& error) {
         return error.what();
     }
     return "no error";
