@@ -1,4 +1,4 @@
-// Feeds the resync arbitrary bytes in arbitrary pieces.
+// Feeds PacketResync arbitrary bytes in arbitrary pieces.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>

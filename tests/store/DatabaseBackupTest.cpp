@@ -1,6 +1,6 @@
 // Copies of the database.
-#include "Failure.h"
 #include "store/DatabaseBackup.h"
+#include "Failure.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -69,8 +69,7 @@ bool Database::IsInTransaction() const {
 void Database::Fail(std::string const& doing) const {
     std::string text = "database '" + path_ + "': " + sqlite3_errmsg(handle_.get());
     int const systemError = sqlite3_system_errno(handle_.get());
-    bool const hasSystemError =
-        IsSystemError(sqlite3_errcode(handle_.get())) && systemError != 0;
+    bool const hasSystemError = IsSystemError(sqlite3_errcode(handle_.get())) && systemError != 0;
     if (hasSystemError) {
         text += std::string(" (") + std::strerror(systemError) + ")";
     }

@@ -35,7 +35,8 @@ public:
     // For the wrappers of SQLite only.
     sqlite3* Handle() const { return handle_.get(); }
 
-    // Throws the last error of the connection. `doing` is the SQL that failed, or names the operation.
+    // Throws the last error of the connection. `doing` is the SQL that failed, or names the
+    // operation.
     [[noreturn]] void Fail(std::string const& doing) const;
 
 private:

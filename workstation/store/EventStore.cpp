@@ -92,8 +92,7 @@ HeldFiles EventStore::FilesHeldByEvents() const {
         "SELECT id FROM file WHERE wiped = 0"
         " AND (finished = 0 OR id NOT IN (SELECT file FROM event_file)) ORDER BY id LIMIT 1");
     HeldFiles held;
-    for (RecordedFile const& file :
-         SelectFiles(database_, "id IN (SELECT file FROM event_file)")) {
+    for (RecordedFile const& file : SelectFiles(database_, "id IN (SELECT file FROM event_file)")) {
         bool const isInBuffer = bufferStart && file.id >= *bufferStart;
         (isInBuffer ? held.inBuffer : held.behindBuffer).insert(file.fileNumber);
     }

@@ -23,8 +23,8 @@ struct HeldFiles {
 };
 
 // Every operation is atomic, durable when it returns, and may be called from any thread. Every
-// operation throws a Failure when the database fails: it then had no effect, and the store can still
-// be used.
+// operation throws a Failure when the database fails: it then had no effect, and the store can
+// still be used.
 //
 // A file that an event holds is never wiped.
 class EventStore {
@@ -45,8 +45,8 @@ public:
     bool FinishFile(std::int64_t id, unsigned int size, std::int64_t stopTime,
                     unsigned int lastTick);
 
-    // The length of a stream file was changed to `size` bytes. False for a file without a link that is
-    // not wiped.
+    // The length of a stream file was changed to `size` bytes. False for a file without a link that
+    // is not wiped.
     bool UpdateFileSize(int fileNumber, unsigned int size);
 
     // Wipes a link. False when an event holds it, or when it is unknown or already wiped. Of each
@@ -69,13 +69,14 @@ public:
     // counter begins at 0 and wraps after 32 bits.
     unsigned int ReserveTicks(unsigned int stream, unsigned int count);
 
-    // Returns the end of the stream's last reservation, from `nextUnused` on. A value outside of the
-    // reservation is ignored.
+    // Returns the end of the stream's last reservation, from `nextUnused` on. A value outside of
+    // the reservation is ignored.
     void ReturnTicks(unsigned int stream, unsigned int nextUnused);
 
     // --- Events ---
 
-    // An identifier with this time, in seconds since the epoch, and a random part, that no event has.
+    // An identifier with this time, in seconds since the epoch, and a random part, that no event
+    // has.
     std::string NewReid(std::int64_t now) const;
 
     // Makes an event of the files that have a part of the interval, both ends included, in the
@@ -93,8 +94,9 @@ public:
     bool DeleteEvent(std::string const& reid);
     bool SetTagsComplete(std::string const& reid);
 
-    // Replaces the event by events of at most `maxSizeKiB` each, as store/SplitGroups.h says. Returns
-    // these: the event itself, unchanged, when it is not larger. Null when there is no such event.
+    // Replaces the event by events of at most `maxSizeKiB` each, as store/SplitGroups.h says.
+    // Returns these: the event itself, unchanged, when it is not larger. Null when there is no such
+    // event.
     std::optional<std::vector<Event>> SplitEvent(std::string const& reid, unsigned int maxSizeKiB);
 
     // --- The database ---

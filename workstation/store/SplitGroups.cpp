@@ -37,8 +37,7 @@ std::vector<std::vector<RecordedFile>> SplitFiles(std::vector<RecordedFile> cons
                                                   unsigned int maxSizeKiB) {
     std::vector<std::vector<RecordedFile>> groups;
     auto first = files.begin();
-    for (std::size_t const count :
-         SplitGroups(SizesOf(files), std::uint64_t{maxSizeKiB} * 1024)) {
+    for (std::size_t const count : SplitGroups(SizesOf(files), std::uint64_t{maxSizeKiB} * 1024)) {
         auto const last = std::next(first, static_cast<std::ptrdiff_t>(count));
         groups.emplace_back(first, last);
         first = last;

@@ -16,8 +16,8 @@ struct sqlite3_stmt;
 
 namespace workstation::store {
 
-// Values reach the database as parameters only, never as part of the SQL: they may contain any bytes,
-// also quotes and zeros. The first value is ?1.
+// Values reach the database as parameters only, never as part of the SQL: they may contain any
+// bytes, also quotes and zeros. The first value is ?1.
 class Statement {
 public:
     template <class... Values>
@@ -28,7 +28,8 @@ public:
         (Bind(++parameter, values), ...);
     }
 
-    // True when there is a row to read, false at the end. Throws a Failure, as the constructor does.
+    // True when there is a row to read, false at the end. Throws a Failure, as the constructor
+    // does.
     bool Step();
 
     // A column of the row, counted from 0; NULL reads as 0 or as an empty text.

@@ -83,7 +83,7 @@ protected:
     StopEvent stop_;
     FakeClock clock_;
     FakeTicks ticks_{500};
-    FakeTarget target_;
+    FakeTarget target_{stop_};
     Lines lines_;
 };
 

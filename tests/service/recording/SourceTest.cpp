@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include <array>
-#include <system_error>
 #include <thread>
 
+#include "Failure.h"
 #include "service/recording/TestDirectory.h"
 
 namespace {
@@ -25,26 +25,26 @@ constexpr int endless = -1;
 
 class SourceTest : public testing::Test {
 protected:
-    static Source Open(std::string const& name) {
-        std::string error;
-        auto source = Source::Open(name, error);
-        if (!source) {
-            throw std::runtime_error(name + ": " + error);
+    Source Open(std::string const& name) { return Source::Open(name, stop_); }
+
+    // The text of the failure of an operation.
+    template <typename Operation>
+    static std::string WhyNot(Operation operation, int error) {
+        try {
+            operation();
+        } catch (Failure const& failure) {
+            EXPECT_EQ(failure.Error(), error);
+            return failure.what();
         }
-        return std::move(*source);
-    }
-    static std::string WhyNot(std::string const& name) {
-        std::string error;
-        EXPECT_FALSE(Source::Open(name, error));
-        return error;
+        return "no failure";
     }
     std::string Read(Source& source) {
-        auto const result = source.Read(room_, stop_, endless);
+        auto const result = source.Read(room_, endless);
         EXPECT_EQ(result.outcome, Outcome::bytes);
         return {room_.begin(), room_.begin() + static_cast<std::ptrdiff_t>(result.size)};
     }
     Outcome ReadOutcome(Source& source, int timeoutMs = endless) {
-        return source.Read(room_, stop_, timeoutMs).outcome;
+        return source.Read(room_, timeoutMs).outcome;
     }
 
     TestDirectory directory_;
@@ -64,8 +64,9 @@ TEST_F(SourceTest, FileIsReadToItsEndAndAgain) {
 }
 
 TEST_F(SourceTest, WhatIsNoSourceIsRefused) {
-    EXPECT_EQ(WhyNot(directory_.Path("missing")), "No such file or directory");
-    EXPECT_EQ(WhyNot(directory_.Path("")), "Is a directory");
+    EXPECT_EQ(WhyNot([&] { Open(directory_.Path("missing")); }, ENOENT),
+              "No such file or directory");
+    EXPECT_EQ(WhyNot([&] { Open(directory_.Path("")); }, EISDIR), "Is a directory");
 }
 
 TEST_F(SourceTest, PipeIsLive) {
@@ -107,7 +108,7 @@ TEST_F(SourceTest, SetStopGoesBeforeBytes) {
 
 TEST_F(SourceTest, StopEndsAReadThatWaits) {
     Source source = Open(directory_.Fifo("pipe"));
-    Outcome outcome = Outcome::failed;
+    Outcome outcome{};
     std::thread reader([&] { outcome = ReadOutcome(source); });
     stop_.Set();
     reader.join();
@@ -117,14 +118,12 @@ TEST_F(SourceTest, StopEndsAReadThatWaits) {
 TEST_F(SourceTest, FailureBearsItsReason) {
     // Memory of this process from address 0 on cannot be read.
     Source source = Open("/proc/self/mem");
-    auto const result = source.Read(room_, stop_, endless);
-    EXPECT_EQ(result.outcome, Outcome::failed);
-    EXPECT_EQ(result.error, EIO);
+    EXPECT_EQ(WhyNot([&] { source.Read(room_, endless); }, EIO), "Input/output error");
 }
 
 TEST_F(SourceTest, WhatCannotGoBackSaysSo) {
     Source source = Open(directory_.Fifo("pipe"));
-    EXPECT_THROW(source.Rewind(), std::system_error);
+    EXPECT_EQ(WhyNot([&] { source.Rewind(); }, ESPIPE), "lseek: Illegal seek");
 }
 
 } // namespace

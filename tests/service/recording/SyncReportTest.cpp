@@ -19,7 +19,7 @@ protected:
     }
 
     RecordingClock::Time now_;
-    AlignmentCounts counts_;
+    SyncCounts counts_;
     Lines lines_;
     SyncReport report_{[this](std::string const& text) { lines_.push_back(text); }};
 };

@@ -41,7 +41,7 @@ protected:
     RecordingClock::WallTime now_ = RecordingClock::WallTime() + 1000s;
     std::uint64_t pcr_ = 7777 * ms;
     FakeTicks ticks_{100};
-    TickStamper stamper_{ticks_, 2};
+    TickStamper stamper_{ticks_};
     TickedBlock block_;
 };
 
@@ -156,7 +156,7 @@ TEST_F(TickStamperTest, LongestStepOfThePcrStaysWithinWhatIsReserved) {
 
 TEST_F(TickStamperTest, NumbersMayWrap) {
     FakeTicks ticks(0xFFFFFFF0);
-    TickStamper stamper(ticks, 2);
+    TickStamper stamper(ticks);
     for (unsigned int i = 0; i <= 1300; ++i) {
         stamper.Pass(PcrPacket(50 * ms * i), now_, block_);
     }

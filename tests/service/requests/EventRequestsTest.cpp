@@ -5,7 +5,7 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "service/PoolAndStore.h"
-#include "service/ring/FileRing.h"
+#include "service/ring/FileAllocator.h"
 
 using namespace workstation;
 using namespace workstation::service;
@@ -37,7 +37,7 @@ protected:
     // Files of one packet, one after the other, with one tick each from tick 0, time 1000 on.
     void Record(int stream, unsigned int count) {
         for (unsigned int file = 0; file < count; ++file, ++nextTick_) {
-            auto const taken = ring_.Take(stream);
+            auto const taken = files_.Take(stream);
             ASSERT_TRUE(taken);
             auto const contents = ContentsOf(188, nextTick_, nextTick_);
             taken->Append(std::vector<unsigned char>(188, 0x47), contents, 0);
@@ -85,7 +85,7 @@ protected:
     }
 
     PoolAndStore parts_{6};
-    ring::FileRing ring_{parts_.Pool(), parts_.Store()};
+    ring::FileAllocator files_{parts_.Session(), parts_.Store()};
     ipc::Endpoint service_ = Open("Service");
     ipc::Endpoint client_ = Open("Client");
     RequestRouter router_;
@@ -153,19 +153,20 @@ TEST_F(EventRequestsTest, FileChainIsLoggedWithOrWithoutTheWiped) {
     std::string const second =
         "  file 2, 188 bytes, ticks 1 to 1, 1970-01-01 00:16:41 to 1970-01-01 00:16:41";
     EXPECT_THAT(parts_.Log(),
-                ElementsAre("file chain requested by Client", "file chain of stream 1: 2 files",
+                ElementsAre("file chain requested by Client",
+                            "file chain of stream 2 (requested as 1): 2 files",
                             "  file 1, 188 bytes, ticks 0 to 0, 1970-01-01 00:16:40 to "
                             "1970-01-01 00:16:40, wiped",
                             second, "file chain requested by Client",
-                            "file chain of stream 1: 1 files", second));
+                            "file chain of stream 2 (requested as 1): 1 files", second));
 }
 
 TEST_F(EventRequestsTest, ChainOfAStreamThatDoesNotExistIsToldSo) {
     UIntItem stream(4);
     BoolItem withWiped(true);
     Tell(api::logFileChainRequest, ipc::EncodeItems({&stream, &withWiped}));
-    EXPECT_THAT(parts_.Log(),
-                ElementsAre("file chain requested by Client", "there is no stream 4"));
+    EXPECT_THAT(parts_.Log(), ElementsAre("file chain requested by Client",
+                                          "there is no stream 5 (requested as 4)"));
 }
 
 TEST_F(EventRequestsTest, SplitUsesAtLeastTheSizeOfASlot) {
@@ -217,10 +218,10 @@ TEST_F(EventRequestsTest, ChangedFileSizeReachesTheDatabase) {
     IntItem number(1);
     EXPECT_TRUE(Done(api::updateFileSizeRequest, ipc::EncodeItems({&number})));
     EXPECT_EQ(parts_.Store().Chain(1, false)[0].size, 1000U);
-    EXPECT_TRUE(parts_.Info(1).streamDbMatch);
+    EXPECT_TRUE(parts_.IsKnown(1));
     number.Value(5);
     EXPECT_TRUE(Done(api::updateFileSizeRequest, ipc::EncodeItems({&number})));
-    EXPECT_FALSE(parts_.Info(5).streamDbMatch);
+    EXPECT_FALSE(parts_.IsKnown(5));
     for (int unknown : {0, -1, 7}) {
         number.Value(unknown);
         EXPECT_FALSE(Done(api::updateFileSizeRequest, ipc::EncodeItems({&number})));
