@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     FuzzedDataProvider plan(data, size);
     auto const first = plan.ConsumeIntegral<std::uint32_t>();
     auto const rate = plan.ConsumeIntegralInRange(1U, 1000U);
-    ts::TickInserter inserter(ts::TickNumbering(first), 0, rate);
+    ts::TickInserter inserter(first, 0, rate);
     std::uint32_t expected = first;
     while (plan.remaining_bytes() > 0) {
         auto packet = plan.ConsumeBytes<unsigned char>(ts::tsPacketSize);

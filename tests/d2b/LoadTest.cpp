@@ -1,5 +1,5 @@
 // d2b load: files into the pool.
-#include "d2b/LoadStreamFile.h"
+#include "d2b/LoadCommand.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ protected:
 
     // The reason of a failure; empty on success.
     static std::string Load(int number, std::string const& source) {
-        return FailureOf([&] { LoadStreamFile(number, source); });
+        return FailureOf([&] { LoadIntoPool(number, source); });
     }
 
     std::string MakeSource(std::size_t size) const {

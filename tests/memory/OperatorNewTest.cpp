@@ -10,13 +10,13 @@
 #include <new>
 #include <vector>
 
-#include "memory/LargeBlock.h"
+#include "memory/HugePageBlock.h"
 
-using workstation::memory::largeBlockSize;
+using workstation::memory::hugePageBlockSize;
 
 namespace {
 
-constexpr std::size_t sizes[] = {0, 1, 4096, largeBlockSize - 1, largeBlockSize, 0x5E00000};
+constexpr std::size_t sizes[] = {0, 1, 4096, hugePageBlockSize - 1, hugePageBlockSize, 0x5E00000};
 
 // Writes the ends of the memory, so that wrong memory shows.
 void Use(void* memory, std::size_t size) {
@@ -63,7 +63,7 @@ TEST(OperatorNew, NonThrowingFormsServeEverySize) {
 }
 
 TEST(OperatorNew, AlignedFormsServeEverySizeAndAlignment) {
-    for (std::size_t const alignment : {std::size_t{64}, std::size_t{4096}, largeBlockSize}) {
+    for (std::size_t const alignment : {std::size_t{64}, std::size_t{4096}, hugePageBlockSize}) {
         for (std::size_t const size : sizes) {
             auto const asked = std::align_val_t{alignment};
             void* memory = ::operator new(size, asked);
@@ -115,7 +115,7 @@ TEST(OperatorNew, MemoryThatCannotBeHadIsReported) {
 }
 
 // As the tool does when it is interrupted: the block is still being made present.
-TEST(OperatorNew, ProcessMayEndWithLargeBlocksInUse) {
+TEST(OperatorNew, ProcessMayEndWithHugePageBlocksInUse) {
     for (int i = 0; i < 10; ++i) {
         pid_t const child = fork();
         ASSERT_GE(child, 0);

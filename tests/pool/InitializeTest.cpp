@@ -49,6 +49,7 @@ TEST(Initialize, AtomicReadingIsRefused) {
     EXPECT_THAT(
         Refusal(root, true),
         ElementsAre("pool '" + root.Pool() + "': atomic reading is not offered on a workstation"));
+    EXPECT_EQ(errno, ENOTSUP);
 }
 
 TEST(Initialize, PoolHasItsSizeFromInitializeToUnload) {

@@ -13,8 +13,9 @@ namespace {
 
 class PoolImageTest : public testing::Test {
 protected:
-    // Why the pool is refused, without the part that names it.
-    std::string Refusal() const {
+    // Why the pool is refused with `error`, without the part that names it.
+    std::string Refusal(int error) const {
+        EXPECT_EQ(ErrorOf([&] { PoolImage::Open(root_.Pool()); }), error);
         std::string const failure = FailureOf([&] { PoolImage::Open(root_.Pool()); });
         std::string const name = "pool '" + root_.Pool() + "': ";
         EXPECT_EQ(failure.find(name), 0U) << failure;
@@ -27,24 +28,24 @@ protected:
 };
 
 TEST_F(PoolImageTest, MissingPoolIsRefused) {
-    EXPECT_EQ(Refusal(), "cannot open: No such file or directory");
+    EXPECT_EQ(Refusal(ENOENT), "cannot open: No such file or directory");
 }
 
 TEST_F(PoolImageTest, DirectoryIsRefused) {
     std::filesystem::create_directory(root_.Pool());
-    EXPECT_EQ(Refusal(), "cannot open: Is a directory");
+    EXPECT_EQ(Refusal(EISDIR), "cannot open: Is a directory");
 }
 
 TEST_F(PoolImageTest, PipeIsRefusedWithoutWaiting) {
     ASSERT_EQ(mkfifo(root_.Pool().c_str(), 0600), 0);
-    EXPECT_EQ(Refusal(), "not a regular file");
+    EXPECT_EQ(Refusal(EINVAL), "not a regular file");
 }
 
 TEST_F(PoolImageTest, FileWithoutHeaderPageIsRefused) {
     for (unsigned const size : {0U, 1U, 39U, 40U, 4095U}) {
         root_.MakePool(2);
         std::filesystem::resize_file(root_.Pool(), size);
-        EXPECT_EQ(Refusal(),
+        EXPECT_EQ(Refusal(EUCLEAN),
                   "not a pool image: " + std::to_string(size) + " bytes are no header page");
     }
 }
@@ -67,14 +68,15 @@ TEST_F(PoolImageTest, ImageOfAnyOtherSizeIsRefused) {
     for (auto const& wrong : cases) {
         root_.MakePool(2);
         std::filesystem::resize_file(root_.Pool(), wrong.size);
-        EXPECT_EQ(Refusal(), std::string(wrong.fault) + ", but 2 stream files take 197140480");
+        EXPECT_EQ(Refusal(EUCLEAN),
+                  std::string(wrong.fault) + ", but 2 stream files take 197140480");
     }
 }
 
 TEST_F(PoolImageTest, DamagedHeaderIsRefusedWithItsFault) {
     root_.MakePool(2);
     WriteBytes(root_.Pool(), "X", 0);
-    EXPECT_EQ(Refusal(), "not a pool image: the magic number is missing");
+    EXPECT_EQ(Refusal(EUCLEAN), "not a pool image: the magic number is missing");
 }
 
 TEST_F(PoolImageTest, NewImageHoldsEmptyFilesAndTakesNoSpace) {

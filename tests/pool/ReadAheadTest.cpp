@@ -13,16 +13,19 @@
 #include <vector>
 
 #include "FileDescriptor.h"
+#include "pool/StreamFile.h"
+#include "support/TestRoot.h"
 
 namespace workstation::pool {
 namespace {
 
-constexpr std::uint64_t chunk = 192512;
+constexpr unsigned int chunk = 192512;
 constexpr std::uint64_t page = 4096;
 constexpr std::uint64_t kibibyte = 1024;
 constexpr std::uint64_t mebibyte = 1024 * kibibyte;
 constexpr std::uint64_t step = 512 * kibibyte;
 constexpr int announcedFile = 1000; // no file: its announcements end here
+bool isRecordingAll = false;        // also the announcements for real files
 
 struct Advice {
     std::uint64_t from;
@@ -56,7 +59,7 @@ extern "C" int __real_posix_fadvise64(int descriptor, off_t from, off_t size, in
 
 extern "C" int __wrap_posix_fadvise64(int descriptor, off_t from, off_t size, int kind) {
     using namespace workstation::pool;
-    if (descriptor != announcedFile) {
+    if (descriptor != announcedFile && !isRecordingAll) {
         return __real_posix_fadvise64(descriptor, from, size, kind);
     }
     given.push_back({static_cast<std::uint64_t>(from), static_cast<std::uint64_t>(size), kind});
@@ -78,7 +81,8 @@ protected:
     static std::vector<Advice> AtRead(ReadAhead& readAhead, std::uint64_t offset,
                                       std::uint64_t end) {
         given.clear();
-        readAhead.BeforeRead(announcedFile, offset, std::min(chunk, end - offset), end);
+        readAhead.BeforeRead(announcedFile, offset, std::min<std::uint64_t>(chunk, end - offset),
+                             end);
         return given;
     }
 };
@@ -170,6 +174,56 @@ TEST(KernelReadAhead, IsAWholeNumberOfPages) {
     std::uint64_t const size = KernelReadAhead(file.Get());
     EXPECT_GT(size, 0U);
     EXPECT_EQ(size % page, 0U);
+}
+
+class StreamFileReadAheadTest : public testing::Test {
+protected:
+    StreamFileReadAheadTest() {
+        root_.MakePool(3);
+        session_.Load(true);
+        session_.Pool().Set(2, EntryWord::length, length);
+        given.clear();
+        isRecordingAll = true;
+    }
+    ~StreamFileReadAheadTest() override { isRecordingAll = false; }
+
+    void SetUp() override {
+        FileDescriptor const image = session_.Pool().OpenDescriptor(O_RDONLY, "pool");
+        if (KernelReadAhead(image.Get()) >= mebibyte) {
+            GTEST_SKIP() << "nothing is announced on this device";
+        }
+    }
+
+    // Where the announcements end that two reads of a chunk cause, in bytes from the start of the
+    // slot.
+    std::uint64_t EndOfAnnouncements(long offset, bool unbounded) {
+        auto const file = StreamFile::OpenForReading(session_, 2);
+        std::vector<unsigned char> buffer(chunk);
+        file->Seek(offset);
+        file->Read(buffer.data(), chunk, unbounded);
+        file->Read(buffer.data(), chunk, unbounded);
+        return given.empty() ? 0 : given.back().from + given.back().size - SlotOffset();
+    }
+
+    static constexpr std::uint32_t length = 1000000;
+
+private:
+    std::uint64_t SlotOffset() const { return session_.Pool().SlotOffset(2); }
+
+    TestRoot root_;
+    PoolSession session_;
+};
+
+TEST_F(StreamFileReadAheadTest, BoundedReadAnnouncesUpToTheStatedLength) {
+    EXPECT_EQ(EndOfAnnouncements(0, false), length);
+}
+
+TEST_F(StreamFileReadAheadTest, UnboundedReadAnnouncesBeyondTheStatedLength) {
+    EXPECT_EQ(EndOfAnnouncements(0, true), 8 * step);
+}
+
+TEST_F(StreamFileReadAheadTest, UnboundedReadAnnouncesUpToTheEndOfTheSlot) {
+    EXPECT_EQ(EndOfAnnouncements(long{poolSlotSize} - 3 * long{chunk}, true), poolSlotSize);
 }
 
 } // namespace

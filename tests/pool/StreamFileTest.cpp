@@ -220,7 +220,9 @@ TEST_F(StreamFileTest, NumberThatThePoolDoesNotHaveIsNoEntry) {
             StreamFileAccess(number, false, StreamMgrFileMgmnt::ControlExternalProc).IsOpen());
         EXPECT_EQ(errno, ENOENT);
         StreamMgrFileMgmnt::FileMgmnt_t info{};
+        errno = 0;
         EXPECT_FALSE(pool_.GetFileInfo(number, info));
+        EXPECT_EQ(errno, ENOENT);
     }
 }
 
@@ -303,7 +305,7 @@ TEST_F(StreamFileTest, FileSizeLimitIsAWriteError) {
 TEST_F(StreamFileTest, TableEntryIsReportedAsItStands) {
     auto const image = PoolImage::Open(root_.Pool());
     image->Set(3, EntryWord::controller, 4);
-    image->Set(3, EntryWord::dbMatch, 1);
+    image->Set(3, EntryWord::dbMatch, 2); // anything but 0 is a match
     image->Set(3, EntryWord::atomicReaders, 12);
     image->Set(3, EntryWord::length, 0xFFFFFFFF);
     StreamMgrFileMgmnt::FileMgmnt_t info{};

@@ -1,4 +1,4 @@
-// d2b tick: gives a transport stream system ticks.
+// d2b tick: copies a transport stream and inserts system ticks, on request with gaps and restarts.
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cstdint>
@@ -7,18 +7,18 @@
 #include <vector>
 
 #include "d2b/Commands.h"
-#include "d2b/InsertTicks.h"
+#include "d2b/CopyWithTicks.h"
 
 namespace workstation::d2b {
 namespace {
 
-// Something that happens to the tick with an index.
+// A gap or a restart at the tick with an index.
 struct AtIndex {
     std::uint32_t index = 0;
     std::uint32_t value = 0;
 };
 
-// "INDEX:VALUE", both in decimal. Found by the command line's parser.
+// Reads "INDEX:VALUE", both in decimal. CLI11 finds it by its name.
 bool lexical_cast(std::string const& text, AtIndex& out) {
     char const* const end = text.data() + text.size();
     auto const index = std::from_chars(text.data(), end, out.index);
@@ -40,14 +40,14 @@ struct TickOptions {
 };
 
 ts::TickInserter MakeInserter(TickOptions const& options) {
-    ts::TickNumbering numbering(options.first);
+    ts::TickGaps numbers(options.first);
     for (auto const& [index, count] : options.gaps) {
-        numbering.LeaveOut(index, count);
+        numbers.LeaveOut(index, count);
     }
     for (auto const& [index, tick] : options.restarts) {
-        numbering.RestartAt(index, tick);
+        numbers.RestartAt(index, tick);
     }
-    return ts::TickInserter(numbering, options.time, options.rate);
+    return ts::TickInserter(numbers, options.time, options.rate);
 }
 
 } // namespace
@@ -83,7 +83,7 @@ void AddTickCommand(CLI::App& tool) {
         ->type_name("INDEX:TICK")
         ->allow_extra_args(false);
     command->callback(
-        [options] { InsertTicks(options->source, options->target, MakeInserter(*options)); });
+        [options] { CopyWithTicks(options->source, options->target, MakeInserter(*options)); });
 }
 
 } // namespace workstation::d2b

@@ -1,4 +1,4 @@
-// How much time passes in a transport stream, by its PCR.
+// How much time has passed in a transport stream, by its PCR.
 #include "ts/PcrClock.h"
 
 #include <bitstream/mpeg/ts.h>
@@ -6,11 +6,11 @@
 namespace workstation::ts {
 namespace {
 
-// A PCR is a 33-bit base that counts in 300 units, and an extension below that.
+// A PCR is a 33-bit base in steps of 300 units, and an extension below that.
 constexpr std::uint64_t unitsPerBase = 300;
 constexpr std::uint64_t wrap = (std::uint64_t{1} << 33) * unitsPerBase;
 
-// The standard asks for a PCR every 0.1 s. Ten times as much is no passing of time but a jump.
+// The standard requires a PCR every 0.1 s. A step of more than ten times that is a jump.
 constexpr std::uint64_t longestStep = PcrClock::unitsPerSecond;
 
 // An adaptation field with a PCR: the flags, and the six bytes of the PCR.

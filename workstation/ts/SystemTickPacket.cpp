@@ -17,7 +17,7 @@ constexpr unsigned char wordCount = 7;
 constexpr std::size_t furtherWords = std::size(StreamMetadata{}.words);
 static_assert(wordCount == 1 + 1 + furtherWords); // tick, time, the further words
 
-// Where the fields stand in the packet.
+// The offsets of the fields in the packet.
 constexpr std::size_t pesAt = TS_HEADER_SIZE;
 constexpr std::size_t markAt = pesAt + PES_HEADER_SIZE;
 constexpr std::size_t identifierAt = markAt + mark.size();
@@ -32,7 +32,7 @@ constexpr unsigned char stuffing = 0xFF;
 
 static_assert(tsPacketSize == TS_SIZE && pesLength == 34);
 
-// All of the packet but what differs from tick to tick.
+// A tick packet without the fields that differ from tick to tick.
 SystemTickPacket EmptyTick(unsigned char identifier) {
     SystemTickPacket packet;
     packet.fill(stuffing);
@@ -64,7 +64,7 @@ SystemTickPacket EncodeSystemTick(unsigned char identifier, StreamMetadata const
 }
 
 std::optional<StreamMetadata> DecodeSystemTick(TsPacketView packet, unsigned char identifier) {
-    // With its stuffing checked to the last byte, a tick that was cut off is never taken for one.
+    // The stuffing is compared to its last byte, so that a tick that was cut off is not accepted.
     SystemTickPacket const expected = EmptyTick(identifier);
     if (!HasSystemTickHeader(packet) ||
         !std::ranges::equal(packet.subspan<pesAt, tickAt - pesAt>(),

@@ -10,22 +10,22 @@
 
 namespace workstation::ts {
 
-// No PMT names this PID, so players pass the ticks over.
+// No PMT contains this PID, so players skip the ticks.
 constexpr std::uint16_t systemTickPid = 0x1FA0;
 
 using SystemTickPacket = std::array<unsigned char, tsPacketSize>;
 
-// Of `continuityCounter` the lower four bits count.
+// The lower four bits of `continuityCounter` are used.
 SystemTickPacket EncodeSystemTick(unsigned char identifier, StreamMetadata const& metadata,
                                   unsigned int continuityCounter);
 
-// What a packet says when it is a complete tick of that kind; none for any other packet.
+// The contents of a packet that is a complete tick of that kind; empty for any other packet.
 std::optional<StreamMetadata> DecodeSystemTick(TsPacketView packet, unsigned char identifier);
 
-// Whether the header is that of a tick. Quick, and false for nearly every other packet: scans ask
-// this first.
+// Whether the header is that of a tick. Fast, and false for nearly every other packet: scans check
+// this before decoding.
 inline bool HasSystemTickHeader(TsPacketView packet) {
-    constexpr unsigned char transportPriority = 0x20; // may be either
+    constexpr unsigned char transportPriority = 0x20; // may have either value
     constexpr unsigned char continuityCounter = 0x0F;
     return packet[0] == tsSyncByte &&
            // no transport_error_indicator, payload_unit_start_indicator, PID

@@ -1,4 +1,4 @@
-// Adds system ticks to a transport stream as it passes.
+// Inserts system ticks into a transport stream while it is read.
 #include "ts/TickInserter.h"
 
 #include <utility>
@@ -8,26 +8,33 @@
 
 namespace workstation::ts {
 
-TickInserter::TickInserter(TickNumbering numbering, int time, unsigned int rate)
-    : numbering_(std::move(numbering))
+TickInserter::TickInserter(TickGaps numbers, int time, unsigned int rate)
+    : numbers_(std::move(numbers))
     , time_(time)
     , rate_(rate) {}
 
-void TickInserter::Pass(TsPacketView packet, std::vector<unsigned char>& out) {
+std::span<InsertedTick const> TickInserter::Pass(TsPacketView packet,
+                                                 std::vector<unsigned char>& out) {
+    inserted_.clear();
     for (clock_.See(packet); NextTickIsDue(); ++next_) {
-        if (!numbering_.IsLeftOut(next_)) {
-            auto const tick =
-                EncodeSystemTick(TsHelper::StreamSystickSystem, NextTick(), continuityCounter_++);
-            out.insert(out.end(), tick.begin(), tick.end());
+        if (!numbers_.IsLeftOut(next_)) {
+            Append(NextTick(), out);
         }
     }
+    out.insert(out.end(), packet.begin(), packet.end());
+    return inserted_;
+}
+
+void TickInserter::Append(StreamMetadata const& tick, std::vector<unsigned char>& out) {
+    inserted_.push_back({out.size(), tick.tick, tick.time});
+    auto const packet = EncodeSystemTick(TsHelper::StreamSystickSystem, tick, continuityCounter_++);
     out.insert(out.end(), packet.begin(), packet.end());
 }
 
 StreamMetadata TickInserter::NextTick() const {
     // Times wrap where a signed 32-bit time does.
     auto const time = static_cast<std::uint32_t>(time_) + static_cast<std::uint32_t>(next_ / rate_);
-    return {numbering_.Number(next_), static_cast<int>(time), {}};
+    return {numbers_.Number(next_), static_cast<int>(time), {}};
 }
 
 bool TickInserter::NextTickIsDue() const {

@@ -1,7 +1,7 @@
 // Finds the system ticks of a transport stream.
 #include "TsHelper.h"
 
-#include "ts/PacketWalk.h"
+#include "ts/PacketResync.h"
 #include "ts/SystemTickPacket.h"
 
 using namespace workstation;
@@ -16,11 +16,12 @@ std::vector<std::pair<unsigned int, StreamMetadata>> TsHelper::SystemTick(Stream
                                                                           unsigned int from) {
     std::span<unsigned char const> const stream = stream_;
     std::vector<std::pair<unsigned int, StreamMetadata>> ticks;
-    PacketWalk const walk(stream);
+    PacketResync const packets(stream);
     std::size_t endOfLastTick = 0;
-    for (auto offset = walk.First(from); offset != walk.End(); offset = walk.After(offset)) {
+    for (auto offset = packets.First(from); offset != packets.End();
+         offset = packets.After(offset)) {
         auto const packet = stream.subspan(offset).first<tsPacketSize>();
-        // After damage packets can overlap; the words of a tick never are a tick themselves.
+        // After damage packets can overlap; a tick inside the last one is not a tick.
         if (!HasSystemTickHeader(packet) || offset < endOfLastTick) {
             continue;
         }

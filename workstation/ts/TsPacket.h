@@ -9,7 +9,7 @@ namespace workstation::ts {
 constexpr std::size_t tsPacketSize = 188;
 constexpr unsigned char tsSyncByte = 0x47;
 
-// What a transfer of packets moves at a time, as the tool does: 1,024 packets.
+// How much is transferred at a time, as in the tool: 1,024 packets.
 constexpr std::size_t tsBlockSize = 1024 * tsPacketSize;
 
 using TsPacketView = std::span<unsigned char const, tsPacketSize>;

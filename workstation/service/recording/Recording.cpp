@@ -68,36 +68,37 @@ void Recording::RecordSource(Source& source) {
 // Records from where the source stands. True at its end; false when the recording is to stop, or
 // when reading failed.
 bool Recording::RecordOnce(Source& source) {
-    PacketResync resync;
+    PacketAssembler assembler;
     bool const isPaced = !source.IsLive() && !settings_.isFast;
     std::optional<Source::Result> result;
     do {
-        result = Read(source, resync);
-        TakePackets(resync, isPaced);
-        WatchSync(resync);
+        result = Read(source, assembler);
+        TakePackets(assembler, isPaced);
+        WatchSync(assembler);
     } while (result && (result->outcome == Source::Outcome::bytes ||
                         result->outcome == Source::Outcome::timeout));
-    earlier_ = earlier_ + resync.Counts();
+    earlier_ = earlier_ + assembler.Counts();
     return result && result->outcome == Source::Outcome::end;
 }
 
 // Hands the next bytes of the source on. Null when reading failed, which is reported.
-std::optional<Source::Result> Recording::Read(Source& source, PacketResync& resync) {
+std::optional<Source::Result> Recording::Read(Source& source, PacketAssembler& assembler) {
     std::optional<Source::Result> result;
-    Attempt("cannot read " + sourceName_, [&] { result = source.Read(resync.Room(), WaitMs()); });
+    Attempt("cannot read " + sourceName_,
+            [&] { result = source.Read(assembler.Room(), WaitMs()); });
     if (!result || result->outcome == Source::Outcome::end) {
-        resync.End();
+        assembler.End();
     } else if (result->outcome == Source::Outcome::bytes) {
-        resync.Filled(result->size);
+        assembler.Filled(result->size);
     } else if (result->outcome == Source::Outcome::timeout) {
         writer_.Flush();
     }
     return result;
 }
 
-void Recording::TakePackets(PacketResync& resync, bool isPaced) {
-    for (auto packets = resync.Next(); !packets.empty() && !stop_.IsSet();
-         packets = resync.Next()) {
+void Recording::TakePackets(PacketAssembler& assembler, bool isPaced) {
+    for (auto packets = assembler.Next(); !packets.empty() && !stop_.IsSet();
+         packets = assembler.Next()) {
         if (isPaced) {
             TakeInTime(packets);
         } else {
@@ -138,14 +139,14 @@ int Recording::WaitMs() const {
     return std::max(static_cast<int>(left.count()), 0);
 }
 
-void Recording::WatchSync(PacketResync const& resync) {
-    auto const counts = earlier_ + resync.Counts();
-    syncReport_.Update(counts, resync.InSync(), clock_.Now());
-    if (resync.EndedInPacket() && !reportedEndInPacket_) {
+void Recording::WatchSync(PacketAssembler const& assembler) {
+    auto const counts = earlier_ + assembler.Counts();
+    syncReport_.Update(counts, assembler.InSync(), clock_.Now());
+    if (assembler.EndedInPacket() && !reportedEndInPacket_) {
         reportedEndInPacket_ = true;
         report_(sourceName_ + " stops in a packet");
     }
-    if (resync.InSync()) {
+    if (assembler.InSync()) {
         droppedWhenInSync_ = counts.droppedBytes;
     } else if (counts.droppedBytes - droppedWhenInSync_ >= noStreamSize) {
         if (counts.packets == 0 && !reportedNoStream_) {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "service/recording/BlockWriter.h"
-#include "service/recording/PacketResync.h"
+#include "service/recording/PacketAssembler.h"
 #include "service/recording/RealTimePacer.h"
 #include "service/recording/RecordingClock.h"
 #include "service/recording/RecordingSettings.h"
@@ -37,12 +37,12 @@ private:
     void Attempt(std::string const& what, Operation operation);
     void RecordSource(Source& source);
     bool RecordOnce(Source& source);
-    std::optional<Source::Result> Read(Source& source, PacketResync& resync);
-    void TakePackets(PacketResync& resync, bool isPaced);
+    std::optional<Source::Result> Read(Source& source, PacketAssembler& assembler);
+    void TakePackets(PacketAssembler& assembler, bool isPaced);
     void TakeInTime(std::span<unsigned char const> packets);
     void WaitUntil(RecordingClock::Time due);
     int WaitMs() const;
-    void WatchSync(PacketResync const& resync);
+    void WatchSync(PacketAssembler const& assembler);
     void ReportEnd();
 
     RecordingSettings settings_;

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "service/recording/PacketResync.h"
+#include "service/recording/PacketAssembler.h"
 #include "service/recording/RecordingClock.h"
 
 namespace workstation::service::recording {

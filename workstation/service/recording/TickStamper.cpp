@@ -3,7 +3,6 @@
 
 #include <bitstream/mpeg/ts.h>
 
-#include "TsHelper.h"
 #include "ts/SystemTickPacket.h"
 
 namespace workstation::service::recording {
@@ -43,7 +42,7 @@ void TickStamper::Start(std::uint32_t tick, WallTime now) {
     startTick_ = tick;
     startTime_ = now;
     auto const time = std::chrono::system_clock::to_time_t(now);
-    inserter_.emplace(ts::TickNumbering(tick), static_cast<int>(time));
+    inserter_.emplace(tick, static_cast<int>(time));
 }
 
 bool TickStamper::IsLate(WallTime now) const {
@@ -60,13 +59,8 @@ void TickStamper::ReserveAhead() {
 
 void TickStamper::Append(ts::TsPacketView packet, TickedBlock& block) {
     ReserveAhead();
-    std::size_t offset = block.bytes.size();
-    inserter_->Pass(packet, block.bytes);
-    for (; offset + ts::tsPacketSize < block.bytes.size(); offset += ts::tsPacketSize) {
-        ts::TsPacketView const inserted(&block.bytes[offset], ts::tsPacketSize);
-        if (auto const tick = ts::DecodeSystemTick(inserted, TsHelper::StreamSystickSystem)) {
-            block.ticks.push_back({offset, {tick->tick, tick->time}});
-        }
+    for (ts::InsertedTick const& tick : inserter_->Pass(packet, block.bytes)) {
+        block.ticks.push_back({tick.offset, {tick.tick, tick.time}});
     }
 }
 

@@ -1,5 +1,5 @@
 // Streams in files that are given ticks.
-#include "d2b/InsertTicks.h"
+#include "d2b/CopyWithTicks.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::uint64_t ms = ts::PcrClock::unitsPerSecond / 1000;
 
-class InsertTicksTest : public testing::Test {
+class CopyWithTicksTest : public testing::Test {
 protected:
     std::string Path(std::string const& name) const { return directory_.Path(name); }
 
@@ -42,9 +42,8 @@ protected:
 
     // The reason of a failure; empty on success.
     std::string Insert(std::string const& source, std::string const& target) const {
-        return workstation::FailureOf([&] {
-            InsertTicks(Path(source), Path(target), ts::TickInserter(ts::TickNumbering(1000), 57));
-        });
+        return workstation::FailureOf(
+            [&] { CopyWithTicks(Path(source), Path(target), ts::TickInserter(1000, 57)); });
     }
 
     // The failure of a source with these bytes, which must leave nothing but the source behind.
@@ -70,7 +69,7 @@ private:
     TemporaryDirectory directory_;
 };
 
-TEST_F(InsertTicksTest, LargeStreamIsGivenItsTicks) {
+TEST_F(CopyWithTicksTest, LargeStreamIsGivenItsTicks) {
     TestStream stream;
     for (std::uint64_t i = 0; i < 100; ++i) {
         stream.Media(29).Add(PcrPacket(50 * i * ms));
@@ -85,13 +84,13 @@ TEST_F(InsertTicksTest, LargeStreamIsGivenItsTicks) {
     EXPECT_EQ(Find(Get("out.ts")), expected);
 }
 
-TEST_F(InsertTicksTest, StreamMayTakeItsOwnPlace) {
+TEST_F(CopyWithTicksTest, StreamMayTakeItsOwnPlace) {
     Put("in.ts", PcrPacket(0));
     EXPECT_EQ(Insert("in.ts", "in.ts"), "");
     EXPECT_EQ(Get("in.ts").size(), 2 * ts::tsPacketSize);
 }
 
-TEST_F(InsertTicksTest, FormerTargetIsReplacedOnlyWhenAllIsDone) {
+TEST_F(CopyWithTicksTest, FormerTargetIsReplacedOnlyWhenAllIsDone) {
     Put("out.ts", {1, 2, 3});
     Put("in.ts", MediaPacket());
     EXPECT_NE(Insert("in.ts", "out.ts"), "");
@@ -101,7 +100,7 @@ TEST_F(InsertTicksTest, FormerTargetIsReplacedOnlyWhenAllIsDone) {
     EXPECT_EQ(Get("out.ts").size(), 2 * ts::tsPacketSize);
 }
 
-TEST_F(InsertTicksTest, TargetGetsTheRightsOfANewFile) {
+TEST_F(CopyWithTicksTest, TargetGetsTheRightsOfANewFile) {
     Put("in.ts", PcrPacket(0));
     mode_t const mask = umask(027);
     EXPECT_EQ(Insert("in.ts", "out.ts"), "");
@@ -111,20 +110,20 @@ TEST_F(InsertTicksTest, TargetGetsTheRightsOfANewFile) {
     EXPECT_EQ(status.st_mode & 0777U, 0640U);
 }
 
-TEST_F(InsertTicksTest, StreamWithoutPcrIsRefused) {
+TEST_F(CopyWithTicksTest, StreamWithoutPcrIsRefused) {
     EXPECT_EQ(FailureOf(TestStream().Media(3).Data()),
               "'" + Path("in.ts") + "' has no PCR to count the ticks by");
     EXPECT_EQ(FailureOf({}), "'" + Path("in.ts") + "' has no PCR to count the ticks by");
 }
 
-TEST_F(InsertTicksTest, WhatIsNoTransportStreamIsRefused) {
+TEST_F(CopyWithTicksTest, WhatIsNoTransportStreamIsRefused) {
     EXPECT_EQ(FailureOf(Garbage(1000)),
               "'" + Path("in.ts") + "' is no transport stream: there is no packet at byte 0");
     EXPECT_EQ(FailureOf(TestStream().Add(PcrPacket(0)).Add(Garbage(188)).Media(3).Data()),
               "'" + Path("in.ts") + "' is no transport stream: there is no packet at byte 188");
 }
 
-TEST_F(InsertTicksTest, StreamThatEndsWithinAPacketIsRefused) {
+TEST_F(CopyWithTicksTest, StreamThatEndsWithinAPacketIsRefused) {
     for (std::size_t const length : {1U, 187U}) {
         Bytes stream = TestStream().Add(PcrPacket(0)).Media(2000).Data();
         stream.resize(2000 * ts::tsPacketSize + length);
@@ -133,35 +132,35 @@ TEST_F(InsertTicksTest, StreamThatEndsWithinAPacketIsRefused) {
     }
 }
 
-TEST_F(InsertTicksTest, StreamThatHasTicksIsRefused) {
+TEST_F(CopyWithTicksTest, StreamThatHasTicksIsRefused) {
     EXPECT_EQ(FailureOf(TestStream().Add(PcrPacket(0)).Media(1).Tick(5).Media(1).Data()),
               "'" + Path("in.ts") + "' has ticks already, the first at byte 376");
 }
 
-TEST_F(InsertTicksTest, MissingSourceIsAFailure) {
+TEST_F(CopyWithTicksTest, MissingSourceIsAFailure) {
     EXPECT_EQ(Insert("none.ts", "out.ts"),
               "cannot open '" + Path("none.ts") + "': No such file or directory");
 }
 
-TEST_F(InsertTicksTest, DirectoryAsSourceIsAFailure) {
+TEST_F(CopyWithTicksTest, DirectoryAsSourceIsAFailure) {
     std::filesystem::create_directory(Path("in.ts"));
     EXPECT_EQ(Insert("in.ts", "out.ts"), "cannot read '" + Path("in.ts") + "': Is a directory");
     EXPECT_FALSE(std::filesystem::exists(Path("out.ts")));
 }
 
-TEST_F(InsertTicksTest, TargetThatCannotBeMadeIsAFailure) {
+TEST_F(CopyWithTicksTest, TargetThatCannotBeMadeIsAFailure) {
     Put("in.ts", PcrPacket(0));
     EXPECT_EQ(Insert("in.ts", "none/out.ts"),
               "cannot write '" + Path("none/out.ts") + "': No such file or directory");
 }
 
-TEST_F(InsertTicksTest, OnlyARegularFileIsReplaced) {
+TEST_F(CopyWithTicksTest, OnlyARegularFileIsReplaced) {
     Put("in.ts", PcrPacket(0));
     std::filesystem::create_symlink("/dev/null", Path("out.ts"));
     EXPECT_EQ(Insert("in.ts", "out.ts"), "'" + Path("out.ts") + "' is not a regular file");
 }
 
-TEST_F(InsertTicksTest, WriteErrorLeavesNoTarget) {
+TEST_F(CopyWithTicksTest, WriteErrorLeavesNoTarget) {
     Put("in.ts", TestStream().Add(PcrPacket(0)).Media(5000).Data());
     // A limit on the size of files stands in for a full disk.
     pid_t const child = fork();
@@ -180,7 +179,7 @@ TEST_F(InsertTicksTest, WriteErrorLeavesNoTarget) {
 }
 
 // A clip with H.264 and AAC, as cameras deliver it.
-class InsertTicksIntoClip : public InsertTicksTest {
+class CopyWithTicksIntoClip : public CopyWithTicksTest {
 protected:
     void SetUp() override {
         if (std::system("command -v ffmpeg ffprobe >/dev/null 2>&1") != 0) {
@@ -202,7 +201,7 @@ protected:
     }
 };
 
-TEST_F(InsertTicksIntoClip, PlayersSeeTheSameAudioAndVideo) {
+TEST_F(CopyWithTicksIntoClip, PlayersSeeTheSameAudioAndVideo) {
     std::string const video = Probe("in.ts", "v");
     EXPECT_NE(video.find("codec_name=h264"), std::string::npos);
     EXPECT_EQ(Probe("out.ts", "v"), video);
@@ -211,7 +210,7 @@ TEST_F(InsertTicksIntoClip, PlayersSeeTheSameAudioAndVideo) {
     EXPECT_EQ(Probe("out.ts", "a"), audio);
 }
 
-TEST_F(InsertTicksIntoClip, ThereAreTwentyTicksASecond) {
+TEST_F(CopyWithTicksIntoClip, ThereAreTwentyTicksASecond) {
     Ticks const ticks = Find(Get("out.ts"));
     ASSERT_GE(ticks.size(), 98U); // the last PCR stands before the end
     ASSERT_LE(ticks.size(), 101U);

@@ -1,5 +1,5 @@
 // Large blocks of memory, with and without the thread that makes them present.
-#include "memory/LargeBlock.h"
+#include "memory/HugePageBlock.h"
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -16,16 +16,16 @@
 #include <thread>
 #include <vector>
 
-using workstation::memory::AllocateLargeBlock;
-using workstation::memory::FreeLargeBlock;
-using workstation::memory::largeBlockSize;
+using workstation::memory::AllocateHugePageBlock;
+using workstation::memory::FreeHugePageBlock;
+using workstation::memory::hugePageBlockSize;
 
 namespace {
 
 constexpr std::size_t slotSize = 0x5E00000;
 
 std::span<unsigned char> Allocate(std::size_t size) {
-    void* const memory = AllocateLargeBlock(size);
+    void* const memory = AllocateHugePageBlock(size);
     EXPECT_NE(memory, nullptr);
     return {static_cast<unsigned char*>(memory), memory == nullptr ? 0 : size};
 }
@@ -48,25 +48,26 @@ int StatusOfChild(Work work) {
     return status;
 }
 
-TEST(LargeBlock, IsZeroFilledAndWritableToTheLastByte) {
-    for (std::size_t const size : {std::size_t{1}, largeBlockSize, largeBlockSize + 1, slotSize}) {
+TEST(HugePageBlock, IsZeroFilledAndWritableToTheLastByte) {
+    for (std::size_t const size :
+         {std::size_t{1}, hugePageBlockSize, hugePageBlockSize + 1, slotSize}) {
         auto const memory = Allocate(size);
         EXPECT_TRUE(IsFilledWith(0, memory));
         std::memset(memory.data(), 0xA5, memory.size());
         EXPECT_TRUE(IsFilledWith(0xA5, memory));
-        EXPECT_TRUE(FreeLargeBlock(memory.data()));
+        EXPECT_TRUE(FreeHugePageBlock(memory.data()));
     }
 }
 
-TEST(LargeBlock, MayBeFreedAtOnceUntouched) {
+TEST(HugePageBlock, MayBeFreedAtOnceUntouched) {
     for (int i = 0; i < 50; ++i) {
-        EXPECT_TRUE(FreeLargeBlock(Allocate(slotSize).data()));
+        EXPECT_TRUE(FreeHugePageBlock(Allocate(slotSize).data()));
     }
 }
 
-TEST(LargeBlock, WhatIsWrittenWhileItIsMadePresentStays) {
+TEST(HugePageBlock, WhatIsWrittenWhileItIsMadePresentStays) {
     for (int round = 0; round < 10; ++round) {
-        auto const memory = Allocate(largeBlockSize);
+        auto const memory = Allocate(hugePageBlockSize);
         for (std::size_t at = 0; at < memory.size(); at += 4096) {
             memory[at] = static_cast<unsigned char>(at / 4096 + 1);
         }
@@ -75,55 +76,55 @@ TEST(LargeBlock, WhatIsWrittenWhileItIsMadePresentStays) {
             wrong += memory[at] == static_cast<unsigned char>(at / 4096 + 1) ? 0 : 1;
         }
         EXPECT_EQ(wrong, 0U);
-        EXPECT_TRUE(FreeLargeBlock(memory.data()));
+        EXPECT_TRUE(FreeHugePageBlock(memory.data()));
     }
 }
 
-TEST(LargeBlock, OtherMemoryIsNotTakenForOne) {
+TEST(HugePageBlock, OtherMemoryIsNotTakenForOne) {
     constexpr std::size_t hugePage = 0x200000;
     std::unique_ptr<void, decltype(&std::free)> const aligned(
         std::aligned_alloc(hugePage, hugePage), &std::free);
-    auto const memory = Allocate(largeBlockSize);
-    EXPECT_FALSE(FreeLargeBlock(aligned.get()));
-    EXPECT_FALSE(FreeLargeBlock(memory.data() + 1));
-    EXPECT_FALSE(FreeLargeBlock(memory.data() + hugePage));
-    EXPECT_TRUE(FreeLargeBlock(memory.data()));
-    EXPECT_FALSE(FreeLargeBlock(nullptr));
+    auto const memory = Allocate(hugePageBlockSize);
+    EXPECT_FALSE(FreeHugePageBlock(aligned.get()));
+    EXPECT_FALSE(FreeHugePageBlock(memory.data() + 1));
+    EXPECT_FALSE(FreeHugePageBlock(memory.data() + hugePage));
+    EXPECT_TRUE(FreeHugePageBlock(memory.data()));
+    EXPECT_FALSE(FreeHugePageBlock(nullptr));
 }
 
-TEST(LargeBlock, SeveralAreFreedInAnyOrder) {
-    auto const first = Allocate(largeBlockSize);
-    auto const second = Allocate(largeBlockSize);
-    auto const third = Allocate(largeBlockSize);
-    EXPECT_TRUE(FreeLargeBlock(second.data()));
-    EXPECT_TRUE(FreeLargeBlock(first.data()));
-    EXPECT_TRUE(FreeLargeBlock(third.data()));
+TEST(HugePageBlock, SeveralAreFreedInAnyOrder) {
+    auto const first = Allocate(hugePageBlockSize);
+    auto const second = Allocate(hugePageBlockSize);
+    auto const third = Allocate(hugePageBlockSize);
+    EXPECT_TRUE(FreeHugePageBlock(second.data()));
+    EXPECT_TRUE(FreeHugePageBlock(first.data()));
+    EXPECT_TRUE(FreeHugePageBlock(third.data()));
 }
 
-TEST(LargeBlock, ThreadsAllocateAndFreeSideBySide) {
+TEST(HugePageBlock, ThreadsAllocateAndFreeSideBySide) {
     std::array<std::jthread, 4> threads;
     for (std::jthread& thread : threads) {
         thread = std::jthread([] {
             for (int round = 0; round < 10; ++round) {
-                auto const memory = Allocate(largeBlockSize);
+                auto const memory = Allocate(hugePageBlockSize);
                 memory.back() = 1;
-                EXPECT_TRUE(FreeLargeBlock(memory.data()));
+                EXPECT_TRUE(FreeHugePageBlock(memory.data()));
             }
         });
     }
 }
 
-TEST(LargeBlock, ThereIsNoneLargerThanTheAddressSpace) {
+TEST(HugePageBlock, ThereIsNoneLargerThanTheAddressSpace) {
     std::vector<std::size_t> sizes{SIZE_MAX, SIZE_MAX - 1, SIZE_MAX - 4096};
     if (sizeof(std::size_t) > 4) {
         sizes.push_back(SIZE_MAX / 2); // which 32-bit address spaces have room for
     }
     for (std::size_t const size : sizes) {
-        EXPECT_EQ(AllocateLargeBlock(size), nullptr);
+        EXPECT_EQ(AllocateHugePageBlock(size), nullptr);
     }
 }
 
-TEST(LargeBlock, WorksOnOneProcessor) {
+TEST(HugePageBlock, WorksOnOneProcessor) {
     EXPECT_EQ(StatusOfChild([] {
                   cpu_set_t all;
                   sched_getaffinity(0, sizeof all, &all);
@@ -137,27 +138,27 @@ TEST(LargeBlock, WorksOnOneProcessor) {
                   sched_setaffinity(0, sizeof one, &one);
                   auto const memory = Allocate(slotSize);
                   memory.back() = 1;
-                  _exit(FreeLargeBlock(memory.data()) ? 0 : 1);
+                  _exit(FreeHugePageBlock(memory.data()) ? 0 : 1);
               }),
               0);
 }
 
-TEST(LargeBlock, ChildProcessMayFreeWhatItInherited) {
+TEST(HugePageBlock, ChildProcessMayFreeWhatItInherited) {
     auto const memory = Allocate(slotSize);
     EXPECT_EQ(StatusOfChild([memory] {
                   memory.back() = 1;
-                  _exit(FreeLargeBlock(memory.data()) ? 0 : 1);
+                  _exit(FreeHugePageBlock(memory.data()) ? 0 : 1);
               }),
               0);
     EXPECT_EQ(memory.back(), 0);
-    EXPECT_TRUE(FreeLargeBlock(memory.data()));
+    EXPECT_TRUE(FreeHugePageBlock(memory.data()));
 }
 
 pid_t handlerThread = 0;
 
 // The thread that makes memory present never runs a handler: whatever a handler does, it does in a
 // thread of the program.
-TEST(LargeBlock, SignalsAreHandledByTheProgramsOwnThreads) {
+TEST(HugePageBlock, SignalsAreHandledByTheProgramsOwnThreads) {
     struct sigaction action {};
     action.sa_handler = [](int) { handlerThread = gettid(); };
     struct sigaction former {};
@@ -167,7 +168,7 @@ TEST(LargeBlock, SignalsAreHandledByTheProgramsOwnThreads) {
         auto const memory = Allocate(slotSize);
         kill(getpid(), SIGUSR1); // delivered before it returns, when this thread can take it
         EXPECT_EQ(handlerThread, gettid());
-        EXPECT_TRUE(FreeLargeBlock(memory.data()));
+        EXPECT_TRUE(FreeHugePageBlock(memory.data()));
     }
     sigaction(SIGUSR1, &former, nullptr);
 }

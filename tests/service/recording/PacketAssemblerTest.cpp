@@ -1,5 +1,5 @@
 // Whole packets come out, in whatever pieces and however damaged a stream goes in.
-#include "service/recording/PacketResync.h"
+#include "service/recording/PacketAssembler.h"
 
 #include <gtest/gtest.h>
 
@@ -23,33 +23,33 @@ struct Outcome {
     bool endedInPacket = false;
 };
 
-void TakeAll(PacketResync& resync, Bytes& packets) {
-    for (auto run = resync.Next(); !run.empty(); run = resync.Next()) {
+void TakeAll(PacketAssembler& assembler, Bytes& packets) {
+    for (auto run = assembler.Next(); !run.empty(); run = assembler.Next()) {
         EXPECT_EQ(run.size() % ts::tsPacketSize, 0U);
         packets.insert(packets.end(), run.begin(), run.end());
     }
 }
 
 Outcome Align(Bytes const& stream, std::size_t pieceSize) {
-    PacketResync resync;
+    PacketAssembler assembler;
     Outcome outcome;
     std::span<unsigned char const> rest = stream;
     while (!rest.empty()) {
-        auto const room = resync.Room();
+        auto const room = assembler.Room();
         auto const piece = rest.first(std::min({rest.size(), pieceSize, room.size()}));
-        EXPECT_FALSE(piece.empty()) << "the resync has no room left";
+        EXPECT_FALSE(piece.empty()) << "the assembler has no room left";
         if (piece.empty()) {
             break;
         }
         std::ranges::copy(piece, room.begin());
-        resync.Filled(piece.size());
-        TakeAll(resync, outcome.packets);
+        assembler.Filled(piece.size());
+        TakeAll(assembler, outcome.packets);
         rest = rest.subspan(piece.size());
     }
-    resync.End();
-    TakeAll(resync, outcome.packets);
-    outcome.counts = resync.Counts();
-    outcome.endedInPacket = resync.EndedInPacket();
+    assembler.End();
+    TakeAll(assembler, outcome.packets);
+    outcome.counts = assembler.Counts();
+    outcome.endedInPacket = assembler.EndedInPacket();
     return outcome;
 }
 
@@ -165,43 +165,43 @@ INSTANTIATE_TEST_SUITE_P(Table, DamageTest, testing::ValuesIn(Damages()), [](aut
     return test.param.name + std::to_string(test.index);
 });
 
-TEST(PacketResync, PacketIsGivenOutAsSoonAsTheNextOneBegins) {
-    PacketResync resync;
+TEST(PacketAssembler, PacketIsGivenOutAsSoonAsTheNextOneBegins) {
+    PacketAssembler assembler;
     Bytes packets;
     Bytes const stream = DamagedStream().Good(60).All();
     auto const feed = [&](std::size_t from, std::size_t to) {
-        std::copy(&stream[from], stream.data() + to, resync.Room().begin());
-        resync.Filled(to - from);
-        TakeAll(resync, packets);
+        std::copy(&stream[from], stream.data() + to, assembler.Room().begin());
+        assembler.Filled(to - from);
+        TakeAll(assembler, packets);
     };
     feed(0, 50 * ts::tsPacketSize);
     EXPECT_EQ(packets.size(), 49 * ts::tsPacketSize);
     feed(50 * ts::tsPacketSize, 50 * ts::tsPacketSize + 1);
     EXPECT_EQ(packets.size(), 50 * ts::tsPacketSize);
-    EXPECT_TRUE(resync.InSync());
+    EXPECT_TRUE(assembler.InSync());
 }
 
-TEST(PacketResync, LossOfSyncShowsWhileItLasts) {
-    PacketResync resync;
+TEST(PacketAssembler, LossOfSyncShowsWhileItLasts) {
+    PacketAssembler assembler;
     Bytes packets;
     auto const feed = [&](Bytes const& bytes) {
-        std::ranges::copy(bytes, resync.Room().begin());
-        resync.Filled(bytes.size());
-        TakeAll(resync, packets);
+        std::ranges::copy(bytes, assembler.Room().begin());
+        assembler.Filled(bytes.size());
+        TakeAll(assembler, packets);
     };
-    EXPECT_FALSE(resync.InSync());
+    EXPECT_FALSE(assembler.InSync());
     feed(DamagedStream().Good(50).All());
-    EXPECT_TRUE(resync.InSync());
+    EXPECT_TRUE(assembler.InSync());
     feed(Garbage(50000));
-    EXPECT_FALSE(resync.InSync());
-    EXPECT_EQ(resync.Counts().losses, 1U);
+    EXPECT_FALSE(assembler.InSync());
+    EXPECT_EQ(assembler.Counts().losses, 1U);
     feed(DamagedStream().Good(50).All());
-    EXPECT_TRUE(resync.InSync());
-    EXPECT_EQ(resync.Counts().losses, 1U);
+    EXPECT_TRUE(assembler.InSync());
+    EXPECT_EQ(assembler.Counts().losses, 1U);
 }
 
 // Packets, cut and mangled at random: what comes out does not depend on how it goes in.
-TEST(PacketResync, PiecesOfAnySizeGiveTheSamePackets) {
+TEST(PacketAssembler, PiecesOfAnySizeGiveTheSamePackets) {
     for (unsigned int seed = 0; seed < 40; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);

@@ -1,5 +1,5 @@
-// Makes memory present ahead of its first use, on another processor.
-#include "memory/FaultAhead.h"
+// Makes memory present before its first use, on another processor.
+#include "memory/Prefault.h"
 
 #include <sched.h>
 #include <sys/mman.h>
@@ -11,7 +11,7 @@
 namespace workstation::memory {
 namespace {
 
-// How much is made present in one go, and so about a millisecond's work to wait for at the end.
+// How much is made present in one system call. The destructor waits for one call: about 1 ms.
 constexpr std::size_t pieceSize = 0x200000;
 
 bool HaveAnotherProcessor() {
@@ -29,7 +29,7 @@ void MakePresent(std::stop_token const& stop, unsigned char* memory, std::size_t
     }
 }
 
-// While it stands, signals wait, and threads that are started never handle any.
+// Blocks all signals while it exists, also for good in the threads that are started meanwhile.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -48,7 +48,7 @@ private:
 
 } // namespace
 
-FaultAhead::FaultAhead(unsigned char* memory, std::size_t size) {
+Prefault::Prefault(unsigned char* memory, std::size_t size) {
     if (!HaveAnotherProcessor()) {
         return;
     }
@@ -56,7 +56,7 @@ FaultAhead::FaultAhead(unsigned char* memory, std::size_t size) {
     try {
         thread_ = std::jthread(MakePresent, memory, size);
     } catch (std::exception const&) {
-        // No thread to be had: nothing is lost but time.
+        // Without a thread only time is lost.
     }
 }
 

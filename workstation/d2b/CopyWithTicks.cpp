@@ -1,5 +1,5 @@
-// Makes a transport stream with system ticks from one without.
-#include "d2b/InsertTicks.h"
+// Copies a transport stream and inserts system ticks.
+#include "d2b/CopyWithTicks.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -90,7 +90,8 @@ std::span<unsigned char const> Source::Read() {
 
 } // namespace
 
-void InsertTicks(std::string const& source, std::string const& target, ts::TickInserter inserter) {
+void CopyWithTicks(std::string const& source, std::string const& target,
+                   ts::TickInserter inserter) {
     Source stream(source);
     NewFile result(target);
     std::vector<unsigned char> out;

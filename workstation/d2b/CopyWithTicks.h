@@ -1,4 +1,4 @@
-// Makes a transport stream with system ticks from one without.
+// Copies a transport stream and inserts system ticks.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 namespace workstation::d2b {
 
-// Copies the stream in the file `source` to the file `target` and adds ticks on the way. The
+// Copies the stream in the file `source` to the file `target` and inserts ticks. The
 // source must be a transport stream from its first byte to its last, have a PCR, and have no ticks
 // yet; otherwise, and when a file cannot be read or written, throws Failure. `target` appears, or
 // is replaced, when everything is done; it may be the source.
-void InsertTicks(std::string const& source, std::string const& target, ts::TickInserter inserter);
+void CopyWithTicks(std::string const& source, std::string const& target, ts::TickInserter inserter);
 
 } // namespace workstation::d2b

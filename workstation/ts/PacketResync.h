@@ -1,4 +1,4 @@
-// Walks over the packets of a transport stream that may be damaged anywhere.
+// Finds the packets of a transport stream and resynchronises after damage.
 #pragma once
 
 #include <cstddef>
@@ -8,24 +8,24 @@
 
 namespace workstation::ts {
 
-// Gives the offsets of the packets, in the order in which they stand.
+// Gives the offsets of the packets, in their order.
 //
-// An alignment is trusted when a sync byte has two further ones at 188-byte steps, or when the
-// data end before that and all packets up to their end are in step. Then the walk goes from packet
-// to packet until a sync byte is missing. The data end where the stream ends, and where zeros
-// follow for the length of a packet; what comes after such zeros is looked for like after any
-// other damage.
-class PacketWalk {
+// An alignment is trusted when a sync byte is followed by two more at 188-byte steps, or when the
+// data end before that and every packet up to their end begins with a sync byte. Then each packet
+// follows the one before until a sync byte is missing. The data end where the stream ends, and
+// where zeros follow for the length of a packet; what comes after such zeros is searched like after
+// any other damage.
+class PacketResync {
 public:
-    // The bytes of the stream must outlive the walk.
-    explicit PacketWalk(std::span<unsigned char const> stream)
+    // The bytes of the stream must outlive the object.
+    explicit PacketResync(std::span<unsigned char const> stream)
         : stream_(stream) {}
 
-    // The offset of the first packet that begins at byte offset `from` or later and lies whole in
-    // the stream; End() when there is none.
+    // The offset of the first complete packet that begins at byte offset `from` or later; End()
+    // when there is none.
     std::size_t First(std::size_t from) const;
 
-    // The offset of the packet that comes after one which the walk has given; End() after the last.
+    // The offset of the packet after one that First or After returned; End() after the last.
     std::size_t After(std::size_t packet) const {
         std::size_t const next = packet + tsPacketSize;
         Prefetch(next + prefetchDistance);
@@ -35,7 +35,7 @@ public:
     std::size_t End() const { return stream_.size(); }
 
 private:
-    // A walk over a large stream waits for memory at every packet unless it asks ahead.
+    // Without prefetching, a scan of a large stream waits for memory at every packet.
     static constexpr std::size_t prefetchDistance = 32 * tsPacketSize;
 
     void Prefetch(std::size_t position) const {

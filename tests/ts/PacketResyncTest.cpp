@@ -1,5 +1,5 @@
 // Which packets are found in whole and in damaged streams.
-#include "ts/PacketWalk.h"
+#include "ts/PacketResync.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,48 +17,48 @@ namespace {
 std::vector<std::size_t> Packets(Bytes stream, std::size_t from = 0) {
     stream.shrink_to_fit();
     std::vector<std::size_t> packets;
-    PacketWalk const walk(stream);
+    PacketResync const walk(stream);
     for (auto packet = walk.First(from); packet != walk.End(); packet = walk.After(packet)) {
         packets.push_back(packet);
     }
     return packets;
 }
 
-TEST(PacketWalk, EmptyStreamHasNoPacket) {
+TEST(PacketResync, EmptyStreamHasNoPacket) {
     EXPECT_THAT(Packets({}), IsEmpty());
 }
 
-TEST(PacketWalk, GarbageAloneHasNoPacket) {
+TEST(PacketResync, GarbageAloneHasNoPacket) {
     EXPECT_THAT(Packets(Garbage(1000)), IsEmpty());
 }
 
-TEST(PacketWalk, WholeStreamGivesEveryPacket) {
+TEST(PacketResync, WholeStreamGivesEveryPacket) {
     EXPECT_THAT(Packets(TestStream().Media(4).Data()), ElementsAre(0, 188, 376, 564));
 }
 
 // At the end there are no two further sync bytes; all that is left must be in step then.
-TEST(PacketWalk, OneAndTwoPacketsAloneAreFound) {
+TEST(PacketResync, OneAndTwoPacketsAloneAreFound) {
     EXPECT_THAT(Packets(TestStream().Media(1).Data()), ElementsAre(0));
     EXPECT_THAT(Packets(TestStream().Media(2).Data()), ElementsAre(0, 188));
 }
 
-TEST(PacketWalk, OneAndTwoPacketsBeforeZerosAreFound) {
+TEST(PacketResync, OneAndTwoPacketsBeforeZerosAreFound) {
     EXPECT_THAT(Packets(TestStream().Media(1).Zeros(1000).Data()), ElementsAre(0));
     EXPECT_THAT(Packets(TestStream().Media(2).Zeros(1000).Data()), ElementsAre(0, 188));
     EXPECT_THAT(Packets(TestStream().Media(2).Zeros(1).Data()), ElementsAre(0, 188));
 }
 
-TEST(PacketWalk, OneAndTwoPacketsBeforeGarbageAreNotTrusted) {
+TEST(PacketResync, OneAndTwoPacketsBeforeGarbageAreNotTrusted) {
     EXPECT_THAT(Packets(TestStream().Media(1).Add(Garbage(400)).Data()), IsEmpty());
     EXPECT_THAT(Packets(TestStream().Media(2).Add(Garbage(400)).Data()), IsEmpty());
 }
 
-TEST(PacketWalk, OncePacketsAreInStepTheLastOneMayStandBeforeGarbage) {
+TEST(PacketResync, OncePacketsAreInStepTheLastOneMayStandBeforeGarbage) {
     EXPECT_THAT(Packets(TestStream().Media(4).Add(Garbage(400)).Data()),
                 ElementsAre(0, 188, 376, 564));
 }
 
-TEST(PacketWalk, CutLastPacketIsNotGiven) {
+TEST(PacketResync, CutLastPacketIsNotGiven) {
     for (std::size_t length = 1; length < tsPacketSize; ++length) {
         Bytes stream = TestStream().Media(3).Data();
         stream.resize(2 * tsPacketSize + length);
@@ -66,21 +66,21 @@ TEST(PacketWalk, CutLastPacketIsNotGiven) {
     }
 }
 
-TEST(PacketWalk, PacketCutBeforeZerosEndsTheData) {
+TEST(PacketResync, PacketCutBeforeZerosEndsTheData) {
     Bytes stream = TestStream().Media(3).Data();
     stream.resize(2 * tsPacketSize + 50);
     stream.resize(2000);
     EXPECT_THAT(Packets(stream), ElementsAre(0, 188, 376));
 }
 
-TEST(PacketWalk, AnyLengthOfGarbageInFrontIsPassedOver) {
+TEST(PacketResync, AnyLengthOfGarbageInFrontIsPassedOver) {
     for (std::size_t length = 0; length <= 400; ++length) {
         EXPECT_THAT(Packets(TestStream().Add(Garbage(length)).Media(3).Data()),
                     ElementsAre(length, length + 188, length + 376));
     }
 }
 
-TEST(PacketWalk, BeginsWithTheFirstPacketFromTheGivenOffset) {
+TEST(PacketResync, BeginsWithTheFirstPacketFromTheGivenOffset) {
     Bytes const stream = TestStream().Media(4).Data();
     EXPECT_THAT(Packets(stream, 188), ElementsAre(188, 376, 564));
     EXPECT_THAT(Packets(stream, 189), ElementsAre(376, 564));
@@ -92,7 +92,7 @@ TEST(PacketWalk, BeginsWithTheFirstPacketFromTheGivenOffset) {
 
 //  offset  0      188    376 (100 bytes missing)  464    652    840
 //          media  media  88 bytes of a packet     media  media  media
-TEST(PacketWalk, AfterMissingBytesEveryWholePacketIsFound) {
+TEST(PacketResync, AfterMissingBytesEveryWholePacketIsFound) {
     Bytes stream = TestStream().Media(6).Data();
     stream.erase(stream.begin() + 376 + 50, stream.begin() + 376 + 150);
     EXPECT_THAT(Packets(stream), ElementsAre(0, 188, 376, 464, 652, 840));
@@ -100,7 +100,7 @@ TEST(PacketWalk, AfterMissingBytesEveryWholePacketIsFound) {
 
 //  offset  0      188    376 (10 bytes inserted at 426)  574    762    950
 //          media  media  198 bytes                       media  media  media
-TEST(PacketWalk, AfterInsertedBytesEveryWholePacketIsFound) {
+TEST(PacketResync, AfterInsertedBytesEveryWholePacketIsFound) {
     Bytes stream = TestStream().Media(6).Data();
     Bytes const inserted = Garbage(10);
     stream.insert(stream.begin() + 376 + 50, inserted.begin(), inserted.end());
@@ -110,13 +110,13 @@ TEST(PacketWalk, AfterInsertedBytesEveryWholePacketIsFound) {
 //  offset  0      188    376 to 800   800     940    1128   1316
 //          media  media  zeros        packet  media  media  media
 //                                     's end
-TEST(PacketWalk, AfterZerosInTheMiddleEveryWholePacketIsFound) {
+TEST(PacketResync, AfterZerosInTheMiddleEveryWholePacketIsFound) {
     Bytes stream = TestStream().Media(8).Data();
     std::fill(stream.begin() + 376, stream.begin() + 800, static_cast<unsigned char>(0));
     EXPECT_THAT(Packets(stream), ElementsAre(0, 188, 940, 1128, 1316));
 }
 
-TEST(PacketWalk, OneLostSyncByteCostsOnePacket) {
+TEST(PacketResync, OneLostSyncByteCostsOnePacket) {
     Bytes stream = TestStream().Media(6).Data();
     stream[564] = 0;
     EXPECT_THAT(Packets(stream), ElementsAre(0, 188, 376, 752, 940));
@@ -124,7 +124,7 @@ TEST(PacketWalk, OneLostSyncByteCostsOnePacket) {
 
 // Every packet has a sync byte at byte 50, with a plausible header behind it: only the alignment
 // that was followed before tells which is the true one.
-TEST(PacketWalk, OneLostSyncByteDoesNotLoseTheAlignmentToThePayload) {
+TEST(PacketResync, OneLostSyncByteDoesNotLoseTheAlignmentToThePayload) {
     TestStream stream;
     for (unsigned int i = 0; i < 8; ++i) {
         stream.Add(MisleadingPacket(50, i));
@@ -140,7 +140,7 @@ TEST(PacketWalk, OneLostSyncByteDoesNotLoseTheAlignmentToThePayload) {
 //          garbage, 0x47 at
 //          20 and at 208, 396,
 //          584
-TEST(PacketWalk, OfTwoAlignmentsTheOneThatLastsLongerWins) {
+TEST(PacketResync, OfTwoAlignmentsTheOneThatLastsLongerWins) {
     TestStream stream;
     stream.Add(Garbage(100)).Media(6);
     for (std::size_t const misleading : {20U, 208U, 396U, 584U}) {
@@ -150,7 +150,7 @@ TEST(PacketWalk, OfTwoAlignmentsTheOneThatLastsLongerWins) {
 }
 
 // Bytes that never end to be in step in the payload, but head no header that can be right.
-TEST(PacketWalk, OfTwoAlignmentsThatLastTheOneWithPlausibleHeadersWins) {
+TEST(PacketResync, OfTwoAlignmentsThatLastTheOneWithPlausibleHeadersWins) {
     TestStream stream;
     stream.Add(Garbage(100)).Media(30);
     for (std::size_t misleading = 20; misleading < stream.Data().size(); misleading += 188) {
@@ -162,7 +162,7 @@ TEST(PacketWalk, OfTwoAlignmentsThatLastTheOneWithPlausibleHeadersWins) {
     EXPECT_EQ(packets.front(), 100U);
 }
 
-TEST(PacketWalk, NothingButSyncBytesIsWalkedInSteps) {
+TEST(PacketResync, NothingButSyncBytesIsWalkedInSteps) {
     for (std::size_t size = 1; size <= 600; ++size) {
         EXPECT_EQ(Packets(Bytes(size, tsSyncByte)).size(), size / tsPacketSize) << size;
     }

@@ -1,5 +1,5 @@
-// Large blocks of memory that are filled from start to end as soon as they are there.
-#include "memory/LargeBlock.h"
+// Large blocks of memory that consist of huge pages.
+#include "memory/HugePageBlock.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -8,7 +8,7 @@
 #include <mutex>
 #include <new>
 
-#include "memory/FaultAhead.h"
+#include "memory/Prefault.h"
 
 namespace workstation::memory {
 namespace {
@@ -16,12 +16,12 @@ namespace {
 // Blocks begin at the start of a huge page (2 MiB).
 constexpr std::size_t alignment = 0x200000;
 
-// Stands in a page of its own in front of the block.
+// In a page of its own before the block.
 struct Header {
     Header* next;
     std::size_t mappedSize; // from the header's page to the end of the block
     pid_t owner;            // the process that allocated it
-    FaultAhead faultAhead;
+    Prefault prefault;
 };
 
 std::size_t HeaderSize() {
@@ -29,9 +29,9 @@ std::size_t HeaderSize() {
     return pageSize;
 }
 
-// Memory is allocated before anything is initialised, and freed after all is destroyed.
+// Memory is allocated before any static object is initialised, and freed after all are destroyed.
 constinit std::mutex mutex;
-constinit Header* blocks = nullptr; // all of them; guarded by the mutex
+constinit Header* blocks = nullptr; // a list of all; guarded by the mutex
 
 // Maps `size` bytes of which byte `offset` is aligned. Null on failure.
 unsigned char* MapAligned(std::size_t size, std::size_t offset) {
@@ -50,7 +50,7 @@ unsigned char* MapAligned(std::size_t size, std::size_t offset) {
     return start + before;
 }
 
-// Takes the block off the list. Null when there is no such block.
+// Removes the block from the list. Null when there is no such block.
 Header* Unlist(void const* memory) {
     std::lock_guard const lock(mutex);
     for (Header** link = &blocks; *link != nullptr; link = &(*link)->next) {
@@ -65,7 +65,7 @@ Header* Unlist(void const* memory) {
 
 } // namespace
 
-void* AllocateLargeBlock(std::size_t size) {
+void* AllocateHugePageBlock(std::size_t size) {
     if (size > SIZE_MAX - HeaderSize() - alignment) {
         return nullptr;
     }
@@ -75,18 +75,18 @@ void* AllocateLargeBlock(std::size_t size) {
         return nullptr;
     }
     unsigned char* const memory = mapped + HeaderSize();
-    madvise(memory, size, MADV_HUGEPAGE); // where there are none, small ones do
-    auto* const header =
-        new (mapped) Header{nullptr, mappedSize, getpid(), FaultAhead(memory, size)};
+    madvise(memory, size,
+            MADV_HUGEPAGE); // a request only: without huge pages the block consists of small ones
+    auto* const header = new (mapped) Header{nullptr, mappedSize, getpid(), Prefault(memory, size)};
     std::lock_guard const lock(mutex);
     header->next = blocks;
     blocks = header;
     return memory;
 }
 
-bool FreeLargeBlock(void* memory) {
+bool FreeHugePageBlock(void* memory) {
     if (reinterpret_cast<std::uintptr_t>(memory) % alignment != 0) {
-        return false; // the quick answer for nearly everything
+        return false; // without the lock, for nearly all memory
     }
     Header* const header = Unlist(memory);
     if (header == nullptr) {
@@ -94,7 +94,7 @@ bool FreeLargeBlock(void* memory) {
     }
     std::size_t const mappedSize = header->mappedSize;
     if (header->owner == getpid()) {
-        header->~Header(); // a child process has the block, but not the thread
+        header->~Header(); // a child process inherits the block, but not the thread
     }
     munmap(header, mappedSize);
     return true;

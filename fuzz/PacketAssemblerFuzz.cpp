@@ -1,11 +1,11 @@
-// Feeds PacketResync arbitrary bytes in arbitrary pieces.
+// Feeds PacketAssembler arbitrary bytes in arbitrary pieces.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
 #include <vector>
 
 #include "Require.h"
-#include "service/recording/PacketResync.h"
+#include "service/recording/PacketAssembler.h"
 
 using namespace workstation;
 
@@ -15,7 +15,7 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t longestStream = 16 << 10;
 
-// Packets around pieces of the input, so that the resync finds sync, and loses it.
+// Packets around pieces of the input, so that the assembler finds sync, and loses it.
 Bytes MakeStream(FuzzedDataProvider& input) {
     Bytes stream;
     while (input.remaining_bytes() > 0 && stream.size() < longestStream) {
@@ -32,8 +32,8 @@ Bytes MakeStream(FuzzedDataProvider& input) {
     return stream;
 }
 
-void Take(service::recording::PacketResync& resync, Bytes& packets) {
-    for (auto run = resync.Next(); !run.empty(); run = resync.Next()) {
+void Take(service::recording::PacketAssembler& assembler, Bytes& packets) {
+    for (auto run = assembler.Next(); !run.empty(); run = assembler.Next()) {
         Require(run.size() % ts::tsPacketSize == 0);
         for (std::size_t i = 0; i < run.size(); i += ts::tsPacketSize) {
             Require(run[i] == ts::tsSyncByte);
@@ -43,20 +43,20 @@ void Take(service::recording::PacketResync& resync, Bytes& packets) {
 }
 
 Bytes Align(Bytes const& stream, std::size_t pieceSize) {
-    service::recording::PacketResync resync;
+    service::recording::PacketAssembler assembler;
     Bytes packets;
     for (std::size_t begin = 0; begin < stream.size();) {
-        auto const room = resync.Room();
+        auto const room = assembler.Room();
         Require(!room.empty());
         std::size_t const size = std::min({pieceSize, room.size(), stream.size() - begin});
         std::copy_n(&stream[begin], size, room.begin());
-        resync.Filled(size);
-        Take(resync, packets);
+        assembler.Filled(size);
+        Take(assembler, packets);
         begin += size;
     }
-    resync.End();
-    Take(resync, packets);
-    auto const& counts = resync.Counts();
+    assembler.End();
+    Take(assembler, packets);
+    auto const& counts = assembler.Counts();
     Require(counts.packets * ts::tsPacketSize == packets.size());
     Require(counts.packets * ts::tsPacketSize + counts.droppedBytes == stream.size());
     return packets;

@@ -1,4 +1,4 @@
-// Puts an ordinary file into the pool.
+// d2b load: puts an ordinary file into the pool.
 #pragma once
 
 #include <string>
@@ -8,6 +8,6 @@ namespace workstation::d2b {
 // Writes the file at `source` over a stream file of the recorder's pool and sets the stated length
 // to its size. Throws Failure; the stated length is then what it was, and so are the contents when
 // the source is not a regular file or does not fit into a slot.
-void LoadStreamFile(int fileNumber, std::string const& source);
+void LoadIntoPool(int fileNumber, std::string const& source);
 
 } // namespace workstation::d2b

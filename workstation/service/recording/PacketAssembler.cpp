@@ -1,5 +1,5 @@
-// Finds the transport stream packets in the bytes of a source, and resynchronises after damage.
-#include "service/recording/PacketResync.h"
+// Assembles the bytes of a source, as they arrive, into transport stream packets.
+#include "service/recording/PacketAssembler.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t bufferSize = ts::tsBlockSize;
 
-// In bytes. More than PacketWalk looks ahead of a position to decide about it.
+// In bytes. More than PacketResync looks ahead of a position to decide about it.
 constexpr std::size_t lookAheadSize = 20 * ts::tsPacketSize;
 
 // In bytes. Decisions are made about at least three packets at once: a packet without a sync byte
@@ -20,10 +20,10 @@ static_assert(bufferSize > 2 * (lookAheadSize + decisionSize));
 
 } // namespace
 
-PacketResync::PacketResync()
+PacketAssembler::PacketAssembler()
     : buffer_(std::make_unique_for_overwrite<unsigned char[]>(bufferSize)) {}
 
-std::span<unsigned char> PacketResync::Room() {
+std::span<unsigned char> PacketAssembler::Room() {
     auto const pending = Pending();
     std::memmove(buffer_.get(), pending.data(), pending.size());
     end_ -= begin_;
@@ -31,7 +31,7 @@ std::span<unsigned char> PacketResync::Room() {
     return {buffer_.get() + end_, bufferSize - end_};
 }
 
-std::span<unsigned char const> PacketResync::Next() {
+std::span<unsigned char const> PacketAssembler::Next() {
     if (!isInSync_ && IsDecidable()) {
         FindSync();
     }
@@ -58,7 +58,7 @@ std::span<unsigned char const> PacketResync::Next() {
 }
 
 // The size of the pending packets that are followed directly by another packet or by the end.
-std::size_t PacketResync::SizeInStep() const {
+std::size_t PacketAssembler::SizeInStep() const {
     auto const pending = Pending();
     std::size_t size = 0;
     while (size + ts::tsPacketSize < pending.size() &&
@@ -69,7 +69,7 @@ std::size_t PacketResync::SizeInStep() const {
 }
 
 // How many pending bytes are followed by enough others to decide whether a packet begins there.
-std::size_t PacketResync::DecidableSize() const {
+std::size_t PacketAssembler::DecidableSize() const {
     std::size_t const size = Pending().size();
     if (hasEnded_) {
         return size;
@@ -77,11 +77,11 @@ std::size_t PacketResync::DecidableSize() const {
     return size - std::min(size, lookAheadSize);
 }
 
-bool PacketResync::IsDecidable() const {
+bool PacketAssembler::IsDecidable() const {
     return hasEnded_ || DecidableSize() >= decisionSize;
 }
 
-bool PacketResync::IsTrusted(std::size_t position) const {
+bool PacketAssembler::IsTrusted(std::size_t position) const {
     auto const pending = Pending();
     std::size_t const second = position + ts::tsPacketSize;
     std::size_t const third = second + ts::tsPacketSize;
@@ -89,21 +89,22 @@ bool PacketResync::IsTrusted(std::size_t position) const {
            pending[second] == ts::tsSyncByte && pending[third] == ts::tsSyncByte;
 }
 
-// The first trusted position from one on that the walk has returned. The walk also trusts fewer
+// The first trusted position from one on that the resync has returned. The resync also trusts fewer
 // packets when zeros or the end follow, which is too little to begin a recording with.
-std::size_t PacketResync::NextTrusted(ts::PacketWalk const& walk, std::size_t position) const {
+std::size_t PacketAssembler::NextTrusted(ts::PacketResync const& resync,
+                                         std::size_t position) const {
     std::size_t const end = DecidableSize();
     while (position < end && !IsTrusted(position)) {
-        position = walk.First(position + ts::tsPacketSize);
+        position = resync.First(position + ts::tsPacketSize);
     }
     return std::min(position, end);
 }
 
 // Continues after the first pending packet, which no other packet follows directly. Returns it
 // unless bytes are missing from it: then the next packet begins within its 188 bytes.
-std::span<unsigned char const> PacketResync::HandleLoss() {
-    ts::PacketWalk const walk(Pending());
-    std::size_t const next = NextTrusted(walk, walk.After(0));
+std::span<unsigned char const> PacketAssembler::HandleLoss() {
+    ts::PacketResync const resync(Pending());
+    std::size_t const next = NextTrusted(resync, resync.After(0));
     ++counts_.losses;
     isInSync_ = next < DecidableSize();
     if (next < ts::tsPacketSize) {
@@ -115,21 +116,21 @@ std::span<unsigned char const> PacketResync::HandleLoss() {
     return packet;
 }
 
-void PacketResync::FindSync() {
-    ts::PacketWalk const walk(Pending());
-    std::size_t const next = NextTrusted(walk, walk.First(0));
+void PacketAssembler::FindSync() {
+    ts::PacketResync const resync(Pending());
+    std::size_t const next = NextTrusted(resync, resync.First(0));
     isInSync_ = next < DecidableSize();
     Drop(next);
 }
 
-std::span<unsigned char const> PacketResync::TakeOut(std::size_t size) {
+std::span<unsigned char const> PacketAssembler::TakeOut(std::size_t size) {
     auto const packets = Pending().first(size);
     begin_ += size;
     counts_.packets += size / ts::tsPacketSize;
     return packets;
 }
 
-void PacketResync::Drop(std::size_t size) {
+void PacketAssembler::Drop(std::size_t size) {
     begin_ += size;
     counts_.droppedBytes += size;
 }

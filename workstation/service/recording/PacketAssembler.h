@@ -1,4 +1,4 @@
-// Finds the transport stream packets in the bytes of a source, and resynchronises after damage.
+// Assembles the bytes of a source, as they arrive, into transport stream packets.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <memory>
 #include <span>
 
-#include "ts/PacketWalk.h"
+#include "ts/PacketResync.h"
 
 namespace workstation::service::recording {
 
@@ -23,14 +23,14 @@ struct SyncCounts {
 
 // Takes the bytes as they arrive, in pieces of any size, and returns whole packets. A position is
 // trusted to begin a packet when it and the next two at 188-byte steps have a sync byte; if several
-// positions are trusted, the rules of PacketWalk decide. A packet is returned when the next one
+// positions are trusted, the rules of PacketResync decide. A packet is returned when the next one
 // follows directly, when the source ends after it, or when no other packet begins within it. All
 // other bytes are dropped.
 //
 // The packets are not copied: they lie in this object's buffer, which never grows.
-class PacketResync {
+class PacketAssembler {
 public:
-    PacketResync();
+    PacketAssembler();
 
     // Where the next bytes of the source are to be written. Invalidates the packets that Next has
     // returned. Not empty if Next was called before until it returned nothing.
@@ -62,7 +62,7 @@ private:
     std::size_t DecidableSize() const;
     bool IsDecidable() const;
     bool IsTrusted(std::size_t position) const;
-    std::size_t NextTrusted(ts::PacketWalk const& walk, std::size_t position) const;
+    std::size_t NextTrusted(ts::PacketResync const& resync, std::size_t position) const;
     std::span<unsigned char const> HandleLoss();
     void FindSync();
     std::span<unsigned char const> TakeOut(std::size_t size);

@@ -1,4 +1,4 @@
-// Which number each tick of a stream bears.
+// The numbers of a stream's ticks, with gaps and restarts.
 #pragma once
 
 #include <cstdint>
@@ -7,17 +7,17 @@
 namespace workstation::ts {
 
 // Ticks have an index, from 0 at the start of the stream, and a number. Numbers count up by one
-// (after 0xFFFFFFFF comes 0), but streams can be made in which they start anew, or in which ticks
-// are missing: what a recorder leaves behind that was restarted or fell behind.
-class TickNumbering {
+// (after 0xFFFFFFFF comes 0). For test streams they can also restart, and ticks can be missing, as
+// in the recordings of a recorder that was restarted or too slow.
+class TickGaps {
 public:
-    explicit TickNumbering(std::uint32_t first)
+    explicit TickGaps(std::uint32_t first)
         : starts_({{0, first}}) {}
 
-    // The tick at `index` bears the number `tick`, and those behind it count on from there.
+    // The tick at `index` has the number `tick`, and those after it count on from there.
     void RestartAt(std::uint64_t index, std::uint32_t tick) { starts_[index] = tick; }
 
-    // `count` ticks from `index` on are missing. They are counted all the same.
+    // `count` ticks from `index` on are missing. Their numbers are not used for other ticks.
     void LeaveOut(std::uint64_t index, std::uint64_t count) { gaps_[index] = count; }
 
     std::uint32_t Number(std::uint64_t index) const;
