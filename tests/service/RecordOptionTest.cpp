@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Failure.h"
+#include "support/FailureOf.h"
 
 namespace {
 
@@ -33,13 +33,9 @@ struct Refusal {
 class RefusedRecordOption : public testing::TestWithParam<Refusal> {};
 
 TEST_P(RefusedRecordOption, SaysWhatIsWrong) {
-    try {
-        ParseRecordOptions(GetParam().texts);
-        FAIL() << "accepted";
-    } catch (Failure const& failure) {
-        EXPECT_EQ(failure.what(), GetParam().error);
-        EXPECT_EQ(failure.Error(), EINVAL);
-    }
+    auto const parse = [] { ParseRecordOptions(GetParam().texts); };
+    EXPECT_EQ(FailureOf(parse), GetParam().error);
+    EXPECT_EQ(ErrorOf(parse), EINVAL);
 }
 
 INSTANTIATE_TEST_SUITE_P(

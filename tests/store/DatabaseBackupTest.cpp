@@ -16,6 +16,7 @@
 #include "StoreInvariants.h"
 #include "StoreTest.h"
 #include "support/ChildProcess.h"
+#include "support/FailureOf.h"
 
 namespace workstation::store {
 namespace {
@@ -46,12 +47,7 @@ protected:
     }
 
     std::string Refusal(std::string const& path) {
-        try {
-            store_.Backup(path);
-        } catch (Failure const& error) {
-            return error.what();
-        }
-        return "not refused";
+        return FailureOf([&] { store_.Backup(path); });
     }
 
     std::filesystem::path const directory_ = root_.Path() / "backups";
@@ -156,12 +152,10 @@ TEST_F(DatabaseBackupTest, FileThatMayNotBeWrittenIsRefused) {
         if (getuid() == 0 && setuid(65534) != 0) { // root may write everything
             return 2;
         }
-        try {
-            BackUpDatabase(source, copy_);
-        } catch (Failure const& error) {
-            return error.what() == "backup '" + std::string(copy_) + "': Permission denied" ? 0 : 1;
-        }
-        return 3;
+        return FailureOf([&] { BackUpDatabase(source, copy_); }) ==
+                       "backup '" + std::string(copy_) + "': Permission denied"
+                   ? 0
+                   : 1;
     });
     EXPECT_EQ(other.Wait(), 0);
     EXPECT_EQ(Content(copy_), "old");

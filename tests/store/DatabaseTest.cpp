@@ -12,6 +12,7 @@
 #include "store/Statement.h"
 #include "store/Transaction.h"
 #include "support/ChildProcess.h"
+#include "support/FailureOf.h"
 #include "support/TemporaryRoot.h"
 
 namespace workstation::store {
@@ -27,13 +28,7 @@ protected:
 
     std::string ErrorOfOpening(std::string const& path,
                                Database::Mode mode = Database::Mode::create) {
-        try {
-            Database const database(path, mode);
-            database.Handle();
-        } catch (Failure const& error) {
-            return error.what();
-        }
-        return "";
+        return FailureOf([&] { Database(path, mode); });
     }
 
     std::vector<std::string> Texts(Database const& database) {
@@ -61,6 +56,7 @@ TEST_F(DatabaseTest, MissingFileIsRefusedOtherwise) {
     EXPECT_EQ(ErrorOfOpening(Path(), Database::Mode::existing),
               "database '" + Path() +
                   "': unable to open database file (No such file or directory) [opening it]");
+    EXPECT_EQ(ErrorOf([&] { Database(Path(), Database::Mode::existing); }), ENOENT);
     EXPECT_FALSE(std::filesystem::exists(Path()));
 }
 
@@ -130,13 +126,8 @@ TEST_F(NoteTest, NullReadsAsEmptyTextAndZero) {
 }
 
 TEST_F(NoteTest, WrongSqlIsAnErrorThatShowsIt) {
-    try {
-        Execute(database_, "SELECT 1 FROM nowhere");
-        FAIL();
-    } catch (Failure const& error) {
-        EXPECT_EQ(error.what(),
-                  "database '" + Path() + "': no such table: nowhere [SELECT 1 FROM nowhere]");
-    }
+    EXPECT_EQ(FailureOf([&] { Execute(database_, "SELECT 1 FROM nowhere"); }),
+              "database '" + Path() + "': no such table: nowhere [SELECT 1 FROM nowhere]");
 }
 
 TEST_F(NoteTest, MoreValuesThanParametersIsAnError) {

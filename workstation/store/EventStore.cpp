@@ -94,7 +94,7 @@ HeldFiles EventStore::FilesHeldByEvents() const {
     HeldFiles held;
     for (RecordedFile const& file : SelectFiles(database_, "id IN (SELECT file FROM event_file)")) {
         bool const isInBuffer = bufferStart && file.id >= *bufferStart;
-        (isInBuffer ? held.inBuffer : held.behindBuffer).insert(file.fileNumber);
+        (isInBuffer ? held.inBuffer : held.notInBuffer).insert(file.fileNumber);
     }
     return held;
 }

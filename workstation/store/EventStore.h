@@ -16,8 +16,8 @@ namespace workstation::store {
 
 // The files that events hold, by their number.
 struct HeldFiles {
-    std::set<int> inBuffer;     // among the files that recordings still use in turn
-    std::set<int> behindBuffer; // older than all files that can be wiped or are being recorded
+    std::set<int> inBuffer;    // among the files that recordings still use in turn
+    std::set<int> notInBuffer; // older than all files that can be wiped or are being recorded
 
     bool operator==(HeldFiles const&) const = default;
 };

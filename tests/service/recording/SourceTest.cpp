@@ -9,8 +9,8 @@
 #include <array>
 #include <thread>
 
-#include "Failure.h"
 #include "service/recording/TestDirectory.h"
+#include "support/FailureOf.h"
 
 namespace {
 
@@ -26,18 +26,6 @@ constexpr int endless = -1;
 class SourceTest : public testing::Test {
 protected:
     Source Open(std::string const& name) { return Source::Open(name, stop_); }
-
-    // The text of the failure of an operation.
-    template <typename Operation>
-    static std::string WhyNot(Operation operation, int error) {
-        try {
-            operation();
-        } catch (Failure const& failure) {
-            EXPECT_EQ(failure.Error(), error);
-            return failure.what();
-        }
-        return "no failure";
-    }
     std::string Read(Source& source) {
         auto const result = source.Read(room_, endless);
         EXPECT_EQ(result.outcome, Outcome::bytes);
@@ -64,9 +52,10 @@ TEST_F(SourceTest, FileIsReadToItsEndAndAgain) {
 }
 
 TEST_F(SourceTest, WhatIsNoSourceIsRefused) {
-    EXPECT_EQ(WhyNot([&] { Open(directory_.Path("missing")); }, ENOENT),
-              "No such file or directory");
-    EXPECT_EQ(WhyNot([&] { Open(directory_.Path("")); }, EISDIR), "Is a directory");
+    auto const openMissing = [this] { Open(directory_.Path("missing")); };
+    EXPECT_EQ(FailureOf(openMissing), "No such file or directory");
+    EXPECT_EQ(ErrorOf(openMissing), ENOENT);
+    EXPECT_EQ(FailureOf([this] { Open(directory_.Path("")); }), "Is a directory");
 }
 
 TEST_F(SourceTest, PipeIsLive) {
@@ -118,12 +107,14 @@ TEST_F(SourceTest, StopEndsAReadThatWaits) {
 TEST_F(SourceTest, FailureBearsItsReason) {
     // Memory of this process from address 0 on cannot be read.
     Source source = Open("/proc/self/mem");
-    EXPECT_EQ(WhyNot([&] { source.Read(room_, endless); }, EIO), "Input/output error");
+    auto const read = [&] { source.Read(room_, endless); };
+    EXPECT_EQ(FailureOf(read), "Input/output error");
+    EXPECT_EQ(ErrorOf(read), EIO);
 }
 
 TEST_F(SourceTest, WhatCannotGoBackSaysSo) {
     Source source = Open(directory_.Fifo("pipe"));
-    EXPECT_EQ(WhyNot([&] { source.Rewind(); }, ESPIPE), "lseek: Illegal seek");
+    EXPECT_EQ(FailureOf([&] { source.Rewind(); }), "lseek: Illegal seek");
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "Item.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
+#include "ipc/ServerThread.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
@@ -22,13 +23,6 @@ protected:
         AddControlRequests(router_, {service_, [this] { calls_.emplace_back("quit"); },
                                      [this] { calls_.emplace_back("reap"); },
                                      [] { return "all about me"; }, [] { return "half full"; }});
-    }
-
-    static ipc::Endpoint Open(std::string const& name) {
-        std::string error;
-        auto endpoint = ipc::Endpoint::Open(name, error);
-        EXPECT_TRUE(endpoint) << error;
-        return std::move(*endpoint);
     }
 
     void Ask(std::uint32_t id, std::vector<char> payload = {}) {
@@ -51,8 +45,8 @@ protected:
 
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
-    ipc::Endpoint service_ = Open("Service");
-    ipc::Endpoint client_ = Open("Client");
+    ipc::Endpoint service_ = ServerThread::MustOpen("Service");
+    ipc::Endpoint client_ = ServerThread::MustOpen("Client");
     RequestRouter router_;
     std::vector<std::string> calls_;
 };

@@ -4,6 +4,7 @@
 #include "Item.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
+#include "ipc/ServerThread.h"
 #include "service/PoolAndStore.h"
 #include "service/ring/FileAllocator.h"
 
@@ -25,13 +26,6 @@ protected:
     ~EventRequestsTest() override {
         unsetenv("TZ");
         tzset();
-    }
-
-    static ipc::Endpoint Open(std::string const& name) {
-        std::string error;
-        auto endpoint = ipc::Endpoint::Open(name, error);
-        EXPECT_TRUE(endpoint) << error;
-        return std::move(*endpoint);
     }
 
     // Files of one packet, one after the other, with one tick each from tick 0, time 1000 on.
@@ -86,8 +80,8 @@ protected:
 
     PoolAndStore parts_{6};
     ring::FileAllocator files_{parts_.Session(), parts_.Store()};
-    ipc::Endpoint service_ = Open("Service");
-    ipc::Endpoint client_ = Open("Client");
+    ipc::Endpoint service_ = ServerThread::MustOpen("Service");
+    ipc::Endpoint client_ = ServerThread::MustOpen("Client");
     RequestRouter router_;
     unsigned int nextTick_ = 0;
 };

@@ -5,6 +5,7 @@
 
 #include <optional>
 
+#include "ipc/ServerThread.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
@@ -22,13 +23,6 @@ std::vector<char> Bytes(std::string const& text) {
 
 class SubscribersTest : public testing::Test {
 protected:
-    Endpoint Open(std::string const& name) {
-        std::string error;
-        auto endpoint = Endpoint::Open(name, error);
-        EXPECT_TRUE(endpoint) << error;
-        return std::move(*endpoint);
-    }
-
     // What has come to an endpoint: id and payload of each message.
     static std::vector<std::string> Received(Endpoint& endpoint) {
         std::vector<std::string> messages;
@@ -43,13 +37,13 @@ protected:
 
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
-    Endpoint service_ = Open("Service");
+    Endpoint service_ = ServerThread::MustOpen("Service");
     Subscribers subscribers_{service_};
 };
 
 TEST_F(SubscribersTest, EachIsToldOfWhatItSubscribedToUnderItsOwnId) {
-    Endpoint first = Open("First");
-    Endpoint second = Open("Second");
+    Endpoint first = ServerThread::MustOpen("First");
+    Endpoint second = ServerThread::MustOpen("Second");
     subscribers_.Add("First", Subscription::storage, 100);
     subscribers_.Add("First", Subscription::recordStart, 101);
     subscribers_.Add("Second", Subscription::recordStart, 201);
@@ -61,8 +55,8 @@ TEST_F(SubscribersTest, EachIsToldOfWhatItSubscribedToUnderItsOwnId) {
 }
 
 TEST_F(SubscribersTest, OneCanBeToldAlone) {
-    Endpoint first = Open("First");
-    Endpoint second = Open("Second");
+    Endpoint first = ServerThread::MustOpen("First");
+    Endpoint second = ServerThread::MustOpen("Second");
     subscribers_.Add("First", Subscription::storage, 100);
     subscribers_.Add("Second", Subscription::storage, 200);
     subscribers_.Notify("Second", Subscription::storage, Bytes("space"));
@@ -72,7 +66,7 @@ TEST_F(SubscribersTest, OneCanBeToldAlone) {
 }
 
 TEST_F(SubscribersTest, SubscribingAgainReplacesTheId) {
-    Endpoint client = Open("Client");
+    Endpoint client = ServerThread::MustOpen("Client");
     subscribers_.Add("Client", Subscription::recordStart, 100);
     subscribers_.Add("Client", Subscription::recordStart, 200);
     subscribers_.Notify(Subscription::recordStart, Bytes("start"));
@@ -81,7 +75,7 @@ TEST_F(SubscribersTest, SubscribingAgainReplacesTheId) {
 }
 
 TEST_F(SubscribersTest, OneThatIsGoneIsDropped) {
-    { Endpoint const client = Open("Client"); }
+    { Endpoint const client = ServerThread::MustOpen("Client"); }
     subscribers_.Add("Client", Subscription::recordStart, 100);
     subscribers_.Notify(Subscription::recordStart, Bytes("start"));
     EXPECT_EQ(subscribers_.Count(), 0U);
@@ -105,7 +99,7 @@ std::vector<std::string> SubscribersTest::TellUntilWaiting(std::size_t count) {
 }
 
 TEST_F(SubscribersTest, OneThatReadsLateGetsEverythingInOrder) {
-    Endpoint client = Open("Client");
+    Endpoint client = ServerThread::MustOpen("Client");
     subscribers_.Add("Client", Subscription::recordStart, 100);
     subscribers_.Add("Client", Subscription::recordStop, 200);
     auto const told = TellUntilWaiting(Subscribers::maxWaiting);
@@ -119,7 +113,7 @@ TEST_F(SubscribersTest, OneThatReadsLateGetsEverythingInOrder) {
 }
 
 TEST_F(SubscribersTest, OneThatLeavesTooMuchUnreadIsDropped) {
-    Endpoint const client = Open("Client");
+    Endpoint const client = ServerThread::MustOpen("Client");
     subscribers_.Add("Client", Subscription::recordStart, 100);
     subscribers_.Add("Client", Subscription::recordStop, 200);
     TellUntilWaiting(Subscribers::maxWaiting);
@@ -134,10 +128,10 @@ TEST_F(SubscribersTest, ManyThatDoNotReadKeepNobodyFromBeingTold) {
     std::vector<Endpoint> sleepers;
     for (int number = 1; number <= 60; ++number) {
         std::string const name = "Sleeper" + std::to_string(number);
-        sleepers.push_back(Open(name));
+        sleepers.push_back(ServerThread::MustOpen(name));
         subscribers_.Add(name, Subscription::recordStart, 100);
     }
-    Endpoint vigilant = Open("Vigilant");
+    Endpoint vigilant = ServerThread::MustOpen("Vigilant");
     subscribers_.Add("Vigilant", Subscription::recordStart, 100);
     for (int told = 0; told < 100; ++told) {
         subscribers_.Notify(Subscription::recordStart, Bytes("start"));
@@ -147,7 +141,7 @@ TEST_F(SubscribersTest, ManyThatDoNotReadKeepNobodyFromBeingTold) {
 }
 
 TEST_F(SubscribersTest, OnlyTheLatestStorageFiguresWait) {
-    Endpoint client = Open("Client");
+    Endpoint client = ServerThread::MustOpen("Client");
     subscribers_.Add("Client", Subscription::storage, 100);
     while (!subscribers_.HasWaiting()) {
         subscribers_.Notify(Subscription::storage, Bytes("old"));

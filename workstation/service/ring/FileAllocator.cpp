@@ -35,7 +35,7 @@ std::unique_ptr<FileBeingRecorded> FileAllocator::TakeFree(int stream) {
     for (int step = 0; step < image.FileCount(); ++step) {
         int const number = (lastTaken_ + step) % image.FileCount() + 1;
         if (!IsFree(image, number) || held.inBuffer.contains(number) ||
-            held.behindBuffer.contains(number)) {
+            held.notInBuffer.contains(number)) {
             continue;
         }
         auto file = pool::StreamFile::TryOpenForWriting(session_, number, ControllerOf(stream));

@@ -26,7 +26,7 @@ StorageFigures CountStorage(pool::PoolImage const& image, store::HeldFiles const
         figures.total += poolSlotSizeKiB;
         if (ring::IsFree(image, number)) {
             figures.free += poolSlotSizeKiB;
-        } else if (held.behindBuffer.contains(number)) {
+        } else if (held.notInBuffer.contains(number)) {
             figures.untransferredNotInBuffer += poolSlotSizeKiB;
         } else {
             figures.buffer += poolSlotSizeKiB;
