@@ -18,6 +18,7 @@
 #include "MeasuredCommand.h"
 #include "StreamMgrApi.h"
 #include "api/ServiceMessages.h"
+#include "api/ServiceRequest.h"
 #include "ipc/Endpoint.h"
 #include "ipc/Payload.h"
 
@@ -57,13 +58,10 @@ bool Ping(LinxIpc& ipc) {
 }
 
 bool AskLogLevel(LinxIpc& ipc) {
-    IpcMessage request;
-    IpcMessage reply;
+    using namespace workstation::api;
     UIntItem level;
-    return workstation::ipc::PackMessage(request, workstation::api::getLogLevelRequest, {}) &&
-           ipc.Request(LinxServerNameList::Instance()->Name(e_StreamMgr), request,
-                       workstation::api::getLogLevelReply, 5000, &reply) == 0 &&
-           workstation::ipc::UnpackMessage(reply, {&level});
+    return Ask({ipc, LinxServerNameList::Instance()->Name(e_StreamMgr), 5000}, getLogLevelRequest,
+               {}, getLogLevelReply, {&level}) == Answer::received;
 }
 
 // The service has recorded something until just now.
@@ -94,12 +92,11 @@ bool MeasureNotifications(LinxIpc& subscriber, std::string const& name) {
     constexpr unsigned int messageId = workstation::api::recordStartNotification;
     constexpr int count = 50000;
     std::thread sender([&] {
-        std::string error;
-        auto endpoint = workstation::ipc::Endpoint::Open("Benchmark", error);
+        auto const endpoint = workstation::ipc::Endpoint::Open("Benchmark");
         StringItem reid("20260131-134510:5f3a9c21");
         auto const payload = workstation::ipc::EncodeItems({&reid});
-        for (int sent = 0; endpoint && sent < count; ++sent) {
-            endpoint->Send(name, messageId, payload, 0, 5000);
+        for (int sent = 0; sent < count; ++sent) {
+            endpoint.Send(name, messageId, payload, 0, 5000);
         }
     });
     auto const start = Clock::now();

@@ -8,8 +8,8 @@
 #include "Item.h"
 #include "Require.h"
 #include "StreamMgrApi.h"
-#include "ipc/Datagram.h"
-#include "ipc/DecodeScope.h"
+#include "ipc/DecodeRange.h"
+#include "ipc/MessageHeader.h"
 #include "ipc/Payload.h"
 
 using namespace workstation;
@@ -33,7 +33,7 @@ std::unique_ptr<Item> AnyItem(FuzzedDataProvider& plan) {
     }
 }
 
-// Every step stays in the payload, which ends where the memory does. What had room has its size.
+// Every step stays in the payload, which ends where its memory ends. A complete item has its size.
 void DecodeArbitraryBytes(FuzzedDataProvider& plan) {
     std::vector<std::unique_ptr<Item>> items;
     for (auto count = plan.ConsumeIntegralInRange(1, 10); count > 0; --count) {
@@ -52,7 +52,7 @@ void DecodeArbitraryBytes(FuzzedDataProvider& plan) {
     }
 }
 
-// Items that were encoded come back, and no other payload is taken for them.
+// Encoded items are decoded to the same values, and no other payload is accepted.
 void DecodeWhatWasEncoded(FuzzedDataProvider& plan) {
     auto const seed = plan.ConsumeRemainingBytes<unsigned char>();
     FuzzedDataProvider values(seed.data(), seed.size());
@@ -76,9 +76,9 @@ void DecodeDatagram(FuzzedDataProvider& plan) {
     auto bytes = plan.ConsumeRemainingBytes<unsigned char>();
     bytes.shrink_to_fit();
     if (auto const header = ipc::DecodeHeader(bytes)) {
-        Require(header->payloadSize == bytes.size() - ipc::datagramHeaderSize);
+        Require(header->payloadSize == bytes.size() - ipc::messageHeaderSize);
         Require(std::ranges::equal(ipc::EncodeHeader(*header),
-                                   std::span(bytes).first(ipc::datagramHeaderSize)));
+                                   std::span(bytes).first(ipc::messageHeaderSize)));
     }
 }
 

@@ -9,7 +9,7 @@
 #include "Messages.h"
 #include "Require.h"
 #include "StreamMgrCli.h"
-#include "ipc/Datagram.h"
+#include "ipc/MessageHeader.h"
 #include "ipc/RawSocket.h"
 #include "support/TemporaryRoot.h"
 
@@ -46,7 +46,7 @@ private:
 
 // A notification, or with the kind beyond them a datagram as it stands.
 std::string Datagram(FuzzedMessage const& message) {
-    std::string const payload(message.payload.begin(), message.payload.end());
+    std::string payload(message.payload.begin(), message.payload.end());
     std::size_t const kind = message.kind % (subscribed.size() + 1);
     if (kind == subscribed.size()) {
         return payload;

@@ -30,7 +30,7 @@ constexpr int fileCount = 6;
 constexpr std::uint32_t noReply = 0;
 constexpr std::uint32_t correlation = 77;
 
-// Every request and the id of its answer, and an id that is none.
+// Every request with the id of its answer, and an unknown id.
 struct Request {
     std::uint32_t id;
     std::uint32_t reply;
@@ -52,13 +52,6 @@ constexpr std::array<Request, 16> requests{
      {api::backupDatabaseRequest, api::doneReply},
      {api::updateFileSizeRequest, api::doneReply},
      {0xFFFFFFFF, noReply}}};
-
-ipc::Endpoint Open(std::string const& name) {
-    std::string error;
-    auto endpoint = ipc::Endpoint::Open(name, error);
-    Require(endpoint.has_value());
-    return std::move(*endpoint);
-}
 
 // All that answers requests, with a pool and a database that have something to be asked for.
 class Service {
@@ -91,7 +84,7 @@ public:
         Require(store_.RecordAfterTheFact(0, 100, 0xF, 100).has_value());
     }
 
-    // Asks, and looks at what comes back.
+    // Sends the request, and checks the answer.
     void Ask(Request const& request, std::vector<char> payload) {
         ipc::Letter letter{"Client", request.id, correlation, std::move(payload)};
         router_.Handle(letter);
@@ -146,8 +139,8 @@ private:
     pool::PoolSession session_;
     store::EventStore store_{DatabasePath()};
     service::ring::FileAllocator files_{session_, store_};
-    ipc::Endpoint service_ = Open("StreamMgr");
-    ipc::Endpoint client_ = Open("Client");
+    ipc::Endpoint service_ = ipc::Endpoint::Open("StreamMgr");
+    ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     service::subscribers::Subscribers subscribers_{service_};
     service::subscribers::StorageNotifier notifier_{subscribers_, [this] { return Storage(); }};
     service::requests::RequestRouter router_;
@@ -158,8 +151,8 @@ std::vector<char> Encoded(std::string const& text) {
     return ipc::EncodeItems({&item});
 }
 
-// The upper half of the kinds are the same requests about what exists: the payload then goes on
-// behind the identifier of an event. A backup is never let go anywhere but into the test's root.
+// The upper half of the kinds are the same requests about something that exists: the payload then
+// follows the identifier of an event. A backup is written to the test's root only.
 std::vector<char> Payload(Service const& service, FuzzedMessage const& message, bool isBackup) {
     bool const isKnown = message.kind >= 0x80;
     if (isBackup && isKnown) {

@@ -1,4 +1,4 @@
-// A point in time until which something may take.
+// The end of a time limit.
 #pragma once
 
 #include <algorithm>
@@ -8,15 +8,15 @@ namespace workstation {
 
 class Deadline {
 public:
-    // `timeoutMs` from now; a negative one never comes.
+    // `timeoutMs` from now; a negative one means no limit.
     explicit Deadline(int timeoutMs)
         : endless_(timeoutMs < 0)
         , end_(Clock::now() + std::chrono::milliseconds(endless_ ? 0 : timeoutMs)) {}
 
     bool Passed() const { return !endless_ && Clock::now() >= end_; }
 
-    // Milliseconds that are left, rounded up so that who sleeps for them does not wake early; -1
-    // without limit, as poll(2) has it.
+    // The milliseconds that remain, rounded up so that a sleep for them does not end early; -1
+    // without limit, as in poll(2).
     int RemainingMs() const {
         if (endless_) {
             return -1;
@@ -32,7 +32,7 @@ private:
     Clock::time_point end_;
 };
 
-// The one of two such counts that ends first.
+// The smaller of two values of RemainingMs.
 inline int SoonerMs(int left, int right) {
     if (left < 0 || right < 0) {
         return std::max(left, right);

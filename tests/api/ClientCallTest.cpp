@@ -1,4 +1,4 @@
-// Client calls of the service, whatever it replies.
+// Cases for the client calls with good and bad replies.
 #include <gtest/gtest.h>
 
 #include "LinxIpc.h"
@@ -23,9 +23,9 @@ struct Call {
     unsigned int replyId;
     std::string yes;
     std::string no;
-    std::vector<std::string> lies; // lengths that are none, and truths that are neither
+    std::vector<std::string> malformed; // wrong lengths, and bools that are neither 0 nor 1
 
-    // Whether it succeeded. What it hands out is as it was exactly when it did not.
+    // Whether it succeeded. It changes its out-parameters only when it did.
     bool (*make)(LinxIpc&);
 };
 
@@ -117,7 +117,7 @@ TEST_P(ClientCallTest, SucceedsWhenTheServiceSaysYes) {
 
 TEST_P(ClientCallTest, FailsOnEveryReplyThatIsNoYesAndHandsNothingOut) {
     std::string const& yes = GetParam().yes;
-    std::vector<std::string> replies = GetParam().lies;
+    std::vector<std::string> replies = GetParam().malformed;
     replies.push_back(GetParam().no);
     for (std::size_t size = 0; size < yes.size(); ++size) {
         replies.push_back(yes.substr(0, size));

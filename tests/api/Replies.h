@@ -1,4 +1,4 @@
-// A service that gives replies of a test's choice, and the encodings that they are made of.
+// A service that sends the replies of a test, and the encodings that they consist of.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 #include "ipc/Payload.h"
 #include "ipc/ServerThread.h"
 
-// The encodings of the items, back to back.
+// The encodings of the items, one directly after the other.
 template <typename... Items>
 std::string Bytes(Items... items) {
     auto const payload = workstation::ipc::EncodeItems({&items...});

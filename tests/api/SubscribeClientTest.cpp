@@ -1,4 +1,4 @@
-// The handlers of subscriptions, from the service's yes to the client's end.
+// Cases for the handlers of subscriptions.
 #include "SubscribeClient.h"
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ protected:
         return client.Subscribe(1, messageId, everything, Count, &calls);
     }
 
-    // Has a notification of each kind come in.
+    // Sends and receives one notification of each kind.
     void ReceiveBoth() {
         for (unsigned int const id : {recordStartNotification, recordStopNotification}) {
             IpcMessage notification;

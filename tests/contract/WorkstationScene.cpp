@@ -6,7 +6,7 @@
 
 #include "StreamFileAccess.h"
 #include "fakes/FakePool.h"
-#include "ipc/DecodeScope.h"
+#include "ipc/DecodeRange.h"
 #include "support/TestRoot.h"
 
 struct Scene::State {

@@ -3,21 +3,19 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/inotify.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <stdexcept>
 
 #include "ProcessTable.h"
+#include "support/DirectoryWatch.h"
 
 namespace e2e {
 namespace {
@@ -103,23 +101,12 @@ std::string Recorder::LogOf(std::string const& process) const {
 }
 
 bool Recorder::Logs(std::string const& text, int times) const {
-    auto const deadline = std::chrono::steady_clock::now() + patience;
-    workstation::FileDescriptor const changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (inotify_add_watch(changes.Get(), directory_.Path().c_str(), IN_MODIFY | IN_CREATE) < 0) {
-        throw std::runtime_error(std::string("inotify: ") + std::strerror(errno));
+    if (AwaitInDirectory(directory_.Path(), patience,
+                         [&] { return Count(Log(), text) >= times; })) {
+        return true;
     }
-    while (Count(Log(), text) < times) {
-        auto const left = std::chrono::ceil<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        pollfd change{changes.Get(), POLLIN, 0};
-        if (left.count() <= 0 || poll(&change, 1, static_cast<int>(left.count())) <= 0) {
-            ADD_FAILURE() << "not in the log: " << text << "\n" << Log();
-            return false;
-        }
-        std::array<char, 4096> events{};
-        static_cast<void>(!read(changes.Get(), events.data(), events.size()));
-    }
-    return true;
+    ADD_FAILURE() << "not in the log: " << text << "\n" << Log();
+    return false;
 }
 
 Command Recorder::ServiceCommand(Words const& arguments) const {

@@ -1,4 +1,4 @@
-// A command line as main gets it.
+// A command line in the form of the parameters of main.
 #pragma once
 
 #include <string>

@@ -18,7 +18,7 @@ constexpr option longOptions[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-// Prints what is called. The letters of a step's text say how it ends.
+// Prints each call. The text of a step decides how it ends.
 class Tool : public CommonCli {
 public:
     std::string preInit = "good";
@@ -93,9 +93,9 @@ TEST_F(GoTest, EverythingRunsInOrder) {
 }
 
 TEST_F(GoTest, NoOptionShowsTheUsageAndFails) {
-    for (std::vector<std::string> const& none :
+    for (std::vector<std::string> const& arguments :
          {std::vector<std::string>{}, std::vector<std::string>{"--"}}) {
-        Go(none);
+        Go(arguments);
         EXPECT_EQ(out_, "PreInit\nUsage\nPostInit\nRunIt\n");
         EXPECT_EQ(error_, "");
         EXPECT_EQ(result_, 2U);

@@ -1,4 +1,4 @@
-// Cases for the log level of a service: the requests and the dialogue.
+// Cases for the requests of the log level, and its dialogue.
 #include "CommonCli.h"
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ void Answer(ipc::Endpoint const& server, ipc::Letter const& question, unsigned i
     server.Send(question.sender, id, payload, question.correlation, patienceMs);
 }
 
-// Answers one question for the level, when asked for it first, and one to set it; notes the level.
+// Answers requests to get and to set the level, and keeps the level that was set.
 class Service {
 public:
     std::vector<char> presentLevel = {0, 0, 0, 1};

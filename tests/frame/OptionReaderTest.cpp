@@ -106,9 +106,16 @@ TEST(OptionReaderTest, MissingArgumentsAreReported) {
     EXPECT_EQ(longOutcome.diagnostics, "tool: option '--split' requires an argument\n");
 }
 
-TEST(OptionReaderTest, ReaderBeginsAnewWhateverCameBefore) {
+TEST(OptionReaderTest, ReaderRestartsAfterAnAbandonedOne) {
     CommandLine left({"tool", "-pp", "-p"});
     OptionReader abandoned(left.Argv(), left.Argc(), "p", longOptions);
     ASSERT_TRUE(abandoned.Next()); // stays within the first word
     EXPECT_THAT(Read({"tool", "-x", "1"}), ElementsAre("120 1"));
+}
+
+TEST(OptionReaderTest, MistakesAreReportedAlthoughTheyWereSwitchedOff) {
+    opterr = 0;
+    auto const outcome = ReadWithDiagnostics({"tool", "-z"});
+    EXPECT_THAT(outcome.options, ElementsAre("63"));
+    EXPECT_EQ(outcome.diagnostics, "tool: invalid option -- 'z'\n");
 }

@@ -16,13 +16,14 @@
 #include <csignal>
 #include <fstream>
 #include <memory>
+#include <set>
 
+#include "Failure.h"
 #include "IpcMessage.h"
-#include "ipc/Datagram.h"
+#include "ipc/MessageHeader.h"
 #include "ipc/RawSocket.h"
-#include "ipc/ServerThread.h"
-#include "ipc/Stopwatch.h"
 #include "support/ChildProcess.h"
+#include "support/Stopwatch.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;
@@ -30,11 +31,30 @@ using namespace workstation::ipc;
 
 namespace {
 
-constexpr auto MustOpen = &ServerThread::MustOpen;
+// Empty, with the reason in `error`, when the name cannot be taken.
+std::optional<Endpoint> TryOpen(std::string const& name, std::string& error) {
+    try {
+        return Endpoint::Open(name);
+    } catch (Failure const& failure) {
+        error = failure.what();
+        return std::nullopt;
+    }
+}
 
 std::string WhyNot(std::string const& name) {
-    std::string error;
-    return Endpoint::Open(name, error) ? "opened" : error;
+    std::string error = "opened";
+    TryOpen(name, error);
+    return error;
+}
+
+// The errno that a message to `to` fails with; 0 when it was sent.
+int SendError(Endpoint const& sender, std::string const& to, std::string const& payload = "",
+              int roomTimeoutMs = 0) {
+    try {
+        return sender.Send(to, 1, payload, 0, roomTimeoutMs) ? 0 : EAGAIN;
+    } catch (Failure const& failure) {
+        return failure.Error();
+    }
 }
 
 std::string Text(Letter const& letter) {
@@ -46,18 +66,23 @@ std::string Datagram(std::uint32_t id, std::uint32_t correlation, std::string co
     return std::string(header.begin(), header.end()) + payload;
 }
 
-int OpenDescriptors() {
-    int count = 0;
-    for ([[maybe_unused]] auto const& entry :
-         std::filesystem::directory_iterator("/proc/self/fd")) {
-        ++count;
+std::set<int> Descriptors() {
+    std::set<int> descriptors;
+    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        descriptors.insert(std::stoi(entry.path().filename()));
     }
-    return count;
+    // That of the listing is closed again.
+    std::erase_if(descriptors, [](int descriptor) { return fcntl(descriptor, F_GETFD) == -1; });
+    return descriptors;
+}
+
+int OpenDescriptors() {
+    return static_cast<int>(Descriptors().size());
 }
 
 // Sends to `to` until its queue is full.
 void FillQueue(Endpoint const& sender, std::string const& to) {
-    while (sender.Send(to, 1, {}, 0, 0) == 0) {
+    while (sender.Send(to, 1, {}, 0, 0)) {
     }
 }
 
@@ -69,9 +94,9 @@ protected:
 };
 
 TEST_F(EndpointTest, SentMessageHasTheseBytes) {
-    Endpoint const sender = MustOpen("Sender");
+    Endpoint const sender = Endpoint::Open("Sender");
     RawSocket const peer(root_.Ipc() / "Peer");
-    ASSERT_EQ(sender.Send("Peer", 0x360E, std::string("reap\0", 5), 0xA1B2C3D4, 0), 0);
+    ASSERT_TRUE(sender.Send("Peer", 0x360E, std::string("reap\0", 5), 0xA1B2C3D4, 0));
     EXPECT_EQ(peer.Receive(), std::string("LNX1"
                                           "\0\0\x36\x0E"
                                           "\xA1\xB2\xC3\xD4"
@@ -81,9 +106,9 @@ TEST_F(EndpointTest, SentMessageHasTheseBytes) {
 }
 
 TEST_F(EndpointTest, ReceivedMessageSaysWhoSentIt) {
-    Endpoint receiver = MustOpen("Receiver");
-    Endpoint const sender = MustOpen("Sender");
-    ASSERT_EQ(sender.Send("Receiver", 0x3603, std::string("ping"), 77, 0), 0);
+    Endpoint receiver = Endpoint::Open("Receiver");
+    Endpoint const sender = Endpoint::Open("Sender");
+    ASSERT_TRUE(sender.Send("Receiver", 0x3603, std::string("ping"), 77, 0));
     auto const letter = receiver.Receive();
     ASSERT_TRUE(letter);
     EXPECT_EQ(letter->sender, "Sender");
@@ -94,24 +119,24 @@ TEST_F(EndpointTest, ReceivedMessageSaysWhoSentIt) {
 }
 
 TEST_F(EndpointTest, EmptyQueueGivesNothingAtOnce) {
-    Endpoint receiver = MustOpen("Receiver");
+    Endpoint receiver = Endpoint::Open("Receiver");
     EXPECT_FALSE(receiver.Receive());
     EXPECT_FALSE(receiver.Wait(0));
 }
 
 TEST_F(EndpointTest, DescriptorIsReadableWhenAMessageHasCome) {
-    Endpoint receiver = MustOpen("Receiver");
+    Endpoint receiver = Endpoint::Open("Receiver");
     pollfd readable{receiver.Descriptor(), POLLIN, 0};
     EXPECT_EQ(poll(&readable, 1, 0), 0);
-    ASSERT_EQ(receiver.Send("Receiver", 1, {}, 0, 0), 0);
+    ASSERT_TRUE(receiver.Send("Receiver", 1, {}, 0, 0));
     EXPECT_EQ(poll(&readable, 1, 0), 1);
     EXPECT_TRUE(receiver.Wait(-1));
 }
 
 TEST_F(EndpointTest, MessagesKeepTheirOrder) {
-    Endpoint receiver = MustOpen("Receiver");
+    Endpoint receiver = Endpoint::Open("Receiver");
     for (std::uint32_t id = 1; id <= 5; ++id) {
-        ASSERT_EQ(receiver.Send("Receiver", id, {}, 0, 0), 0);
+        ASSERT_TRUE(receiver.Send("Receiver", id, {}, 0, 0));
     }
     for (std::uint32_t id = 1; id <= 5; ++id) {
         auto const letter = receiver.Receive();
@@ -121,20 +146,20 @@ TEST_F(EndpointTest, MessagesKeepTheirOrder) {
 }
 
 TEST_F(EndpointTest, LargestMessageArrivesAndOneByteMoreIsRefused) {
-    Endpoint receiver = MustOpen("Receiver");
+    Endpoint receiver = Endpoint::Open("Receiver");
     std::string largest(IpcMessage::maxSize, 'x');
     largest.front() = 'a';
     largest.back() = 'z';
-    ASSERT_EQ(receiver.Send("Receiver", 1, largest, 0, 0), 0);
+    ASSERT_TRUE(receiver.Send("Receiver", 1, largest, 0, 0));
     auto const letter = receiver.Receive();
     ASSERT_TRUE(letter);
     EXPECT_EQ(Text(*letter), largest);
-    EXPECT_EQ(receiver.Send("Receiver", 1, largest + 'x', 0, 0), EMSGSIZE);
+    EXPECT_EQ(SendError(receiver, "Receiver", largest + 'x'), EMSGSIZE);
     EXPECT_FALSE(receiver.Receive());
 }
 
 TEST_F(EndpointTest, MalformedDatagramsAreDropped) {
-    Endpoint receiver = MustOpen("Receiver");
+    Endpoint receiver = Endpoint::Open("Receiver");
     RawSocket const peer(root_.Ipc() / "Peer");
     std::string const good = Datagram(5, 0, "good");
     std::string wrongMagic = good;
@@ -164,7 +189,7 @@ TEST_F(EndpointTest, MalformedDatagramsAreDropped) {
 }
 
 TEST_F(EndpointTest, SenderWithoutAUsableNameIsDropped) {
-    Endpoint receiver = MustOpen("Receiver");
+    Endpoint receiver = Endpoint::Open("Receiver");
     RawSocket const unbound("");
     ASSERT_TRUE(unbound.Send(root_.Ipc() / "Receiver", Datagram(1, 0, "")));
     EXPECT_FALSE(receiver.Receive());
@@ -174,7 +199,7 @@ TEST_F(EndpointTest, SenderWithoutAUsableNameIsDropped) {
 }
 
 TEST_F(EndpointTest, DescriptorsThatComeAlongAreNotTaken) {
-    Endpoint receiver = MustOpen("Receiver");
+    Endpoint receiver = Endpoint::Open("Receiver");
     RawSocket const peer(root_.Ipc() / "Peer");
     std::string bytes = Datagram(1, 0, "with a descriptor");
     int const passed = STDERR_FILENO;
@@ -202,20 +227,20 @@ TEST_F(EndpointTest, DescriptorsThatComeAlongAreNotTaken) {
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
-TEST_F(EndpointTest, OnlyTheOwnersCredentialsAreHeard) {
+TEST_F(EndpointTest, OnlyTheOwnersCredentialsAreAccepted) {
     ucred credentials{getpid(), geteuid(), getegid()};
-    EXPECT_TRUE(IsHeard(credentials));
+    EXPECT_TRUE(IsOwner(credentials));
     credentials.uid = geteuid() + 1;
-    EXPECT_FALSE(IsHeard(credentials));
+    EXPECT_FALSE(IsOwner(credentials));
     credentials.uid = static_cast<uid_t>(-1);
-    EXPECT_FALSE(IsHeard(credentials));
+    EXPECT_FALSE(IsOwner(credentials));
     credentials.uid = geteuid() == 0 ? 65534 : 0;
-    EXPECT_FALSE(IsHeard(credentials));
+    EXPECT_FALSE(IsOwner(credentials));
 }
 
-// Only root can become somebody else; for others the case above has to do.
-TEST_F(EndpointTest, ForeignUserIsNotHeard) {
-    Endpoint receiver = MustOpen("Receiver");
+// Only root can become another user; for other users there is only the case above.
+TEST_F(EndpointTest, MessagesOfAForeignUserAreDropped) {
+    Endpoint receiver = Endpoint::Open("Receiver");
     ASSERT_EQ(chmod(root_.Path().c_str(), 0777), 0);
     ASSERT_EQ(chmod(root_.Ipc().c_str(), 0777), 0);
     ASSERT_EQ(chmod((root_.Ipc() / "Receiver").c_str(), 0777), 0);
@@ -233,41 +258,41 @@ TEST_F(EndpointTest, ForeignUserIsNotHeard) {
 }
 
 TEST_F(EndpointTest, NameThatNobodyServesIsAnErrorAtOnce) {
-    Endpoint const sender = MustOpen("Sender");
-    EXPECT_EQ(sender.Send("Nobody", 1, {}, 0, 2000), ENOENT);
+    Endpoint const sender = Endpoint::Open("Sender");
+    EXPECT_EQ(SendError(sender, "Nobody", "", 2000), ENOENT);
     { RawSocket const gone(root_.Ipc() / "Gone"); }
-    EXPECT_EQ(sender.Send("Gone", 1, {}, 0, 2000), ECONNREFUSED);
+    EXPECT_EQ(SendError(sender, "Gone", "", 2000), ECONNREFUSED);
 }
 
 TEST_F(EndpointTest, NameThatIsNoneIsRefused) {
-    Endpoint const sender = MustOpen("Sender");
+    Endpoint const sender = Endpoint::Open("Sender");
     for (char const* const name : {"", ".", "..", "../ipc/Sender", "a/b"}) {
-        EXPECT_EQ(sender.Send(name, 1, {}, 0, 0), EINVAL) << name;
+        EXPECT_EQ(SendError(sender, name), EINVAL) << name;
         EXPECT_EQ(WhyNot(name), "'" + std::string(name) + "' cannot be the name of an endpoint");
     }
 }
 
 TEST_F(EndpointTest, FullQueueIsNotWaitedForWithoutTime) {
-    Endpoint receiver = MustOpen("Receiver");
-    Endpoint const sender = MustOpen("Sender");
+    Endpoint receiver = Endpoint::Open("Receiver");
+    Endpoint const sender = Endpoint::Open("Sender");
     FillQueue(sender, "Receiver");
-    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 0), EAGAIN);
+    EXPECT_FALSE(sender.Send("Receiver", 1, {}, 0, 0));
     while (receiver.Receive()) {
     }
-    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 0), 0);
+    EXPECT_TRUE(sender.Send("Receiver", 1, {}, 0, 0));
 }
 
 // The kernel counts unread messages against the socket that they were sent from.
 TEST_F(EndpointTest, WhatManyLeaveUnreadDoesNotKeepAnotherFromItsMessages) {
-    Endpoint sender = MustOpen("Sender");
-    Endpoint reader = MustOpen("Reader");
+    Endpoint sender = Endpoint::Open("Sender");
+    Endpoint reader = Endpoint::Open("Reader");
     int const before = OpenDescriptors();
     std::vector<RawSocket> sleepers;
     for (int number = 1; number <= 60; ++number) {
         std::string const name = "Sleeper" + std::to_string(number);
         sleepers.emplace_back(root_.Ipc() / name);
         FillQueue(sender, name);
-        ASSERT_EQ(sender.Send("Reader", 7, {}, 0, 0), 0) << name;
+        ASSERT_TRUE(sender.Send("Reader", 7, {}, 0, 0)) << name;
         auto const letter = reader.Receive();
         ASSERT_TRUE(letter);
         EXPECT_EQ(letter->sender, "Sender");
@@ -275,59 +300,79 @@ TEST_F(EndpointTest, WhatManyLeaveUnreadDoesNotKeepAnotherFromItsMessages) {
     EXPECT_LE(OpenDescriptors(), before + 60 + 1);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root_.Ipc()), {}), 60 + 2);
 
-    // Nothing that was sent is lost, and answers still come to the one name.
+    // No sent message is lost, and answers still arrive at the one name.
     for (RawSocket const& sleeper : sleepers) {
         EXPECT_EQ(sleeper.Receive(), Datagram(1, 0, ""));
     }
-    ASSERT_EQ(reader.Send("Sender", 8, {}, 0, 0), 0);
+    ASSERT_TRUE(reader.Send("Sender", 8, {}, 0, 0));
     EXPECT_TRUE(sender.Receive());
+}
+
+TEST_F(EndpointTest, DescriptorsAreClosedInOtherPrograms) {
+    auto const before = Descriptors();
+    Endpoint const sender = Endpoint::Open("Sender");
+    std::vector<RawSocket> sleepers; // enough to fill a send buffer
+    for (int number = 1; number <= 60; ++number) {
+        std::string const name = "Sleeper" + std::to_string(number);
+        sleepers.emplace_back(root_.Ipc() / name);
+        FillQueue(sender, name);
+    }
+    sleepers.clear();
+    int opened = 0;
+    for (int const descriptor : Descriptors()) {
+        if (!before.contains(descriptor)) {
+            EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC) << descriptor;
+            ++opened;
+        }
+    }
+    EXPECT_EQ(opened, 3) << "the directory, the socket, and the socket that sends";
 }
 
 TEST_F(EndpointTest, WhatAKilledProcessLeftDoesNotKeepItsSuccessorFromSending) {
     std::filesystem::create_directories(root_.Ipc() / ".Sender");
     { RawSocket const left(root_.Ipc() / ".Sender" / "Sender"); }
-    Endpoint const sender = MustOpen("Sender");
+    Endpoint const sender = Endpoint::Open("Sender");
     std::vector<RawSocket> sleepers;
     for (int number = 1; number <= 60; ++number) {
         std::string const name = "Sleeper" + std::to_string(number);
         sleepers.emplace_back(root_.Ipc() / name);
-        ASSERT_EQ(sender.Send(name, 1, {}, 0, 0), 0) << name;
+        ASSERT_TRUE(sender.Send(name, 1, {}, 0, 0)) << name;
         FillQueue(sender, name);
     }
     EXPECT_FALSE(std::filesystem::exists(root_.Ipc() / ".Sender"));
 }
 
 TEST_F(EndpointTest, FullQueueIsWaitedForInBoundedTime) {
-    Endpoint const receiver = MustOpen("Receiver");
-    Endpoint const sender = MustOpen("Sender");
+    Endpoint const receiver = Endpoint::Open("Receiver");
+    Endpoint const sender = Endpoint::Open("Sender");
     FillQueue(sender, "Receiver");
     Stopwatch const stopwatch;
-    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 200), EAGAIN);
+    EXPECT_FALSE(sender.Send("Receiver", 1, {}, 0, 200));
     EXPECT_GE(stopwatch.ElapsedMs(), 190);
     EXPECT_LT(stopwatch.ElapsedMs(), 10000);
 }
 
 TEST_F(EndpointTest, RoomThatComesInTimeIsUsed) {
-    Endpoint const sender = MustOpen("Sender");
+    Endpoint const sender = Endpoint::Open("Sender");
     Event opened;
     Event full;
     ChildProcess reader([&] {
-        Endpoint receiver = MustOpen("Receiver");
+        Endpoint receiver = Endpoint::Open("Receiver");
         opened.Signal();
         return full.Wait() && receiver.Receive() ? (pause(), 0) : 1;
     });
     ASSERT_TRUE(opened.Wait());
     FillQueue(sender, "Receiver");
     full.Signal();
-    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, patienceMs), 0);
+    EXPECT_TRUE(sender.Send("Receiver", 1, {}, 0, patienceMs));
 }
 
 TEST_F(EndpointTest, ReceiverThatDiesWithAFullQueueEndsTheWait) {
-    Endpoint const sender = MustOpen("Sender");
+    Endpoint const sender = Endpoint::Open("Sender");
     Event opened;
     Event full;
     ChildProcess reader([&] {
-        Endpoint const receiver = MustOpen("Receiver");
+        Endpoint const receiver = Endpoint::Open("Receiver");
         opened.Signal();
         full.Wait();
         return raise(SIGKILL);
@@ -335,10 +380,10 @@ TEST_F(EndpointTest, ReceiverThatDiesWithAFullQueueEndsTheWait) {
     ASSERT_TRUE(opened.Wait());
     FillQueue(sender, "Receiver");
     full.Signal();
-    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, patienceMs), ECONNREFUSED);
+    EXPECT_EQ(SendError(sender, "Receiver", "", patienceMs), ECONNREFUSED);
 }
 
-// Interrupts whatever blocks, every few milliseconds.
+// Interrupts blocking calls every 3 ms.
 class Interruptions {
 public:
     Interruptions() {
@@ -361,8 +406,8 @@ private:
 };
 
 TEST_F(EndpointTest, SignalsNeitherShortenNorProlongAWait) {
-    Endpoint const receiver = MustOpen("Receiver");
-    Endpoint const sender = MustOpen("Sender");
+    Endpoint const receiver = Endpoint::Open("Receiver");
+    Endpoint const sender = Endpoint::Open("Sender");
     Interruptions const interruptions;
     Stopwatch const waiting;
     EXPECT_FALSE(receiver.Wait(150));
@@ -370,15 +415,15 @@ TEST_F(EndpointTest, SignalsNeitherShortenNorProlongAWait) {
     EXPECT_LT(waiting.ElapsedMs(), 10000);
     FillQueue(sender, "Receiver");
     Stopwatch const sending;
-    EXPECT_EQ(sender.Send("Receiver", 1, {}, 0, 150), EAGAIN);
+    EXPECT_FALSE(sender.Send("Receiver", 1, {}, 0, 150));
     EXPECT_GE(sending.ElapsedMs(), 140);
     EXPECT_LT(sending.ElapsedMs(), 10000);
 }
 
 TEST_F(EndpointTest, NameIsServedOnce) {
-    auto first = std::make_unique<Endpoint>(MustOpen("StreamMgr"));
+    auto first = std::make_unique<Endpoint>(Endpoint::Open("StreamMgr"));
     EXPECT_EQ(WhyNot("StreamMgr"), "cannot take the name StreamMgr: Address already in use");
-    EXPECT_EQ(first->Send("StreamMgr", 1, {}, 0, 0), 0) << "the first one lost its name";
+    EXPECT_TRUE(first->Send("StreamMgr", 1, {}, 0, 0)) << "the first one lost its name";
     first.reset();
     EXPECT_EQ(WhyNot("StreamMgr"), "opened");
 }
@@ -403,6 +448,7 @@ TEST_F(EndpointTest, LockThatStaysHeldIsAnErrorInBoundedTime) {
     ASSERT_EQ(flock(other.Get(), LOCK_EX), 0);
     Stopwatch const stopwatch;
     EXPECT_EQ(WhyNot("StreamMgr"), "the IPC directory stays locked by another process");
+    EXPECT_GE(stopwatch.ElapsedMs(), 1900);
     EXPECT_LT(stopwatch.ElapsedMs(), 10000);
     EXPECT_TRUE(std::filesystem::exists(root_.Ipc() / "StreamMgr")) << "removed without the lock";
 }
@@ -411,7 +457,7 @@ TEST_F(EndpointTest, EndpointsBeyondTheLimitOfAProcessAreRefused) {
     std::vector<Endpoint> endpoints;
     std::string error;
     for (;;) {
-        auto endpoint = Endpoint::Open("E" + std::to_string(endpoints.size()), error);
+        auto endpoint = TryOpen("E" + std::to_string(endpoints.size()), error);
         if (!endpoint) {
             break;
         }
@@ -426,7 +472,7 @@ TEST_F(EndpointTest, EndpointsBeyondTheLimitOfAProcessAreRefused) {
 TEST_F(EndpointTest, SocketOfAKilledProcessBlocksNobody) {
     Event opened;
     ChildProcess child([&] {
-        Endpoint const endpoint = MustOpen("StreamMgr");
+        Endpoint const endpoint = Endpoint::Open("StreamMgr");
         opened.Signal();
         pause();
         return 0;
@@ -435,14 +481,14 @@ TEST_F(EndpointTest, SocketOfAKilledProcessBlocksNobody) {
     EXPECT_EQ(WhyNot("StreamMgr"), "cannot take the name StreamMgr: Address already in use");
     child.Kill();
     ASSERT_TRUE(std::filesystem::exists(root_.Ipc() / "StreamMgr"));
-    Endpoint endpoint = MustOpen("StreamMgr");
-    EXPECT_EQ(endpoint.Send("StreamMgr", 1, {}, 0, 0), 0);
+    Endpoint endpoint = Endpoint::Open("StreamMgr");
+    EXPECT_TRUE(endpoint.Send("StreamMgr", 1, {}, 0, 0));
     auto const letter = endpoint.Receive();
     ASSERT_TRUE(letter);
     EXPECT_EQ(letter->sender, "StreamMgr");
 }
 
-// A point that several processes leave together, closer to each other than a pipe could wake them.
+// A barrier that several processes leave together, closer in time than a pipe could wake them.
 class StartingLine {
 public:
     explicit StartingLine(int starters)
@@ -464,12 +510,12 @@ private:
     std::atomic<int>* missing_;
 };
 
-// Several starters find the same stale socket at once: one gets the name, and keeps it.
+// Several processes find the same stale socket at the same time: one takes the name, and keeps it.
 TEST_F(EndpointTest, OfManyStartersOneGetsTheName) {
     enum Outcome { refused, hasTheName, hasLostTheName };
     constexpr int rounds = 60;
     constexpr int starters = 4;
-    MustOpen("Other"); // makes the directory
+    Endpoint::Open("Other"); // makes the directory
     for (int round = 0; round < rounds; ++round) {
         { RawSocket const gone(root_.Ipc() / "StreamMgr"); }
         StartingLine const line(starters);
@@ -481,14 +527,14 @@ TEST_F(EndpointTest, OfManyStartersOneGetsTheName) {
             children.push_back(std::make_unique<ChildProcess>([&] {
                 line.Leave();
                 std::string error;
-                auto endpoint = Endpoint::Open("StreamMgr", error);
+                auto endpoint = TryOpen("StreamMgr", error);
                 tried.Signal();
                 end.Wait(); // all have tried
                 if (!endpoint) {
                     return refused;
                 }
                 bool const reached =
-                    endpoint->Send("StreamMgr", 1, {}, 0, 0) == 0 && endpoint->Receive();
+                    endpoint->Send("StreamMgr", 1, {}, 0, 0) && endpoint->Receive();
                 return reached ? hasTheName : hasLostTheName;
             }));
         }
@@ -511,7 +557,7 @@ TEST_F(EndpointTest, OfManyStartersOneGetsTheName) {
 
 TEST_F(EndpointTest, DestructionRemovesTheSocket) {
     {
-        Endpoint const endpoint = MustOpen("Brief");
+        Endpoint const endpoint = Endpoint::Open("Brief");
         EXPECT_TRUE(std::filesystem::exists(root_.Ipc() / "Brief"));
     }
     EXPECT_FALSE(std::filesystem::exists(root_.Ipc() / "Brief"));
@@ -519,7 +565,7 @@ TEST_F(EndpointTest, DestructionRemovesTheSocket) {
 
 TEST_F(EndpointTest, ExitRemovesTheSocket) {
     ChildProcess child([&] {
-        Endpoint const endpoint = MustOpen("Exiting");
+        Endpoint const endpoint = Endpoint::Open("Exiting");
         std::exit(std::filesystem::exists(root_.Ipc() / "Exiting") ? 7 : 1);
         return 0;
     });
@@ -529,7 +575,7 @@ TEST_F(EndpointTest, ExitRemovesTheSocket) {
 
 TEST_F(EndpointTest, ExitInASignalHandlerRemovesTheSocket) {
     ChildProcess child([&] {
-        Endpoint const endpoint = MustOpen("Interrupted");
+        Endpoint const endpoint = Endpoint::Open("Interrupted");
         std::signal(SIGINT, [](int) { std::exit(-1); });
         raise(SIGINT);
         return 0;
@@ -539,7 +585,7 @@ TEST_F(EndpointTest, ExitInASignalHandlerRemovesTheSocket) {
 }
 
 TEST_F(EndpointTest, ForkedChildLeavesTheSocketToItsParent) {
-    auto endpoint = std::make_unique<Endpoint>(MustOpen("Parent"));
+    auto endpoint = std::make_unique<Endpoint>(Endpoint::Open("Parent"));
     ChildProcess exiting([] {
         std::exit(0);
         return 1;
@@ -550,7 +596,7 @@ TEST_F(EndpointTest, ForkedChildLeavesTheSocketToItsParent) {
         return 0;
     });
     EXPECT_EQ(destroying.Wait(), 0);
-    EXPECT_EQ(endpoint->Send("Parent", 1, {}, 0, 0), 0);
+    EXPECT_TRUE(endpoint->Send("Parent", 1, {}, 0, 0));
 }
 
 TEST(EndpointPathTest, LengthOfTheRootsPathDoesNotCount) {
@@ -559,12 +605,12 @@ TEST(EndpointPathTest, LengthOfTheRootsPathDoesNotCount) {
     std::filesystem::create_directories(deep);
     setenv("STREAMMGR_ROOT", deep.c_str(), 1);
     std::string const longestName(maxEndpointNameLength, 'n');
-    Endpoint receiver = MustOpen(longestName);
-    Endpoint const sender = MustOpen("Sender");
-    ASSERT_EQ(sender.Send(longestName, 1, {}, 0, 0), 0);
+    Endpoint receiver = Endpoint::Open(longestName);
+    Endpoint const sender = Endpoint::Open("Sender");
+    ASSERT_TRUE(sender.Send(longestName, 1, {}, 0, 0));
     auto const letter = receiver.Receive();
     ASSERT_TRUE(letter);
     EXPECT_EQ(letter->sender, "Sender");
-    EXPECT_EQ(sender.Send("Sender", 1, {}, 0, 0), 0);
+    EXPECT_TRUE(sender.Send("Sender", 1, {}, 0, 0));
     EXPECT_TRUE(std::filesystem::exists(deep / "ipc" / longestName));
 }

@@ -1,4 +1,4 @@
-// A datagram socket that sends whatever a test wants.
+// A datagram socket that sends any bytes.
 #pragma once
 
 #include <sys/socket.h>
@@ -14,7 +14,7 @@
 
 class RawSocket {
 public:
-    // Bound to `path`; to nothing when it is empty.
+    // Bound to `path`; not bound when it is empty.
     explicit RawSocket(std::filesystem::path const& path)
         : descriptor_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
         if (!path.empty()) {
@@ -34,7 +34,7 @@ public:
                       sizeof address) == static_cast<ssize_t>(bytes.size());
     }
 
-    // The next datagram that has come.
+    // The next datagram that has arrived; empty when there is none.
     std::string Receive() const {
         std::string bytes(70000, '\0');
         ssize_t const size = recv(descriptor_.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);

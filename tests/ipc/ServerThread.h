@@ -1,8 +1,10 @@
-// A service that answers as a test scripts it.
+// A service that runs the script of a test.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <exception>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -10,30 +12,21 @@
 #include "ipc/Endpoint.h"
 #include "support/ChildProcess.h"
 
-// Serves a name from construction to destruction; `script` then has the endpoint to itself, in a
-// thread of its own, and is joined at the end.
+// Serves a name from construction to destruction. Only `script` uses the endpoint, in a thread that
+// is joined at the end.
 class ServerThread {
 public:
     using Script = std::function<void(workstation::ipc::Endpoint&)>;
 
     ServerThread(std::string const& name, Script script)
-        : endpoint_(MustOpen(name))
-        , thread_([this, script = std::move(script)] { script(endpoint_); }) {}
+        : endpoint_(workstation::ipc::Endpoint::Open(name))
+        , thread_([this, script = std::move(script)] { Run(script); }) {}
     ~ServerThread() { thread_.join(); }
 
     ServerThread(ServerThread const&) = delete;
     ServerThread& operator=(ServerThread const&) = delete;
 
-    static workstation::ipc::Endpoint MustOpen(std::string const& name) {
-        std::string error;
-        auto endpoint = workstation::ipc::Endpoint::Open(name, error);
-        if (!endpoint) {
-            throw std::runtime_error(error);
-        }
-        return std::move(*endpoint);
-    }
-
-    // The next message, waited for. An empty one when none comes.
+    // Waits for the next message. An empty one when none arrives.
     static workstation::ipc::Letter Next(workstation::ipc::Endpoint& endpoint) {
         while (endpoint.Wait(patienceMs)) {
             if (auto letter = endpoint.Receive()) {
@@ -44,6 +37,14 @@ public:
     }
 
 private:
+    void Run(Script const& script) {
+        try {
+            script(endpoint_);
+        } catch (std::exception const& exception) {
+            ADD_FAILURE() << exception.what();
+        }
+    }
+
     workstation::ipc::Endpoint endpoint_;
     std::thread thread_;
 };

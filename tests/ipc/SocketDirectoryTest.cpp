@@ -6,6 +6,7 @@
 
 #include <fstream>
 
+#include "Failure.h"
 #include "ipc/RawSocket.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryRoot.h"
@@ -15,9 +16,14 @@ using namespace workstation::ipc;
 
 namespace {
 
-// A socket file whose process is gone.
-void LeaveStaleSocket(std::filesystem::path const& path) {
-    RawSocket const gone(path);
+// Why the directory cannot be opened.
+std::string WhyNot() {
+    try {
+        SocketDirectory::Open();
+        return "opened";
+    } catch (Failure const& failure) {
+        return failure.what();
+    }
 }
 
 } // namespace
@@ -40,8 +46,7 @@ TEST(EndpointNameTest, NamesThatLeaveTheDirectoryOrAreTooLongAreNot) {
 
 TEST(SocketDirectoryTest, OnlyTheLastComponentIsMade) {
     TemporaryRoot const root;
-    std::string error;
-    ASSERT_TRUE(SocketDirectory::Open(error)) << error;
+    SocketDirectory::Open();
     struct stat status {};
     ASSERT_EQ(stat(root.Ipc().c_str(), &status), 0);
     EXPECT_TRUE(S_ISDIR(status.st_mode));
@@ -51,100 +56,61 @@ TEST(SocketDirectoryTest, OnlyTheLastComponentIsMade) {
 TEST(SocketDirectoryTest, MissingRootIsAnError) {
     TemporaryRoot const root;
     std::filesystem::remove(root.Path());
-    std::string error;
-    EXPECT_FALSE(SocketDirectory::Open(error));
-    EXPECT_EQ(error, "cannot make " + root.Ipc().string() + ": No such file or directory");
+    EXPECT_EQ(WhyNot(), "cannot make " + root.Ipc().string() + ": No such file or directory");
 }
 
 TEST(SocketDirectoryTest, FileInPlaceOfTheDirectoryIsAnError) {
     TemporaryRoot const root;
     std::ofstream(root.Ipc()) << "in the way";
-    std::string error;
-    EXPECT_FALSE(SocketDirectory::Open(error));
-    EXPECT_EQ(error, "cannot open " + root.Ipc().string() + ": Not a directory");
+    EXPECT_EQ(WhyNot(), "cannot open " + root.Ipc().string() + ": Not a directory");
 }
 
 TEST(SocketDirectoryTest, LiveSocketHasAnIdentityOfItsOwn) {
     TemporaryRoot const root;
-    std::string error;
-    auto const directory = SocketDirectory::Open(error);
-    ASSERT_TRUE(directory);
+    SocketDirectory const directory = SocketDirectory::Open();
     RawSocket const first(root.Ipc() / "First");
     RawSocket const second(root.Ipc() / "Second");
-    EXPECT_TRUE(directory->Served("First"));
-    EXPECT_EQ(directory->Served("First"), directory->Served("First"));
-    EXPECT_NE(directory->Served("First"), directory->Served("Second"));
+    EXPECT_TRUE(directory.Served("First"));
+    EXPECT_EQ(directory.Served("First"), directory.Served("First"));
+    EXPECT_NE(directory.Served("First"), directory.Served("Second"));
 }
 
 TEST(SocketDirectoryTest, WhatIsNoLiveSocketIsNotServed) {
     TemporaryRoot const root;
-    std::string error;
-    auto const directory = SocketDirectory::Open(error);
-    ASSERT_TRUE(directory);
-    LeaveStaleSocket(root.Ipc() / "Stale");
+    SocketDirectory const directory = SocketDirectory::Open();
+    { RawSocket const ended(root.Ipc() / "Stale"); }
     RawSocket const live(root.Path() / "Live");
     std::filesystem::create_symlink("../Live", root.Ipc() / "Link");
     std::ofstream(root.Ipc() / "File") << "no socket";
     for (char const* const name : {"Stale", "Link", "File", "Missing", "../Live", ""}) {
-        EXPECT_FALSE(directory->Served(name)) << name;
+        EXPECT_FALSE(directory.Served(name)) << name;
     }
-}
-
-TEST(SocketDirectoryTest, OnlyStaleSocketsAreRemoved) {
-    TemporaryRoot const root;
-    std::string error;
-    ASSERT_TRUE(SocketDirectory::Open(error));
-    LeaveStaleSocket(root.Ipc() / "Stale");
-    LeaveStaleSocket(root.Ipc() / "StaleToo");
-    RawSocket const live(root.Ipc() / "Live");
-    std::ofstream(root.Ipc() / "File") << "no socket";
-    std::filesystem::create_directory(root.Ipc() / "Directory");
-
-    RemoveStaleSockets();
-
-    EXPECT_FALSE(std::filesystem::exists(root.Ipc() / "Stale"));
-    EXPECT_FALSE(std::filesystem::exists(root.Ipc() / "StaleToo"));
-    EXPECT_TRUE(std::filesystem::exists(root.Ipc() / "Live"));
-    EXPECT_TRUE(std::filesystem::exists(root.Ipc() / "File"));
-    EXPECT_TRUE(std::filesystem::exists(root.Ipc() / "Directory"));
-}
-
-TEST(SocketDirectoryTest, WithoutADirectoryNoStaleSocketIsSought) {
-    TemporaryRoot const root;
-    std::filesystem::remove(root.Path());
-    RemoveStaleSockets();
-    EXPECT_FALSE(std::filesystem::exists(root.Path()));
 }
 
 TEST(SocketDirectoryTest, LockIsHeldByOneAtATime) {
     TemporaryRoot const root;
-    std::string error;
-    auto const first = SocketDirectory::Open(error);
-    auto const second = SocketDirectory::Open(error);
-    ASSERT_TRUE(first && second);
+    SocketDirectory const first = SocketDirectory::Open();
+    SocketDirectory const second = SocketDirectory::Open();
     {
-        DirectoryLock const lock(*first);
+        DirectoryLock const lock(first);
         EXPECT_TRUE(lock);
-        EXPECT_FALSE(DirectoryLock(*second));
+        EXPECT_FALSE(DirectoryLock(second));
     }
-    EXPECT_TRUE(DirectoryLock(*second));
+    EXPECT_TRUE(DirectoryLock(second));
 }
 
 TEST(SocketDirectoryTest, LockOfAKilledProcessIsFree) {
     TemporaryRoot const root;
     Event locked;
     ChildProcess child([&] {
-        std::string childError;
-        auto const own = SocketDirectory::Open(childError);
-        DirectoryLock const lock(*own);
+        SocketDirectory const own = SocketDirectory::Open();
+        DirectoryLock const lock(own);
         locked.Signal();
         pause();
         return 0;
     });
     ASSERT_TRUE(locked.Wait());
     child.Kill();
-    std::string error;
-    auto const directory = SocketDirectory::Open(error);
-    ASSERT_TRUE(directory);
-    EXPECT_TRUE(DirectoryLock(*directory));
+    SocketDirectory const directory = SocketDirectory::Open();
+    EXPECT_TRUE(DirectoryLock(directory));
 }

@@ -43,7 +43,7 @@ TEST(LogClientTest, TextThatIsNoLevelCountsAsNone) {
     }
 }
 
-// In a process of its own as well: the client must not exist here before the cases above.
+// In a process of its own too: in this one the client must not exist before the cases above.
 TEST(LogClientTest, LevelCanBeChanged) {
     ChildProcess process([] {
         LogClient::Instance()->Level(2);

@@ -7,8 +7,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
@@ -17,6 +15,7 @@
 #include <vector>
 
 #include "log/LogEntry.h"
+#include "log/SystemLog.h"
 #include "support/TemporaryRoot.h"
 
 using testing::ElementsAre;
@@ -25,43 +24,12 @@ using workstation::log::FormatLogLine;
 
 namespace {
 
-// What reaches the system log, one text each: "ident|facility|priority|text".
-std::vector<std::string> systemLog;
-std::string ident;
-
-} // namespace
-
-// These take the place of the C library's.
-extern "C" {
-
-void openlog(char const* name, int options, int facility) {
-    ident = name;
-    ident += '|' + std::to_string(facility | options);
-}
-
-void syslog(int priority, char const* format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    char text[256];
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    systemLog.push_back(ident + '|' + std::to_string(priority) + '|' + text);
-}
-
-void closelog() {
-    ident.clear();
-}
-
-} // extern "C"
-
-namespace {
-
 std::string Contents(std::filesystem::path const& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// What follows the time and a blank; the whole line when it does not begin with a time.
+// The text after the time and a blank; the whole line when it does not begin with a time.
 std::string AfterTime(std::string const& line) {
     std::string const form = "dddd-dd-ddTdd:dd:dd.ddd ";
     bool const fits = std::ranges::equal(
@@ -90,7 +58,7 @@ void Log(int level, std::string const& text) {
 class SysLogMsgTest : public testing::Test {
 protected:
     SysLogMsgTest() {
-        systemLog.clear();
+        SystemLog::entries.clear();
         setenv("STREAMMGR_LOG", file_.c_str(), 1);
     }
     ~SysLogMsgTest() override { unsetenv("STREAMMGR_LOG"); }
@@ -108,7 +76,7 @@ TEST_F(SysLogMsgTest, EntryIsWrittenWhenTheMessageIsDestroyed) {
         EXPECT_FALSE(std::filesystem::exists(file_));
     }
     EXPECT_THAT(Entries(file_), ElementsAre("StreamMgrCli_1234: StreamMgrCli:42 said"));
-    EXPECT_THAT(systemLog, IsEmpty());
+    EXPECT_THAT(SystemLog::entries, IsEmpty());
 }
 
 TEST_F(SysLogMsgTest, EntriesAreAppended) {
@@ -131,7 +99,7 @@ TEST_F(SysLogMsgTest, LogFileIsForTheOwnerOnly) {
 TEST_F(SysLogMsgTest, MessageThatWasNeverLoggedWritesNothing) {
     { SysLogMsg const message; }
     EXPECT_FALSE(std::filesystem::exists(file_));
-    EXPECT_THAT(systemLog, IsEmpty());
+    EXPECT_THAT(SystemLog::entries, IsEmpty());
 }
 
 TEST_F(SysLogMsgTest, EmptyEntryIsOneToo) {
@@ -146,7 +114,7 @@ TEST_F(SysLogMsgTest, EntryThatCannotBeWrittenIsLost) {
     Log(1, "lost");
     setenv("STREAMMGR_LOG", "/dev/full", 1);
     Log(1, "lost");
-    EXPECT_THAT(systemLog, IsEmpty());
+    EXPECT_THAT(SystemLog::entries, IsEmpty());
     EXPECT_TRUE(std::filesystem::is_empty(root_.Path()));
 }
 
@@ -183,10 +151,12 @@ TEST_F(SysLogMsgTest, WithoutAFileTheSystemLogTakesTheEntry) {
     Log(2, "note\nof %s lines");
     Log(4, "else");
     std::string const prefix = "StreamMgrCli_1234|" + std::to_string(LOG_USER) + '|';
-    EXPECT_THAT(systemLog, ElementsAre(prefix + std::to_string(LOG_ERR) + "|error",
-                                       prefix + std::to_string(LOG_NOTICE) + "|note of %s lines",
-                                       prefix + std::to_string(LOG_INFO) + "|else"));
-    EXPECT_THAT(ident, IsEmpty()) << "the system log keeps a pointer to a name that is gone";
+    EXPECT_THAT(SystemLog::entries,
+                ElementsAre(prefix + std::to_string(LOG_ERR) + "|error",
+                            prefix + std::to_string(LOG_NOTICE) + "|note of %s lines",
+                            prefix + std::to_string(LOG_INFO) + "|else"));
+    EXPECT_THAT(SystemLog::ident, IsEmpty())
+        << "the system log keeps a pointer to a name that is gone";
 }
 
 TEST(LogEntryTest, LineHasThisForm) {

@@ -40,7 +40,7 @@ protected:
     }
 
     void Send(std::uint32_t id, std::vector<char> const& payload = {}) {
-        EXPECT_EQ(client_.Send("StreamMgr", id, payload, 9, patienceMs), 0);
+        EXPECT_TRUE(client_.Send("StreamMgr", id, payload, 9, patienceMs));
     }
 
     // The id of the next message, waited for.
@@ -67,9 +67,8 @@ protected:
 
     SignalWatch signals_; // before any thread
     PoolAndStore parts_{2};
-    ipc::Endpoint client_ = ServerThread::MustOpen("Client");
-    Service service_{signals_, ServerThread::MustOpen("StreamMgr"), parts_.Session(),
-                     parts_.Store()};
+    ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
+    Service service_{signals_, ipc::Endpoint::Open("StreamMgr"), parts_.Session(), parts_.Store()};
     std::thread thread_;
 };
 

@@ -13,9 +13,9 @@
 #include "Failure.h"
 #include "StoreInvariants.h"
 #include "StoreTest.h"
-#include "ipc/Stopwatch.h"
 #include "support/ChildProcess.h"
 #include "support/FailureOf.h"
+#include "support/Stopwatch.h"
 
 namespace workstation::store {
 namespace {

@@ -10,11 +10,11 @@
 
 #include "support/Event.h"
 
-// A forked process that runs a function and ends with its result. Killed at the latest when the
-// object goes.
+// A forked process that runs a function and exits with its result. Killed when the object is
+// destroyed, if it has not ended.
 class ChildProcess {
 public:
-    // What the child has of its parent.
+    // The parent, as the child sees it.
     class Parent {
     public:
         explicit Parent(ChildProcess const& process)
@@ -40,7 +40,7 @@ public:
             alarm(2 * patienceMs / 1000); // never outlives a test that died
             toChild_.OnlyWait();
             fromChild_.OnlySignal();
-            _exit(body(Parent(*this)));
+            _exit(Run(body));
         }
         toChild_.OnlySignal();
         fromChild_.OnlyWait();
@@ -60,7 +60,7 @@ public:
     void Signal(int number) const { kill(pid_, number); }
 
     void Tell() const { toChild_.Signal(); }
-    // False when the child ends, or stays, without a word.
+    // False when the child ends, or waits too long, without a signal.
     bool Await() const { return fromChild_.Wait(); }
 
     // Waits for the process to end by itself. Its exit status; -1 when a signal ended it.
@@ -84,12 +84,17 @@ public:
     }
 
 private:
+    // An exception ends the child, so that it never runs the rest of its parent's tests.
+    int Run(std::function<int(Parent const&)> const& body) const noexcept {
+        return body(Parent(*this));
+    }
+
     Event toChild_;
     Event fromChild_;
     pid_t pid_;
 };
 
-// The id of a process that is no more.
+// The id of a process that has ended.
 inline pid_t IdOfDeadProcess() {
     ChildProcess child([] { return 0; });
     pid_t const pid = child.Pid();

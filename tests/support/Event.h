@@ -1,4 +1,4 @@
-// What one process or thread waits for and another one makes happen.
+// An event that one process or thread waits for and another one signals.
 #pragma once
 
 #include <fcntl.h>
@@ -30,14 +30,14 @@ public:
         }
     }
 
-    // False when it does not happen, and at once when nobody is left to make it happen.
+    // False when it does not happen in time, and at once when no process is left that could signal.
     bool Wait() const {
         pollfd readable{out_.Get(), POLLIN, 0};
         char byte = 0;
         return poll(&readable, 1, patienceMs) == 1 && read(out_.Get(), &byte, 1) == 1;
     }
 
-    // A process that only waits, or only signals, gives up its other end.
+    // Closes the other end, in a process that only waits or only signals.
     void OnlyWait() { in_.Reset(); }
     void OnlySignal() { out_.Reset(); }
 

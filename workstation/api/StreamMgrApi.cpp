@@ -7,6 +7,7 @@
 #include "LinxIpc.h"
 #include "LinxServerNameList.h"
 #include "api/ServiceMessages.h"
+#include "api/ServiceRequest.h"
 #include "ipc/Payload.h"
 
 using namespace workstation;
@@ -14,34 +15,26 @@ using namespace workstation::api;
 
 namespace {
 
-// Longest wait of the calls that are not given one.
+// Longest wait of the calls without a time-out parameter.
 constexpr int confirmationTimeoutMs = 5000;
 constexpr int splitTimeoutMs = 60000;
 
-std::string const& ServiceName() {
-    return LinxServerNameList::Instance()->Name(e_StreamMgr);
+RemoteService StreamMgr(LinxIpc& ipc, int timeoutMs) {
+    return {ipc, LinxServerNameList::Instance()->Name(e_StreamMgr), timeoutMs};
 }
 
-bool Tell(LinxIpc& ipc, unsigned int id, std::initializer_list<Item*> items) {
+// A request that is not answered. True when it was sent.
+bool Send(LinxIpc& ipc, unsigned int id, std::initializer_list<Item*> request) {
     IpcMessage message;
-    return ipc::PackMessage(message, id, items) &&
-           ipc.Request(ServiceName(), message, 0, -1, nullptr) == 0;
+    return ipc::PackMessage(message, id, request) &&
+           ipc.Request(LinxServerNameList::Instance()->Name(e_StreamMgr), message, 0, -1,
+                       nullptr) == 0;
 }
 
-// True when an answer came in time and consists of these items.
-bool Ask(LinxIpc& ipc, unsigned int id, std::initializer_list<Item*> question, int timeoutMs,
-         unsigned int replyId, std::initializer_list<Item*> answer) {
-    IpcMessage request;
-    IpcMessage reply;
-    return ipc::PackMessage(request, id, question) &&
-           ipc.Request(ServiceName(), request, replyId, timeoutMs, &reply) == 0 &&
-           ipc::UnpackMessage(reply, answer);
-}
-
-// Asks what is answered with yes or no only.
-bool Confirm(LinxIpc& ipc, unsigned int id, std::initializer_list<Item*> question, int timeoutMs) {
+// A request that is answered with whether it was done.
+bool Confirm(RemoteService const& service, unsigned int id, std::initializer_list<Item*> request) {
     BoolItem done;
-    return Ask(ipc, id, question, timeoutMs, doneReply, {&done}) && done.Value();
+    return Ask(service, id, request, doneReply, {&done}) == Answer::received && done.Value();
 }
 
 } // namespace
@@ -50,13 +43,13 @@ namespace StreamMgrApi {
 
 bool DeleteEvent(std::string reid, LinxIpc& ipc) {
     StringItem event(std::move(reid));
-    return Tell(ipc, deleteEventRequest, {&event});
+    return Send(ipc, deleteEventRequest, {&event});
 }
 
 bool LogFileChain(unsigned int stream, LinxIpc& ipc, bool withWiped) {
     UIntItem streamNumber(stream);
     BoolItem wiped(withWiped);
-    return Tell(ipc, logFileChainRequest, {&streamNumber, &wiped});
+    return Send(ipc, logFileChainRequest, {&streamNumber, &wiped});
 }
 
 bool RecordAfterTheFact(LinxIpc& ipc, long start, long stop, std::string& reid, int timeoutMs,
@@ -66,9 +59,10 @@ bool RecordAfterTheFact(LinxIpc& ipc, long start, long stop, std::string& reid, 
     UIntItem keptStreams(static_cast<unsigned int>(state));
     BoolItem made;
     StringItem event;
-    if (!Ask(ipc, recordAfterTheFactRequest, {&startTime, &stopTime, &keptStreams}, timeoutMs,
-             recordAfterTheFactReply, {&made, &event}) ||
-        !made.Value()) {
+    Answer const answer =
+        Ask(StreamMgr(ipc, timeoutMs), recordAfterTheFactRequest,
+            {&startTime, &stopTime, &keptStreams}, recordAfterTheFactReply, {&made, &event});
+    if (answer != Answer::received || !made.Value()) {
         return false;
     }
     reid = event.Value();
@@ -77,17 +71,17 @@ bool RecordAfterTheFact(LinxIpc& ipc, long start, long stop, std::string& reid, 
 
 bool SetTagsComplete(std::string reid, LinxIpc& ipc, int timeoutMs) {
     StringItem event(std::move(reid));
-    return Confirm(ipc, setTagsCompleteRequest, {&event}, timeoutMs);
+    return Confirm(StreamMgr(ipc, timeoutMs), setTagsCompleteRequest, {&event});
 }
 
 bool SplitEvent(LinxIpc& ipc, std::string& reid, unsigned int& splitSize) {
     StringItem event(reid);
     UIntItem size(splitSize);
-    BoolItem taken;
+    BoolItem accepted;
     UIntItem usedSize;
-    if (!Ask(ipc, splitEventRequest, {&event, &size}, splitTimeoutMs, splitEventReply,
-             {&taken, &usedSize}) ||
-        !taken.Value()) {
+    Answer const answer = Ask(StreamMgr(ipc, splitTimeoutMs), splitEventRequest, {&event, &size},
+                              splitEventReply, {&accepted, &usedSize});
+    if (answer != Answer::received || !accepted.Value()) {
         return false;
     }
     splitSize = usedSize.Value();
@@ -96,12 +90,12 @@ bool SplitEvent(LinxIpc& ipc, std::string& reid, unsigned int& splitSize) {
 
 bool BackupDatabase(LinxIpc& ipc, std::string path, int timeoutMs) {
     StringItem file(std::move(path));
-    return Confirm(ipc, backupDatabaseRequest, {&file}, timeoutMs);
+    return Confirm(StreamMgr(ipc, timeoutMs), backupDatabaseRequest, {&file});
 }
 
 bool UpdateFileSize(LinxIpc& ipc, int fileNumber) {
     IntItem file(fileNumber);
-    return Confirm(ipc, updateFileSizeRequest, {&file}, confirmationTimeoutMs);
+    return Confirm(StreamMgr(ipc, confirmationTimeoutMs), updateFileSizeRequest, {&file});
 }
 
 } // namespace StreamMgrApi

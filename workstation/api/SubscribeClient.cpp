@@ -1,11 +1,10 @@
 // Subscriptions to the notifications of a service.
 #include "SubscribeClient.h"
 
-#include "IpcMessage.h"
 #include "Item.h"
 #include "LinxIpc.h"
 #include "api/ServiceMessages.h"
-#include "ipc/Payload.h"
+#include "api/ServiceRequest.h"
 
 using namespace workstation;
 using namespace workstation::api;
@@ -26,16 +25,12 @@ int SubscribeClient::Subscribe(unsigned int subscriptionId, unsigned int message
     UIntItem subscription(subscriptionId);
     UIntItem message(messageId);
     BoolItem accepted;
-    IpcMessage request;
-    IpcMessage reply;
-    bool const subscribed =
-        ipc::PackMessage(request, subscribeRequest, {&subscription, &message, &item}) &&
-        ipc_.Request(serverName_, request, subscribeReply, timeoutMs_, &reply) == 0 &&
-        ipc::UnpackMessage(reply, {&accepted}) && accepted.Value();
-    if (!subscribed) {
+    Answer const answer = Ask({ipc_, serverName_, timeoutMs_}, subscribeRequest,
+                              {&subscription, &message, &item}, subscribeReply, {&accepted});
+    if (answer != Answer::received || !accepted.Value()) {
         return -1;
     }
-    // Notifications that have come in the meantime wait in the endpoint for the next Receive.
+    // Notifications that arrived meanwhile are in the endpoint's queue until the next Receive.
     ipc_.SetHandler(messageId, handler, user);
     messageIds_.push_back(messageId);
     return 0;

@@ -5,13 +5,15 @@
 #include <functional>
 #include <iostream>
 
-#include "IpcMessage.h"
 #include "Item.h"
 #include "LinxIpc.h"
 #include "api/ServiceMessages.h"
-#include "frame/LogLevel.h"
+#include "api/ServiceRequest.h"
+#include "frame/LogLevelMenu.h"
 #include "frame/OptionReader.h"
-#include "ipc/Payload.h"
+
+using namespace workstation::api;
+using namespace workstation::frame;
 
 namespace {
 
@@ -19,7 +21,7 @@ enum Status : unsigned int { prepared = 1, failed = 2, carriedOut = 3 };
 
 constexpr int answerTimeoutMs = 5000;
 
-// Whether the step returns `expected`. What it throws is reported and is a failure.
+// Whether the step returns `expected`. An exception is reported and counts as a failure.
 bool Succeeds(unsigned int expected, std::function<unsigned int()> const& step) {
     try {
         return step() == expected;
@@ -31,14 +33,17 @@ bool Succeeds(unsigned int expected, std::function<unsigned int()> const& step) 
     return false;
 }
 
-// Sends `request` and decodes the answer. Null on success, else what went wrong.
-char const* Ask(LinxIpc& ipc, std::string const& server, IpcMessage& request, unsigned int replyId,
-                Item& answer) {
-    IpcMessage reply;
-    if (ipc.Request(server, request, replyId, answerTimeoutMs, &reply) != 0) {
+// Null when the answer was received, else the reason for people.
+char const* Problem(Answer answer) {
+    switch (answer) {
+    case Answer::received:
+        return nullptr;
+    case Answer::missing:
         return "no answer";
+    case Answer::malformed:
+        return "malformed answer";
     }
-    return workstation::ipc::UnpackMessage(reply, {&answer}) ? nullptr : "malformed answer";
+    return nullptr;
 }
 
 } // namespace
@@ -57,7 +62,7 @@ unsigned int CommonCli::PreInit() {
 unsigned int CommonCli::Go(char** argv, int argc, std::string const& shortOptions,
                            option const* longOptions) {
     bool good = Succeeds(prepared, [this] { return PreInit(); });
-    workstation::frame::OptionReader options(argv, argc, shortOptions, longOptions);
+    OptionReader options(argv, argc, shortOptions, longOptions);
     auto next = options.Next();
     if (!next) {
         good = false;
@@ -75,11 +80,10 @@ unsigned int CommonCli::Go(char** argv, int argc, std::string const& shortOption
 }
 
 unsigned int CommonCli::SetLogLevel(LinxIpc& ipc, std::string const& server, unsigned int level) {
-    IpcMessage request;
     UIntItem wanted(level);
     BoolItem accepted;
-    workstation::ipc::PackMessage(request, workstation::api::setLogLevelRequest, {&wanted});
-    char const* problem = Ask(ipc, server, request, workstation::api::setLogLevelReply, accepted);
+    char const* problem = Problem(Ask({ipc, server, answerTimeoutMs}, setLogLevelRequest, {&wanted},
+                                      setLogLevelReply, {&accepted}));
     if (problem == nullptr && !accepted.Value()) {
         problem = "refused";
     }
@@ -91,22 +95,21 @@ unsigned int CommonCli::SetLogLevel(LinxIpc& ipc, std::string const& server, uns
 }
 
 unsigned int CommonCli::HandleLogLevel(LinxIpc& ipc, std::string const& server) {
-    IpcMessage request;
     UIntItem present;
-    workstation::ipc::PackMessage(request, workstation::api::getLogLevelRequest, {});
-    if (char const* const problem =
-            Ask(ipc, server, request, workstation::api::getLogLevelReply, present)) {
+    char const* const problem = Problem(
+        Ask({ipc, server, answerTimeoutMs}, getLogLevelRequest, {}, getLogLevelReply, {&present}));
+    if (problem != nullptr) {
         std::cerr << "Could not get the log level of " << server << ": " << problem << std::endl;
         return failed;
     }
-    std::cout << workstation::frame::LogLevelMenu(server, present.Value()) << std::flush;
+    std::cout << LogLevelMenu(server, present.Value()) << std::flush;
     std::string line;
     if (!std::getline(std::cin, line)) {
-        std::cout << std::endl; // nobody has ended the line of the prompt
+        std::cout << std::endl; // ends the line of the prompt
         std::cerr << "No log level was chosen" << std::endl;
         return failed;
     }
-    auto const level = workstation::frame::ParseLogLevel(line);
+    auto const level = ParseLogLevel(line);
     if (!level) {
         std::cerr << "There is no log level '" << line << '\'' << std::endl;
         return failed;

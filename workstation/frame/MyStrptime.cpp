@@ -1,4 +1,4 @@
-// Time parsing.
+// Parses times.
 #include "MyStrptime.h"
 
 char const* MyStrptime::mystrptime(char const* text, char const* format, tm* out) {

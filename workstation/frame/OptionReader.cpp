@@ -6,8 +6,8 @@
 namespace workstation::frame {
 namespace {
 
-// What getopt_long returns for an operand when the short options begin with '-': operands are then
-// met in command-line order.
+// What getopt_long returns for an operand when the short options begin with '-': it then leaves
+// operands in command-line order.
 constexpr int operand = 1;
 
 } // namespace
@@ -18,7 +18,7 @@ OptionReader::OptionReader(char** argv, int argc, std::string const& shortOption
     , argc_(argc)
     , shortOptions_('-' + shortOptions)
     , longOptions_(longOptions) {
-    optind = 0; // begin anew, also with the state that getopt_long hides
+    optind = 0; // restart, including the internal state of getopt_long
     opterr = 1;
 }
 
@@ -34,7 +34,7 @@ std::optional<CommandLineOption> OptionReader::Next() {
         if (value != -1) {
             return CommandLineOption{value, optarg};
         }
-        rest_ = argv_ + optind; // getopt_long would only say the same again
+        rest_ = argv_ + optind; // getopt_long has nothing more
     }
     if (rest_ < argv_ + argc_) {
         return Operand(*rest_++);

@@ -8,23 +8,23 @@
 
 namespace workstation::frame {
 
-// The value of what belongs to no option, as getopt_long has it.
+// The value of an unknown option, as in getopt_long.
 constexpr int unknownOption = '?';
 
 struct CommandLineOption {
     int value;
-    char const* argument; // null for none; belongs to the command line
+    char const* argument; // null for an option without one; belongs to the command line
 };
 
-// Only one may be in use at a time: getopt_long keeps its state in global variables.
+// Only one may be in use at a time, because getopt_long keeps its state in global variables.
 class OptionReader {
 public:
-    // Both option tables as getopt_long has them; the command line and `longOptions` must outlive
-    // the reader.
+    // The parameters are those of getopt_long. The command line and `longOptions` must outlive the
+    // reader.
     OptionReader(char** argv, int argc, std::string const& shortOptions, option const* longOptions);
 
-    // The next option in command-line order; nothing after the last. What is wrong, an operand
-    // included, is reported on standard error and is an unknown option.
+    // The next option in command-line order; empty after the last. A mistake, such as an operand,
+    // is reported on standard error and returned as an unknown option.
     std::optional<CommandLineOption> Next();
 
 private:
@@ -34,7 +34,7 @@ private:
     int argc_;
     std::string shortOptions_;
     option const* longOptions_;
-    char** rest_ = nullptr; // operands after "--"; null before the last option was read
+    char** rest_ = nullptr; // the next operand after "--"; null while options are read
 };
 
 } // namespace workstation::frame

@@ -14,12 +14,13 @@
 #include <cstring>
 
 #include "Deadline.h"
-#include "ipc/Datagram.h"
+#include "Failure.h"
+#include "ipc/MessageHeader.h"
 
 namespace workstation::ipc {
 namespace {
 
-// One datagram off the socket, with what the kernel says of its sender.
+// A datagram, with its sender as the kernel reports it.
 struct RawDatagram {
     std::span<unsigned char const> bytes;
     bool truncated;
@@ -27,12 +28,11 @@ struct RawDatagram {
     std::optional<ucred> credentials;
 };
 
-FileDescriptor MakeSocket(std::string& error) {
+FileDescriptor MakeSocket() {
     FileDescriptor descriptor(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     int const on = 1;
     if (!descriptor || setsockopt(descriptor.Get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof on) != 0) {
-        error = std::string("cannot make a socket: ") + std::strerror(errno);
-        return FileDescriptor();
+        throw SystemFailure("cannot make a socket");
     }
     return descriptor;
 }
@@ -59,11 +59,11 @@ std::optional<ucred> CredentialsIn(msghdr& header) {
     return std::nullopt;
 }
 
-// Nothing, with errno set, when the queue is empty.
+// Empty, with errno set, when the queue is empty.
 std::optional<RawDatagram> ReadDatagram(int socket, std::span<unsigned char> buffer) {
     sockaddr_un address{};
     iovec part{buffer.data(), buffer.size()};
-    // Room for the credentials only: descriptors that somebody sends along are refused.
+    // Room for the credentials only, so that descriptors in the datagram are refused.
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(ucred))> control{};
     msghdr header{};
     header.msg_name = &address;
@@ -82,8 +82,8 @@ std::optional<RawDatagram> ReadDatagram(int socket, std::span<unsigned char> buf
                        CredentialsIn(header)};
 }
 
-std::optional<Letter> Open(RawDatagram const& datagram) {
-    if (datagram.truncated || !datagram.credentials || !IsHeard(*datagram.credentials) ||
+std::optional<Letter> Decode(RawDatagram const& datagram) {
+    if (datagram.truncated || !datagram.credentials || !IsOwner(*datagram.credentials) ||
         !IsEndpointName(datagram.sender)) {
         return std::nullopt;
     }
@@ -91,19 +91,20 @@ std::optional<Letter> Open(RawDatagram const& datagram) {
     if (!header) {
         return std::nullopt;
     }
-    auto const payload = datagram.bytes.subspan(datagramHeaderSize);
+    auto const payload = datagram.bytes.subspan(messageHeaderSize);
     return Letter{datagram.sender, header->id, header->correlation,
                   std::vector<char>(payload.begin(), payload.end())};
 }
 
-// Bounds how long the next blocking send takes; the limit must not be 0.
+// Limits the time of the next blocking send. 0 would be no limit.
 void LimitSending(int socket, int timeoutMs) {
     auto const [seconds, milliseconds] = std::div(timeoutMs, 1000);
     timeval const limit{seconds, suseconds_t{milliseconds} * 1000};
     setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
-// Sends at once or waits for room. Returns 0 or the errno; a signal does not prolong the wait.
+// Sends at once or waits for room. Returns 0 or the errno; EAGAIN when there was no room. Signals
+// do not extend the wait.
 int SendBounded(int socket, msghdr const& datagram, int roomTimeoutMs) {
     Deadline const deadline(roomTimeoutMs);
     for (;;) {
@@ -122,34 +123,24 @@ int SendBounded(int socket, msghdr const& datagram, int roomTimeoutMs) {
 
 } // namespace
 
-bool IsHeard(ucred const& sender) {
+bool IsOwner(ucred const& sender) {
     return sender.uid == geteuid();
 }
 
-std::optional<Endpoint> Endpoint::Open(std::string const& name, std::string& error) {
+Endpoint Endpoint::Open(std::string const& name) {
     if (!IsEndpointName(name)) {
-        error = "'" + name + "' cannot be the name of an endpoint";
-        return std::nullopt;
+        throw Failure(EINVAL, "'" + name + "' cannot be the name of an endpoint");
     }
-    auto directory = SocketDirectory::Open(error);
-    if (!directory) {
-        return std::nullopt;
-    }
-    FileDescriptor socket = MakeSocket(error);
-    if (!socket) {
-        return std::nullopt;
-    }
-    auto bound = BoundName::Bind(socket, *directory, name, error);
-    if (!bound) {
-        return std::nullopt;
-    }
-    return Endpoint(std::move(*directory), std::move(socket), std::move(*bound));
+    SocketDirectory directory = SocketDirectory::Open();
+    FileDescriptor socket = MakeSocket();
+    SocketFile file = SocketFile::Bind(socket, directory, name);
+    return {std::move(directory), std::move(socket), std::move(file)};
 }
 
-Endpoint::Endpoint(SocketDirectory directory, FileDescriptor socket, BoundName name)
+Endpoint::Endpoint(SocketDirectory directory, FileDescriptor socket, SocketFile file)
     : directory_(std::move(directory))
     , socket_(std::move(socket))
-    , name_(std::move(name))
+    , file_(std::move(file))
     , buffer_(maxDatagramSize) {}
 
 std::optional<Letter> Endpoint::Receive() {
@@ -159,7 +150,7 @@ std::optional<Letter> Endpoint::Receive() {
             return std::nullopt;
         }
         if (datagram) {
-            if (auto letter = ipc::Open(*datagram)) {
+            if (auto letter = Decode(*datagram)) {
                 return letter;
             }
         }
@@ -177,13 +168,14 @@ bool Endpoint::Wait(int timeoutMs) const {
     return (readable.revents & POLLIN) != 0;
 }
 
-int Endpoint::Send(std::string const& to, std::uint32_t id, std::span<char const> payload,
-                   std::uint32_t correlation, int roomTimeoutMs) const {
+bool Endpoint::Send(std::string const& to, std::uint32_t id, std::span<char const> payload,
+                    std::uint32_t correlation, int roomTimeoutMs) const {
     if (!IsEndpointName(to)) {
-        return EINVAL;
+        throw Failure(EINVAL, "'" + to + "' cannot be the name of an endpoint");
     }
     if (payload.size() > IpcMessage::maxSize) {
-        return EMSGSIZE;
+        throw Failure(EMSGSIZE, "a message has at most " + std::to_string(IpcMessage::maxSize) +
+                                    " bytes, not " + std::to_string(payload.size()));
     }
     auto head = EncodeHeader({id, correlation, static_cast<std::uint32_t>(payload.size())});
     sockaddr_un address = directory_.Address(to);
@@ -195,8 +187,12 @@ int Endpoint::Send(std::string const& to, std::uint32_t id, std::span<char const
     datagram.msg_namelen = sizeof address;
     datagram.msg_iov = parts.data();
     datagram.msg_iovlen = parts.size();
-    return SendBounded(sending_.WithRoom(directory_, name_.Get(), Descriptor()), datagram,
-                       roomTimeoutMs);
+    int const socket = sending_.WithRoom(directory_, file_.Name(), Descriptor());
+    int const error = SendBounded(socket, datagram, roomTimeoutMs);
+    if (error != 0 && error != EAGAIN) {
+        throw Failure(error, "cannot send to " + to + ": " + std::strerror(error));
+    }
+    return error == 0;
 }
 
 } // namespace workstation::ipc

@@ -10,60 +10,62 @@
 #include <vector>
 
 #include "FileDescriptor.h"
-#include "ipc/BoundName.h"
 #include "ipc/SendingSocket.h"
 #include "ipc/SocketDirectory.h"
+#include "ipc/SocketFile.h"
 
 namespace workstation::ipc {
 
-// A message that has come in.
+// A received message.
 struct Letter {
     std::string sender; // the endpoint that sent it
     std::uint32_t id = 0;
-    std::uint32_t correlation = 0; // an answer bears the number of its request; 0: none expected
+    std::uint32_t correlation = 0; // an answer has the number of its request; 0: no answer expected
     std::vector<char> payload;
 };
 
-// Whether a process with these credentials is listened to: only the owner's are.
-bool IsHeard(ucred const& sender);
+// Whether a process with these credentials belongs to the owner of this one. Messages of other
+// users are dropped.
+bool IsOwner(ucred const& sender);
 
-// Not for use by two threads at once.
+// Not for use by two threads at the same time.
 class Endpoint {
 public:
-    // Takes the name, which must be served by no other process. Nothing on failure, with the reason
-    // in `error`.
-    static std::optional<Endpoint> Open(std::string const& name, std::string& error);
+    // Takes the name. Throws Failure when the name is not valid, when another process has it, or
+    // when the IPC directory cannot be used.
+    static Endpoint Open(std::string const& name);
 
-    // For poll(2): readable when a message may be there.
+    // For poll(2): readable when a message may have arrived.
     int Descriptor() const { return socket_.Get(); }
 
-    // The next message that has come; nothing when there is none. Never blocks. Datagrams that are
-    // no message, or do not come from a process of the owner, are dropped on the way.
+    // The next message that has arrived; empty when there is none. Never blocks. Drops datagrams
+    // that are not messages, and those of processes of other users.
     std::optional<Letter> Receive();
 
     // Waits until Receive may have something; -1 waits without limit. False when the time is over.
     bool Wait(int timeoutMs) const;
 
-    // Sends a message to the endpoint `to`. When its queue is full, waits up to `roomTimeoutMs` for
-    // room; with 0 it never blocks. What others leave unread in theirs does not count. Returns 0,
-    // else the errno: ENOENT or ECONNREFUSED when nobody serves the name, EAGAIN when there is no
-    // room.
-    int Send(std::string const& to, std::uint32_t id, std::span<char const> payload,
-             std::uint32_t correlation, int roomTimeoutMs) const;
+    // Sends a message to the endpoint `to`. False when the receiver's queue is full and stays so
+    // for `roomTimeoutMs`; 0 never blocks. Messages that other receivers have not read do not
+    // count. Throws Failure when the message cannot be sent: ENOENT or ECONNREFUSED when no process
+    // serves the name, EINVAL when it is not valid, EMSGSIZE when the payload is larger than
+    // IpcMessage::maxSize.
+    bool Send(std::string const& to, std::uint32_t id, std::span<char const> payload,
+              std::uint32_t correlation, int roomTimeoutMs) const;
 
-    // The socket that `name` stands for at present; nothing when nobody serves it.
+    // The socket that a live process serves under `name`; empty when there is none.
     std::optional<SocketIdentity> Served(std::string const& name) const {
         return directory_.Served(name);
     }
 
 private:
-    Endpoint(SocketDirectory directory, FileDescriptor socket, BoundName name);
+    Endpoint(SocketDirectory directory, FileDescriptor socket, SocketFile file);
 
-    // Declared in the order of dependence: the name is given free first, the directory last.
+    // In the order of dependence: the socket file must be destroyed first, the directory last.
     SocketDirectory directory_;
     FileDescriptor socket_;
-    BoundName name_;
-    mutable SendingSocket sending_; // in place of socket_, once unread messages have filled that
+    SocketFile file_;
+    mutable SendingSocket sending_;     // takes the place of socket_ when its send buffer is full
     std::vector<unsigned char> buffer_; // one datagram
 };
 

@@ -1,4 +1,4 @@
-// Values that travel in messages, each with an encoding of its own.
+// Values in messages, and their encodings.
 #include "Item.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "BigEndian.h"
-#include "ipc/DecodeScope.h"
+#include "ipc/DecodeRange.h"
 
 using workstation::GetBig32;
 using workstation::PutBig32;
@@ -18,14 +18,14 @@ namespace {
 constexpr unsigned int wordSize = 4;
 constexpr unsigned int boolSize = 1;
 
-// Takes fields off the message that is being handled, and never goes past its end.
+// Reads fields of the message that is being handled, and nothing past its end.
 class Reader {
 public:
     explicit Reader(unsigned char* in)
         : position_(in)
         , left_(BytesFrom(in)) {}
 
-    // The next `size` bytes. When the message has fewer, null, and the rest of it is passed over.
+    // The next `size` bytes. Null when the message has fewer; its rest is then skipped.
     unsigned char const* Take(std::size_t size) {
         bool const complete = size <= left_;
         std::size_t const step = complete ? size : left_;

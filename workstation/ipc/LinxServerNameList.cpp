@@ -8,6 +8,6 @@ LinxServerNameList* LinxServerNameList::Instance() {
 
 std::string const& LinxServerNameList::Name(e_Process process) const {
     static auto const* const streamMgr = new std::string("StreamMgr");
-    static auto const* const none = new std::string;
-    return process == e_StreamMgr ? *streamMgr : *none;
+    static auto const* const noName = new std::string;
+    return process == e_StreamMgr ? *streamMgr : *noName;
 }

@@ -5,7 +5,7 @@
 
 #include "IpcMessage.h"
 #include "Item.h"
-#include "ipc/DecodeScope.h"
+#include "ipc/DecodeRange.h"
 
 namespace workstation::ipc {
 namespace {

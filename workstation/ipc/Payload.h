@@ -10,16 +10,16 @@ class Item;
 
 namespace workstation::ipc {
 
-// The encodings of the items, back to back.
+// The encodings of the items, one directly after the other.
 std::vector<char> EncodeItems(std::initializer_list<Item*> items);
 
-// Decodes the items from a payload. True when it is exactly what they encode to: a payload that
-// ends too early, goes on after the last item, or states a false length is none of theirs. The
-// items are set in any case, the missing ones to zero or empty.
+// Decodes the items from a payload. False when it is not exactly what they encode to: it ends too
+// early, continues after the last item, or contains a wrong length. The items are set in any case,
+// missing ones to zero or empty.
 bool DecodeItems(std::span<char> payload, std::initializer_list<Item*> items);
 
-// Makes `message` one with this id and the encodings of the items. False when they are larger than
-// a message can be.
+// Sets the id of `message`, and its payload to the encodings of the items. False when they are
+// larger than IpcMessage::maxSize.
 bool PackMessage(IpcMessage& message, unsigned int id, std::initializer_list<Item*> items);
 
 // DecodeItems on the payload of `message`.

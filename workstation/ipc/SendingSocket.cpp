@@ -1,4 +1,4 @@
-// The socket that an endpoint's messages go out from.
+// The socket that an endpoint sends from.
 #include "ipc/SendingSocket.h"
 
 #include <fcntl.h>
@@ -11,7 +11,7 @@
 namespace workstation::ipc {
 namespace {
 
-// As the kernel decides it: what it goes beyond the limit with is the last message that it takes.
+// As the kernel decides it: it takes one more message as long as the limit is not reached.
 bool IsFull(int socket) {
     int unread = 0;
     int limit = 0;
@@ -20,13 +20,13 @@ bool IsFull(int socket) {
            getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &limit, &size) == 0 && unread >= limit;
 }
 
-// A directory that only the owner of an endpoint's name uses, and only for a moment.
+// A directory that only the process with an endpoint's name uses. Removed when destroyed.
 class PrivateDirectory {
 public:
     PrivateDirectory(SocketDirectory const& parent, std::string const& endpoint)
         : parent_(parent.Descriptor())
         , name_('.' + endpoint) {
-        mkdirat(parent_, name_.c_str(), 0700); // may be left of a process that was killed
+        mkdirat(parent_, name_.c_str(), 0700); // may be left by a killed process
         descriptor_.Reset(
             openat(parent_, name_.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     }
@@ -43,8 +43,8 @@ private:
     FileDescriptor descriptor_;
 };
 
-// Receivers know a sender by the last component of the path that its socket was bound to, whether
-// or not there still is a file: in a directory of its own a second socket can have the same one.
+// Receivers identify a sender by the last component of the path that its socket was bound to, even
+// when that file is gone. So a second socket gets the same name in another directory.
 FileDescriptor MakeSocket(SocketDirectory const& directory, std::string const& name) {
     PrivateDirectory const place(directory, name);
     FileDescriptor made(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));

@@ -1,4 +1,4 @@
-// The socket that an endpoint's messages go out from.
+// The socket that an endpoint sends from.
 #pragma once
 
 #include <string>
@@ -8,18 +8,18 @@
 
 namespace workstation::ipc {
 
-// A message that its receiver has not read counts against the buffer of the socket that it was sent
-// from. Receivers that do not read would so keep all others from being told. Therefore a socket
-// whose buffer is full is left to those who have filled it, and another one takes its place: what
-// limits a message is its receiver's own queue alone.
+// A message that its receiver has not read counts against the send buffer of the socket that it was
+// sent from, so receivers that do not read could block the messages to all others. Therefore
+// another socket takes the place of one whose send buffer is full: only a receiver's own queue
+// limits what can be sent to it.
 class SendingSocket {
 public:
-    // The socket to send from: `first` until its buffer is full, then others, which bear the same
-    // name. Without the means for another one, the full one.
+    // The socket to send from: `first` until its send buffer is full, then others with the same
+    // name. When no other socket can be made, the full one.
     int WithRoom(SocketDirectory const& directory, std::string const& name, int first);
 
 private:
-    FileDescriptor socket_; // none while the first one does
+    FileDescriptor socket_; // empty while `first` is in use
 };
 
 } // namespace workstation::ipc

@@ -1,18 +1,16 @@
-// The directory in which every endpoint has its socket.
+// The directory that holds the socket of each endpoint.
 #include "ipc/SocketDirectory.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <memory>
 
 #include "Deadline.h"
+#include "Failure.h"
 #include "Root.h"
 
 namespace workstation::ipc {
@@ -24,11 +22,6 @@ constexpr int lockRetryMs = 5;
 constexpr std::size_t longestDirectoryPath = sizeof "/proc/self/fd/2147483647/" - 1;
 static_assert(longestDirectoryPath + maxEndpointNameLength < sizeof(sockaddr_un::sun_path));
 
-struct CloseDirectory {
-    void operator()(DIR* directory) const { closedir(directory); }
-};
-using DirectoryStream = std::unique_ptr<DIR, CloseDirectory>;
-
 } // namespace
 
 bool IsEndpointName(std::string const& name) {
@@ -36,16 +29,14 @@ bool IsEndpointName(std::string const& name) {
            name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
 }
 
-std::optional<SocketDirectory> SocketDirectory::Open(std::string& error) {
+SocketDirectory SocketDirectory::Open() {
     std::string const path = IpcDirectory();
     if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
-        error = "cannot make " + path + ": " + std::strerror(errno);
-        return std::nullopt;
+        throw SystemFailure("cannot make " + path);
     }
     FileDescriptor descriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!descriptor) {
-        error = "cannot open " + path + ": " + std::strerror(errno);
-        return std::nullopt;
+        throw SystemFailure("cannot open " + path);
     }
     return SocketDirectory(std::move(descriptor));
 }
@@ -58,9 +49,20 @@ sockaddr_un AddressIn(int directory, std::string const& name) {
     return address;
 }
 
-// Connecting a socket of our own says whether a process is behind the name, and does not disturb
-// that process.
-bool SocketDirectory::IsDead(std::string const& name) const {
+// Empty for a file that is no socket, and for a name that is not an endpoint's.
+std::optional<struct stat> SocketDirectory::SocketStatus(std::string const& name) const {
+    struct stat status {};
+    if (!IsEndpointName(name) ||
+        fstatat(Descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISSOCK(status.st_mode)) {
+        return std::nullopt;
+    }
+    return status;
+}
+
+// Whether the process of a socket has ended: then a connection is refused. A live process does not
+// notice the connection.
+bool SocketDirectory::HasEnded(std::string const& name) const {
     FileDescriptor const probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (!probe) {
         return false;
@@ -71,36 +73,16 @@ bool SocketDirectory::IsDead(std::string const& name) const {
 }
 
 std::optional<SocketIdentity> SocketDirectory::Served(std::string const& name) const {
-    struct stat status {};
-    if (!IsEndpointName(name) ||
-        fstatat(Descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
-        !S_ISSOCK(status.st_mode) || IsDead(name)) {
+    auto const status = SocketStatus(name);
+    if (!status || HasEnded(name)) {
         return std::nullopt;
     }
-    return SocketIdentity{status.st_dev, status.st_ino, status.st_ctim.tv_sec,
-                          status.st_ctim.tv_nsec};
+    return SocketIdentity{status->st_dev, status->st_ino, status->st_ctim.tv_sec,
+                          status->st_ctim.tv_nsec};
 }
 
-void SocketDirectory::RemoveIfStale(std::string const& name) const {
-    struct stat status {};
-    if (fstatat(Descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISSOCK(status.st_mode) && IsDead(name)) {
-        unlinkat(Descriptor(), name.c_str(), 0);
-    }
-}
-
-void SocketDirectory::RemoveAllStale() const {
-    FileDescriptor listing(openat(Descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    DirectoryStream const stream(fdopendir(listing.Get()));
-    if (stream == nullptr) {
-        return;
-    }
-    listing.Release(); // the stream closes it
-    while (dirent const* const entry = readdir(stream.get())) {
-        if (IsEndpointName(entry->d_name)) {
-            RemoveIfStale(entry->d_name);
-        }
-    }
+bool SocketDirectory::IsStale(std::string const& name) const {
+    return SocketStatus(name) && HasEnded(name);
 }
 
 DirectoryLock::DirectoryLock(SocketDirectory const& directory) {
@@ -117,17 +99,6 @@ DirectoryLock::DirectoryLock(SocketDirectory const& directory) {
 DirectoryLock::~DirectoryLock() {
     if (descriptor_ >= 0) {
         flock(descriptor_, LOCK_UN);
-    }
-}
-
-void RemoveStaleSockets() {
-    std::string error;
-    auto const directory = SocketDirectory::Open(error);
-    if (!directory) {
-        return;
-    }
-    if (DirectoryLock const lock(*directory); lock) {
-        directory->RemoveAllStale();
     }
 }
 

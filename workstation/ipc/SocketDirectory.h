@@ -1,6 +1,7 @@
-// The directory in which every endpoint has its socket.
+// The directory that holds the socket of each endpoint.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <sys/un.h>
 
@@ -12,16 +13,16 @@
 
 namespace workstation::ipc {
 
-// Endpoint names are file names in the directory. Their length is bounded so that the address of
-// any endpoint fits sockaddr_un.
+// Endpoint names are file names in the directory. Their length is limited so that the address of
+// each endpoint fits into sockaddr_un.
 constexpr std::size_t maxEndpointNameLength = 64;
 bool IsEndpointName(std::string const& name);
 
-// Address of a name in an open directory. It goes through /proc/self/fd, so that the length of the
-// directory's path does not count.
+// The address of a name in an open directory. It leads through /proc/self/fd, so that the length of
+// the directory's path does not matter.
 sockaddr_un AddressIn(int directory, std::string const& name);
 
-// Which socket a name stands for. A process that takes over a name makes a socket of its own.
+// Identifies one socket. A process that takes over a name makes another socket.
 struct SocketIdentity {
     dev_t device;
     ino_t inode;
@@ -33,19 +34,17 @@ struct SocketIdentity {
 
 class SocketDirectory {
 public:
-    // Opens $root/ipc, and makes it (mode 0700) when only it is missing. Nothing on failure, with
-    // the reason in `error`.
-    static std::optional<SocketDirectory> Open(std::string& error);
+    // Opens $root/ipc, and makes it (mode 0700) when it does not exist. A missing root is a
+    // Failure.
+    static SocketDirectory Open();
 
     sockaddr_un Address(std::string const& name) const { return AddressIn(Descriptor(), name); }
 
-    // The socket behind `name`; nothing when there is none or its process is gone.
+    // The socket that a live process serves under `name`; empty when there is none.
     std::optional<SocketIdentity> Served(std::string const& name) const;
 
-    // Removes the socket of this name when its process is gone.
-    void RemoveIfStale(std::string const& name) const;
-    // The same for all names.
-    void RemoveAllStale() const;
+    // Whether `name` is a socket whose process has ended.
+    bool IsStale(std::string const& name) const;
 
     int Descriptor() const { return descriptor_.Get(); }
 
@@ -53,16 +52,17 @@ private:
     explicit SocketDirectory(FileDescriptor descriptor)
         : descriptor_(std::move(descriptor)) {}
 
-    bool IsDead(std::string const& name) const;
+    std::optional<struct stat> SocketStatus(std::string const& name) const;
+    bool HasEnded(std::string const& name) const;
 
     FileDescriptor descriptor_;
 };
 
-// Keeps other processes from taking or removing names while it lives. Between looking whether a
-// name is free and binding it, nobody else may do the same.
+// Keeps other processes from taking and removing names until it is destroyed: between the look
+// whether a name is free and its binding, no other process may do the same.
 class DirectoryLock {
 public:
-    // Waits a short while for who else holds the lock. Ask whether it was had.
+    // Waits up to 2 s for the lock. As a condition, false when another process has kept it.
     explicit DirectoryLock(SocketDirectory const& directory);
     ~DirectoryLock();
 
@@ -72,10 +72,7 @@ public:
     explicit operator bool() const { return descriptor_ >= 0; }
 
 private:
-    int descriptor_ = -1; // the locked directory; -1 when the lock could not be had
+    int descriptor_ = -1; // the locked directory; -1 without the lock
 };
-
-// Removes the sockets that killed processes have left behind in the IPC directory.
-void RemoveStaleSockets();
 
 } // namespace workstation::ipc

@@ -7,18 +7,19 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "log/LogLevels.h"
+
 namespace {
 
-constexpr unsigned int errorsAndNotifications = 1;
-
-// The level that the environment asks for; text that is no number asks for nothing.
+// The level that the environment gives; the default when its text is no number.
 unsigned int LevelAtStart() {
     char const* const value = std::getenv("STREAMMGR_LOGLEVEL");
     std::string_view const text = value != nullptr ? value : "";
     unsigned int level = 0;
     auto const end = text.data() + text.size();
     auto const result = std::from_chars(text.data(), end, level);
-    return result.ec == std::errc() && result.ptr == end ? level : errorsAndNotifications;
+    return result.ec == std::errc() && result.ptr == end ? level
+                                                         : workstation::log::errorsAndNotifications;
 }
 
 } // namespace

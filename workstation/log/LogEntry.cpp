@@ -13,6 +13,7 @@
 #include <mutex>
 
 #include "FileDescriptor.h"
+#include "log/LogLevels.h"
 
 namespace workstation::log {
 namespace {
@@ -38,7 +39,7 @@ std::string FormatTime(timeval const& time) {
     return std::string(seconds.data()) + milliseconds.data();
 }
 
-// A file that is a pipe is not waited for, neither for its reader nor for room in it.
+// O_NONBLOCK: when the file is a pipe, neither its reader nor room in it is waited for.
 void AppendToFile(char const* path, std::string const& line) {
     FileDescriptor const file(
         open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600));
@@ -47,7 +48,7 @@ void AppendToFile(char const* path, std::string const& line) {
     }
 }
 
-// openlog keeps the pointer to the name, so the name is given anew for each entry.
+// openlog keeps only the pointer to the name, so it is called for each entry.
 void SendToSyslog(LogEntry const& entry) {
     static std::mutex mutex;
     std::lock_guard const lock(mutex);
@@ -63,10 +64,11 @@ std::string FormatLogLine(LogEntry const& entry, timeval const& time) {
 }
 
 int SyslogPriority(int level) {
-    if ((level & 1) != 0) {
+    auto const bits = static_cast<unsigned int>(level);
+    if ((bits & errorsAndNotifications) != 0) {
         return LOG_ERR;
     }
-    return (level & 2) != 0 ? LOG_NOTICE : LOG_INFO;
+    return (bits & notes) != 0 ? LOG_NOTICE : LOG_INFO;
 }
 
 void WriteLogEntry(LogEntry const& entry) {

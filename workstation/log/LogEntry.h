@@ -8,21 +8,21 @@
 namespace workstation::log {
 
 struct LogEntry {
-    int level; // level bits: 1 errors and notifications, 2 notes
+    int level; // bits of LogLevels.h
     std::string processName;
     std::string text;
 };
 
 // The line of an entry in a log file, in local time:
-// "2026-01-31T13:45:10.123 StreamMgrCli_1234: text\n". Control characters other than the tab become
-// blanks, so that an entry stays one line.
+// "2026-01-31T13:45:10.123 StreamMgrCli_1234: text\n". Control characters other than the tab are
+// replaced by blanks, so that an entry stays on one line.
 std::string FormatLogLine(LogEntry const& entry, timeval const& time);
 
 // The syslog(3) priority of a level.
 int SyslogPriority(int level);
 
-// Appends the entry to the file named by STREAMMGR_LOG, in one piece; without that variable it goes
-// to syslog(3). May be called from several threads. An entry that cannot be written is lost.
+// Appends the entry to the file STREAMMGR_LOG in one write, or sends it to syslog(3) when that
+// variable is not set. May be called by several threads. An entry that cannot be written is lost.
 void WriteLogEntry(LogEntry const& entry);
 
 } // namespace workstation::log

@@ -1,4 +1,4 @@
-// A log entry in the making.
+// A log entry before it is written.
 #include "LogMsg.h"
 
 LogMsg::LogMsg() = default;

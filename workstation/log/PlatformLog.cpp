@@ -1,8 +1,9 @@
-// Entries of the platform and of the service in the log.
+// Log entries of the platform and of the service.
 #include "log/PlatformLog.h"
 
 #include "LogClient.h"
 #include "SysLogMsg.h"
+#include "log/LogLevels.h"
 
 namespace workstation::log {
 namespace {
@@ -19,11 +20,11 @@ void Log(unsigned int level, std::string_view text) {
 } // namespace
 
 void LogNotification(std::string_view text) {
-    Log(1, text);
+    Log(errorsAndNotifications, text);
 }
 
 void LogNote(std::string_view text) {
-    Log(2, text);
+    Log(notes, text);
 }
 
 } // namespace workstation::log

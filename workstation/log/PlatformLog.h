@@ -1,14 +1,14 @@
-// Entries of the platform and of the service in the log.
+// Log entries of the platform and of the service.
 #pragma once
 
 #include <string_view>
 
 namespace workstation::log {
 
-// Errors, and what the service was asked and by whom.
+// Errors, and requests with their senders.
 void LogNotification(std::string_view text);
 
-// What helps to understand the rest.
+// Details that help to understand the rest.
 void LogNote(std::string_view text);
 
 } // namespace workstation::log

@@ -5,8 +5,8 @@
 
 SysLogMsg::SysLogMsg() = default;
 
-// Level 0 says that Log was never called: there is no entry. What cannot be written is lost; a log
-// entry never ends the process that wrote it.
+// Level 0: Log was never called, so there is no entry. An entry that cannot be written is lost, and
+// never ends the process.
 SysLogMsg::~SysLogMsg() {
     if (level_ == 0) {
         return;

@@ -19,7 +19,7 @@
 #include "Root.h"
 #include "StreamMgrApi.h"
 #include "ipc/Payload.h"
-#include "ipc/SocketDirectory.h"
+#include "ipc/StaleSockets.h"
 #include "log/PlatformLog.h"
 #include "pool/PoolImage.h"
 #include "pool/RootLock.h"
@@ -41,16 +41,12 @@ void Serve(ServiceOptions const& options) {
     session.Load(true);
     ipc::RemoveStaleSockets();
     std::string const& name = LinxServerNameList::Instance()->Name(e_StreamMgr);
-    std::string error;
-    auto endpoint = ipc::Endpoint::Open(name, error);
-    if (!endpoint) {
-        throw Failure(EADDRINUSE, error);
-    }
+    ipc::Endpoint endpoint = ipc::Endpoint::Open(name);
     LogClient::Instance()->ProcessName(name);
     store::EventStore store(DatabasePath());
     ring::RecoverRecordings(session, store);
 
-    Service service(signals, std::move(*endpoint), session, store);
+    Service service(signals, std::move(endpoint), session, store);
     log::LogNotification("started with a pool of " + std::to_string(session.Pool().FileCount()) +
                          " files");
     service.Record(options);

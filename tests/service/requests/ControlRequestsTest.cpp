@@ -5,8 +5,8 @@
 
 #include "Item.h"
 #include "api/ServiceMessages.h"
+#include "ipc/Endpoint.h"
 #include "ipc/Payload.h"
-#include "ipc/ServerThread.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
@@ -45,8 +45,8 @@ protected:
 
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
-    ipc::Endpoint service_ = ServerThread::MustOpen("Service");
-    ipc::Endpoint client_ = ServerThread::MustOpen("Client");
+    ipc::Endpoint service_ = ipc::Endpoint::Open("Service");
+    ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     RequestRouter router_;
     std::vector<std::string> calls_;
 };

@@ -3,8 +3,8 @@
 
 #include "Item.h"
 #include "api/ServiceMessages.h"
+#include "ipc/Endpoint.h"
 #include "ipc/Payload.h"
-#include "ipc/ServerThread.h"
 #include "service/PoolAndStore.h"
 #include "service/ring/FileAllocator.h"
 
@@ -80,8 +80,8 @@ protected:
 
     PoolAndStore parts_{6};
     ring::FileAllocator files_{parts_.Session(), parts_.Store()};
-    ipc::Endpoint service_ = ServerThread::MustOpen("Service");
-    ipc::Endpoint client_ = ServerThread::MustOpen("Client");
+    ipc::Endpoint service_ = ipc::Endpoint::Open("Service");
+    ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     RequestRouter router_;
     unsigned int nextTick_ = 0;
 };

@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-#include "ipc/ServerThread.h"
+#include "ipc/Endpoint.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
@@ -40,8 +40,8 @@ protected:
 
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
-    ipc::Endpoint service_ = ServerThread::MustOpen("Service");
-    ipc::Endpoint client_ = ServerThread::MustOpen("Client");
+    ipc::Endpoint service_ = ipc::Endpoint::Open("Service");
+    ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     Subscribers subscribers_{service_};
     StorageFigures figures_{10, 3, 0, 0, 7};
     bool fails_ = false;

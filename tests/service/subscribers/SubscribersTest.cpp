@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "ipc/ServerThread.h"
+#include "ipc/Endpoint.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
@@ -37,13 +37,13 @@ protected:
 
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
-    Endpoint service_ = ServerThread::MustOpen("Service");
+    Endpoint service_ = Endpoint::Open("Service");
     Subscribers subscribers_{service_};
 };
 
 TEST_F(SubscribersTest, EachIsToldOfWhatItSubscribedToUnderItsOwnId) {
-    Endpoint first = ServerThread::MustOpen("First");
-    Endpoint second = ServerThread::MustOpen("Second");
+    Endpoint first = Endpoint::Open("First");
+    Endpoint second = Endpoint::Open("Second");
     subscribers_.Add("First", Subscription::storage, 100);
     subscribers_.Add("First", Subscription::recordStart, 101);
     subscribers_.Add("Second", Subscription::recordStart, 201);
@@ -55,8 +55,8 @@ TEST_F(SubscribersTest, EachIsToldOfWhatItSubscribedToUnderItsOwnId) {
 }
 
 TEST_F(SubscribersTest, OneCanBeToldAlone) {
-    Endpoint first = ServerThread::MustOpen("First");
-    Endpoint second = ServerThread::MustOpen("Second");
+    Endpoint first = Endpoint::Open("First");
+    Endpoint second = Endpoint::Open("Second");
     subscribers_.Add("First", Subscription::storage, 100);
     subscribers_.Add("Second", Subscription::storage, 200);
     subscribers_.Notify("Second", Subscription::storage, Bytes("space"));
@@ -66,7 +66,7 @@ TEST_F(SubscribersTest, OneCanBeToldAlone) {
 }
 
 TEST_F(SubscribersTest, SubscribingAgainReplacesTheId) {
-    Endpoint client = ServerThread::MustOpen("Client");
+    Endpoint client = Endpoint::Open("Client");
     subscribers_.Add("Client", Subscription::recordStart, 100);
     subscribers_.Add("Client", Subscription::recordStart, 200);
     subscribers_.Notify(Subscription::recordStart, Bytes("start"));
@@ -75,7 +75,7 @@ TEST_F(SubscribersTest, SubscribingAgainReplacesTheId) {
 }
 
 TEST_F(SubscribersTest, OneThatIsGoneIsDropped) {
-    { Endpoint const client = ServerThread::MustOpen("Client"); }
+    { Endpoint const client = Endpoint::Open("Client"); }
     subscribers_.Add("Client", Subscription::recordStart, 100);
     subscribers_.Notify(Subscription::recordStart, Bytes("start"));
     EXPECT_EQ(subscribers_.Count(), 0U);
@@ -99,7 +99,7 @@ std::vector<std::string> SubscribersTest::TellUntilWaiting(std::size_t count) {
 }
 
 TEST_F(SubscribersTest, OneThatReadsLateGetsEverythingInOrder) {
-    Endpoint client = ServerThread::MustOpen("Client");
+    Endpoint client = Endpoint::Open("Client");
     subscribers_.Add("Client", Subscription::recordStart, 100);
     subscribers_.Add("Client", Subscription::recordStop, 200);
     auto const told = TellUntilWaiting(Subscribers::maxWaiting);
@@ -113,7 +113,7 @@ TEST_F(SubscribersTest, OneThatReadsLateGetsEverythingInOrder) {
 }
 
 TEST_F(SubscribersTest, OneThatLeavesTooMuchUnreadIsDropped) {
-    Endpoint const client = ServerThread::MustOpen("Client");
+    Endpoint const client = Endpoint::Open("Client");
     subscribers_.Add("Client", Subscription::recordStart, 100);
     subscribers_.Add("Client", Subscription::recordStop, 200);
     TellUntilWaiting(Subscribers::maxWaiting);
@@ -128,10 +128,10 @@ TEST_F(SubscribersTest, ManyThatDoNotReadKeepNobodyFromBeingTold) {
     std::vector<Endpoint> sleepers;
     for (int number = 1; number <= 60; ++number) {
         std::string const name = "Sleeper" + std::to_string(number);
-        sleepers.push_back(ServerThread::MustOpen(name));
+        sleepers.push_back(Endpoint::Open(name));
         subscribers_.Add(name, Subscription::recordStart, 100);
     }
-    Endpoint vigilant = ServerThread::MustOpen("Vigilant");
+    Endpoint vigilant = Endpoint::Open("Vigilant");
     subscribers_.Add("Vigilant", Subscription::recordStart, 100);
     for (int told = 0; told < 100; ++told) {
         subscribers_.Notify(Subscription::recordStart, Bytes("start"));
@@ -141,7 +141,7 @@ TEST_F(SubscribersTest, ManyThatDoNotReadKeepNobodyFromBeingTold) {
 }
 
 TEST_F(SubscribersTest, OnlyTheLatestStorageFiguresWait) {
-    Endpoint client = ServerThread::MustOpen("Client");
+    Endpoint client = Endpoint::Open("Client");
     subscribers_.Add("Client", Subscription::storage, 100);
     while (!subscribers_.HasWaiting()) {
         subscribers_.Notify(Subscription::storage, Bytes("old"));

@@ -2,8 +2,8 @@
 #include "service/subscribers/Subscribers.h"
 
 #include <algorithm>
-#include <cerrno>
 
+#include "Failure.h"
 #include "log/PlatformLog.h"
 
 namespace workstation::service::subscribers {
@@ -75,8 +75,9 @@ void Subscribers::Keep(Subscriber& subscriber, Notification notification) {
 // much unread. Returns the next subscriber.
 Subscribers::Subscriptions::iterator Subscribers::Deliver(Subscriptions::iterator subscriber) {
     auto& [name, state] = *subscriber;
-    int const error = Send(name, state);
-    if (error != 0 && error != EAGAIN) {
+    try {
+        Send(name, state);
+    } catch (Failure const&) {
         log::LogNote("subscriber " + name + " is gone");
         return subscribers_.erase(subscriber);
     }
@@ -87,17 +88,15 @@ Subscribers::Subscriptions::iterator Subscribers::Deliver(Subscriptions::iterato
     return std::next(subscriber);
 }
 
-// Returns 0, or the errno of the first notification that could not be sent.
-int Subscribers::Send(std::string const& name, Subscriber& subscriber) const {
-    int error = 0;
-    while (error == 0 && !subscriber.waiting.empty()) {
+// Sends what waits, as far as there is room. Fails when the subscriber has ended.
+void Subscribers::Send(std::string const& name, Subscriber& subscriber) const {
+    while (!subscriber.waiting.empty()) {
         auto const& [subscription, payload] = subscriber.waiting.front();
-        error = endpoint_.Send(name, subscriber.messageIds.at(subscription), payload, 0, 0);
-        if (error == 0) {
-            subscriber.waiting.pop_front();
+        if (!endpoint_.Send(name, subscriber.messageIds.at(subscription), payload, 0, 0)) {
+            return;
         }
+        subscriber.waiting.pop_front();
     }
-    return error;
 }
 
 } // namespace workstation::service::subscribers

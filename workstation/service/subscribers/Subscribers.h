@@ -62,7 +62,7 @@ private:
 
     static void Keep(Subscriber& subscriber, Notification notification);
     Subscriptions::iterator Deliver(Subscriptions::iterator subscriber);
-    int Send(std::string const& name, Subscriber& subscriber) const;
+    void Send(std::string const& name, Subscriber& subscriber) const;
 
     ipc::Endpoint const& endpoint_;
     Subscriptions subscribers_;

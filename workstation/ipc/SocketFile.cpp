@@ -1,5 +1,5 @@
-// A name in the IPC directory that this process has taken.
-#include "ipc/BoundName.h"
+// The socket file of an endpoint.
+#include "ipc/SocketFile.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -8,11 +8,13 @@
 #include <array>
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
+
+#include "Failure.h"
+#include "ipc/StaleSockets.h"
 
 namespace workstation::ipc {
 
-struct BoundName::Entry {
+struct SocketFile::Entry {
     enum State { Free, Reserved, Bound };
 
     std::atomic<int> state = Free;
@@ -25,7 +27,8 @@ struct BoundName::Entry {
         return state.compare_exchange_strong(expected, to);
     }
 
-    // Called at exit() too, which a signal handler may call at any point: no lock, no allocation.
+    // Called by exit() too, possibly from a signal handler at any point: takes no lock and
+    // allocates nothing.
     void Remove() {
         if (state == Bound && process == getpid() && Change(Bound, Reserved)) {
             unlinkat(directory, name.data(), 0);
@@ -33,8 +36,9 @@ struct BoundName::Entry {
     }
 };
 
-// All names that this process has bound. Lies in static storage, without a destructor.
-class BoundName::Register {
+// The socket files of this process. In static storage and without a destructor, so that exit() can
+// use it at any time.
+class SocketFile::Register {
 public:
     static Entry* Reserve() {
         static bool const removedAtExit = std::atexit(RemoveAll) == 0;
@@ -55,41 +59,37 @@ private:
     static std::array<Entry, 256> entries_;
 };
 
-constinit std::array<BoundName::Entry, 256> BoundName::Register::entries_{};
+constinit std::array<SocketFile::Entry, 256> SocketFile::Register::entries_{};
 
-std::optional<BoundName> BoundName::Bind(FileDescriptor const& socket,
-                                         SocketDirectory const& directory, std::string const& name,
-                                         std::string& error) {
+SocketFile SocketFile::Bind(FileDescriptor const& socket, SocketDirectory const& directory,
+                            std::string const& name) {
     Entry* const entry = Register::Reserve();
     if (entry == nullptr) {
-        error = "this process has too many endpoints";
-        return std::nullopt;
+        throw Failure(EMFILE, "this process has too many endpoints");
     }
-    BoundName owner(entry);
+    SocketFile file(entry);
     entry->process = getpid();
     entry->directory = directory.Descriptor();
     *std::ranges::copy(name, entry->name.begin()).out = '\0';
 
     DirectoryLock const lock(directory);
     if (!lock) {
-        error = "the IPC directory stays locked by another process";
-        return std::nullopt;
+        throw Failure(EWOULDBLOCK, "the IPC directory stays locked by another process");
     }
-    directory.RemoveIfStale(name);
+    RemoveStaleSocket(directory, name);
     sockaddr_un const address = directory.Address(name);
     if (bind(socket.Get(), reinterpret_cast<sockaddr const*>(&address), sizeof address) != 0) {
-        error = "cannot take the name " + name + ": " + std::strerror(errno);
-        return std::nullopt;
+        throw SystemFailure("cannot take the name " + name);
     }
     entry->state = Entry::Bound;
-    return owner;
+    return file;
 }
 
-char const* BoundName::Get() const {
+char const* SocketFile::Name() const {
     return entry_->name.data();
 }
 
-BoundName::~BoundName() {
+SocketFile::~SocketFile() {
     if (entry_ != nullptr) {
         entry_->Remove();
         entry_->state = Entry::Free;

@@ -1,14 +1,16 @@
-// The log levels of a service as people choose them.
-#include "frame/LogLevel.h"
+// The menu of log levels.
+#include "frame/LogLevelMenu.h"
 
 #include <array>
+
+#include "log/LogLevels.h"
 
 namespace workstation::frame {
 namespace {
 
 // The index is the level.
-constexpr std::array<std::string_view, 4> names{"none", "errors and notifications", "notes",
-                                                "everything"};
+constexpr std::array<std::string_view, log::allLevels + 1> names{"none", "errors and notifications",
+                                                                 "notes", "everything"};
 
 std::string_view Trim(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";

@@ -1,5 +1,5 @@
-// The bytes that items may be decoded from.
-#include "DecodeScope.h"
+// The bytes that a thread may decode items from.
+#include "ipc/DecodeRange.h"
 
 #include <functional>
 
@@ -11,7 +11,7 @@ DecodeRange DecodeRange::Of(char const* payload, std::size_t size) {
 }
 
 bool DecodeRange::Contains(unsigned char const* position) const {
-    // std::less_equal orders pointers into different objects too.
+    // std::less_equal also orders pointers into different objects.
     std::less_equal<> const notAfter;
     return notAfter(begin, position) && notAfter(position, end);
 }

@@ -1,28 +1,28 @@
-// The bytes that items may be decoded from.
+// The bytes that a thread may decode items from.
 #pragma once
 
 #include <cstddef>
 
 namespace workstation::ipc {
 
-// The payload of the message that a thread is handling. Item::Decode takes no length; this is what
-// keeps it inside the message.
+// The payload of the message that a thread is handling. Item::Decode has no length parameter; this
+// range keeps it inside the message.
 struct DecodeRange {
     unsigned char const* begin = nullptr;
     unsigned char const* end = nullptr;
 
-    // The range of a message's payload.
     static DecodeRange Of(char const* payload, std::size_t size);
 
+    // True for the end of the range too.
     bool Contains(unsigned char const* position) const;
     bool operator==(DecodeRange const&) const = default;
 };
 
-// The range of the calling thread; empty until somebody sets it.
+// The range of the calling thread; empty at first.
 DecodeRange& CurrentDecodeRange();
 
-// Makes a payload of `size` bytes the thread's range for as long as the object lives, then the
-// former range again. Both payloads must outlive it.
+// Sets the thread's range to a payload of `size` bytes, and back to the former range when it is
+// destroyed. Both payloads must outlive it.
 class DecodeScope {
 public:
     DecodeScope(char const* payload, std::size_t size);

@@ -1,5 +1,5 @@
-// Cases for the wire form of a message.
-#include "ipc/Datagram.h"
+// Cases for the header of a message.
+#include "ipc/MessageHeader.h"
 
 #include <gmock/gmock.h>
 
@@ -21,13 +21,13 @@ std::vector<unsigned char> Datagram(std::uint32_t statedSize, std::size_t payloa
 
 } // namespace
 
-TEST(DatagramTest, HeaderHasTheseBytes) {
+TEST(MessageHeaderTest, HeaderHasTheseBytes) {
     EXPECT_THAT(
         EncodeHeader({0x0000360E, 0xA1B2C3D4, 0x00010000}),
         ElementsAre('L', 'N', 'X', '1', 0, 0, 0x36, 0x0E, 0xA1, 0xB2, 0xC3, 0xD4, 0, 1, 0, 0));
 }
 
-TEST(DatagramTest, HeaderComesBack) {
+TEST(MessageHeaderTest, HeaderComesBack) {
     auto const header = DecodeHeader(Datagram(5, 5));
     ASSERT_TRUE(header);
     EXPECT_EQ(header->id, 0x3603U);
@@ -37,14 +37,14 @@ TEST(DatagramTest, HeaderComesBack) {
     EXPECT_TRUE(DecodeHeader(Datagram(IpcMessage::maxSize, IpcMessage::maxSize)));
 }
 
-TEST(DatagramTest, ShortDatagramIsRefused) {
+TEST(MessageHeaderTest, ShortDatagramIsRefused) {
     auto const whole = Datagram(0, 0);
     for (std::size_t size = 0; size < whole.size(); ++size) {
         EXPECT_FALSE(DecodeHeader(std::span(whole).first(size))) << size;
     }
 }
 
-TEST(DatagramTest, EveryWrongByteOfTheMagicIsRefused) {
+TEST(MessageHeaderTest, EveryWrongByteOfTheMagicIsRefused) {
     for (std::size_t byte = 0; byte < 4; ++byte) {
         auto datagram = Datagram(0, 0);
         datagram[byte] ^= 1;
@@ -52,7 +52,7 @@ TEST(DatagramTest, EveryWrongByteOfTheMagicIsRefused) {
     }
 }
 
-TEST(DatagramTest, StatedSizeThatDiffersIsRefused) {
+TEST(MessageHeaderTest, StatedSizeThatDiffersIsRefused) {
     EXPECT_FALSE(DecodeHeader(Datagram(4, 5)));
     EXPECT_FALSE(DecodeHeader(Datagram(6, 5)));
     EXPECT_FALSE(DecodeHeader(Datagram(1, 0)));
