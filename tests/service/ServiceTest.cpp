@@ -143,7 +143,7 @@ TEST_F(ServiceTest, FailureOfTheDatabaseEndsNothing) {
     ExpectThatItServes();
 }
 
-// A pipe is recorded into stream 2 once somebody writes into it.
+// A pipe is recorded into stream 2 once a process writes into it.
 class RecordingServiceTest : public ServiceTest {
 protected:
     RecordingServiceTest() {

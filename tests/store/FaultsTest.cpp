@@ -83,8 +83,8 @@ TEST(LockedDatabase, IsNotOpenedAndIsWhenTheLockIsGone) {
     EXPECT_EQ(EventStore(path).FilesInUse().size(), 1U);
 }
 
-// Cases that change the whole process's limits or file systems have one of their own; it ends with
-// 0 when no expectation failed.
+// Cases that change the limits or the file systems of a process run in a child. It ends with 0 when
+// no expectation failed.
 constexpr int notPermitted = 77;
 
 int EndOfChild() {
@@ -92,7 +92,7 @@ int EndOfChild() {
     return testing::Test::HasFailure() ? 1 : 0;
 }
 
-// Begins and finishes files until the disk is full; the error that told so.
+// Adds files until the disk is full. The text of the failure.
 std::string FillUp(EventStore& store) {
     return FailureOf([&] {
         for (int number = 1; number < 1000000; ++number) {
@@ -101,7 +101,7 @@ std::string FillUp(EventStore& store) {
     });
 }
 
-// What a store on a full disk must still do, and that it goes on when there is space again.
+// On a full disk a store can still be read. It can be written again when there is space.
 template <class MakeSpace>
 void ExpectToOutliveAFullDisk(std::string const& path, std::string const& expectedError,
                               MakeSpace makeSpace) {

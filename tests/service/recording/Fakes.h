@@ -1,4 +1,4 @@
-// What stands around a recording in its tests.
+// The clock, the ticks and the target of a recording, for tests.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -45,7 +45,7 @@ private:
     std::vector<std::chrono::milliseconds> waits_;
 };
 
-// Hands out numbers as the service does, and notes how.
+// Reserves numbers as the service does, and counts the reservations.
 class FakeTicks : public workstation::service::recording::TickSource {
 public:
     explicit FakeTicks(std::uint32_t first)
@@ -78,7 +78,7 @@ private:
     bool fails_ = false;
 };
 
-// Keeps what is recorded. While that goes on, only its calls may be asked for.
+// Keeps what is recorded. During the recording only Calls and Await may be called.
 class FakeTarget : public workstation::service::recording::RecordingTarget {
 public:
     // `stop` ends what a test lets the target wait for.
@@ -111,7 +111,7 @@ public:
     void WaitToWrite() { waitsToWrite_ = true; }
     void OnWrite(std::function<void()> action) { onWrite_ = std::move(action); }
 
-    // Behind the recording.
+    // After the recording.
     std::vector<unsigned char> const& Bytes() const { return bytes_; }
     std::vector<workstation::service::recording::PlacedTick> const& Ticks() const { return ticks_; }
     std::vector<std::size_t> const& Writes() const { return writes_; }

@@ -1,4 +1,4 @@
-// Sources of all kinds are recorded, and what is wrong with them is told.
+// Sources of all kinds are recorded, and their faults are reported.
 #include "service/recording/Recording.h"
 
 #include <gtest/gtest.h>
@@ -64,7 +64,7 @@ protected:
         }
         return packets;
     }
-    // What is recorded bears the ticks that the target was told of, numbered without a gap.
+    // The recording contains the ticks that the target was given, numbered without a gap.
     void CheckTicks() const {
         ts_test::Ticks told;
         for (PlacedTick const& tick : target_.Ticks()) {

@@ -1,4 +1,4 @@
-// Bytes come from files, pipes and standard input, and nothing of them holds up the end.
+// Bytes are read from files, pipes, devices and standard input, and every wait can be stopped.
 #include "service/recording/Source.h"
 
 #include <fcntl.h>
@@ -62,7 +62,7 @@ TEST_F(SourceTest, PipeIsLive) {
     std::string const path = directory_.Fifo("pipe");
     Source source = Open(path);
     EXPECT_TRUE(source.IsLive());
-    // Nobody has opened the other end: that is not the end of the source.
+    // No process has opened the other end: that is not the end of the source.
     EXPECT_EQ(ReadOutcome(source, 0), Outcome::timeout);
     FileDescriptor writer(open(path.c_str(), O_WRONLY | O_CLOEXEC));
     EXPECT_EQ(ReadOutcome(source, 0), Outcome::timeout);

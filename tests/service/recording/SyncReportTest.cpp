@@ -1,4 +1,4 @@
-// Loss and recovery of sync are told, without flooding the log.
+// Loss and recovery of sync are reported, without flooding the log.
 #include "service/recording/SyncReport.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Files for a test, gone when it ends.
+// Files of a test, removed when it ends.
 #pragma once
 
 #include <fcntl.h>

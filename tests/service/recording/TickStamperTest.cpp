@@ -1,4 +1,4 @@
-// Ticks bear reserved numbers, and times that follow the stream and the clock.
+// Ticks have reserved numbers, and times that follow the stream and the clock.
 #include "service/recording/TickStamper.h"
 
 #include <gtest/gtest.h>
@@ -78,7 +78,7 @@ TEST_F(TickStamperTest, BlockIsAppendedTo) {
 }
 
 TEST_F(TickStamperTest, TimeIsThatOfTheFirstPacketAndGoesOnWithTheStream) {
-    now_ += 900ms; // of a second: ticks bear whole ones
+    now_ += 900ms; // ticks carry whole seconds
     Pass(PcrPacket(pcr_));
     PassSeconds(1, 0ms); // the clock stands still, as it seems when a file is read fast
     auto const stamps = Stamps();

@@ -1,4 +1,4 @@
-// The requests that concern the service itself.
+// The requests about the service itself.
 #include "service/requests/ControlRequests.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-// The requests that concern events and stream files.
+// The requests about events, stream files and the database.
 #include "service/requests/EventRequests.h"
 
 #include "Item.h"
@@ -44,7 +44,7 @@ protected:
         router_.Handle(request);
     }
 
-    // Asks and decodes the answer; false when there is none or another one.
+    // Sends a request and decodes the answer. False when no answer, or another one, comes.
     bool Ask(std::uint32_t id, std::vector<char> payload, std::uint32_t replyId,
              std::initializer_list<Item*> answer) {
         Tell(id, std::move(payload));
@@ -59,7 +59,7 @@ protected:
         return done.Value();
     }
 
-    // The new event's identifier; empty when there is none.
+    // The identifier of the new event; empty when none was made.
     std::string AfterTheFact(int start, int stop, unsigned int state) {
         IntItem startItem(start);
         IntItem stopItem(stop);

@@ -1,4 +1,4 @@
-// Recordings that fill stream files, wait for them, and go on.
+// Recordings that fill stream files, wait for one, and continue.
 #include "service/ring/PoolTarget.h"
 
 #include <sys/resource.h>
@@ -209,7 +209,7 @@ TEST_F(HeldPoolTest, StopEndsTheWait) {
 class FullFileSystemTest : public PoolTargetTest {
 protected:
     FullFileSystemTest() {
-        parts_.Load(1, std::vector<unsigned char>(188, 1)); // nobody's: never taken
+        parts_.Load(1, std::vector<unsigned char>(188, 1)); // unknown to the database: never taken
         target_.Begin();
     }
 
@@ -242,13 +242,13 @@ TEST_F(FullFileSystemTest, StopEndsTheRepetition) {
     EXPECT_EQ(parts_.Controller(2), StreamMgrFileMgmnt::ControlUnknown);
 }
 
-// Somebody else holds the database.
+// Another connection locks the database.
 class LockedStoreTest : public PoolTargetTest {
 protected:
     void Lock() { other_.Execute("BEGIN EXCLUSIVE"); }
     void Unlock() { other_.Execute("ROLLBACK"); }
 
-    // Carries the step out while the database is locked, and frees it once the log has that.
+    // Runs the step while the database is locked, and unlocks it when the log has the entry.
     template <typename Step>
     void WhileLocked(Step step, std::string const& entry) {
         Lock();

@@ -1,4 +1,4 @@
-// The figures of the storage, and how they are told.
+// The storage figures, in the log and in notifications.
 #include "service/subscribers/StorageFigures.h"
 
 #include "pool/PoolSession.h"
@@ -10,7 +10,7 @@ using namespace workstation::service::subscribers;
 
 namespace {
 
-// By file:  1 empty   2 recorded   3 held, in the buffer   4 held, behind it   5 being written
+// By file:  1 empty   2 recorded   3 held, in the buffer   4 held, not in it   5 being written
 TEST(StorageFigures, EveryFileCountsOnceInTheSum) {
     PoolAndStore parts(5);
     for (int number : {2, 3, 4}) {

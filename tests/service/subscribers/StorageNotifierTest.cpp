@@ -1,4 +1,4 @@
-// When subscribers are told of the storage.
+// When subscribers are notified of the storage.
 #include "service/subscribers/StorageNotifier.h"
 
 #include <gmock/gmock.h>
