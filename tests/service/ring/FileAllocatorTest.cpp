@@ -87,6 +87,14 @@ TEST_F(FileAllocatorTest, EmptyFileThatAnEventHoldsIsNotTaken) {
     EXPECT_EQ(Record(1, 3), 3);
 }
 
+TEST_F(FileAllocatorTest, EmptyFileThatAnEventHoldsInTheBufferIsNotTaken) {
+    Fill();
+    Hold(1001, 1002);
+    parts_.Load(2, {});
+    EXPECT_THAT(parts_.Store().FilesHeldByEvents().inBuffer, ElementsAre(2, 3));
+    EXPECT_EQ(Record(1, 3), 1);
+}
+
 TEST_F(FileAllocatorTest, FileThatTheDatabaseDoesNotKnowIsLeftAlone) {
     parts_.Load(2, Packets(4));
     EXPECT_EQ(Record(1, 0), 1);

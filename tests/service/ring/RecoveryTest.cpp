@@ -32,8 +32,9 @@ protected:
         return chain.empty() ? store::RecordedFile{} : chain[0];
     }
 
-    void RecordFinished(int number, unsigned int firstTick, unsigned int lastTick) {
-        auto const id = parts_.Store().BeginFile(1, number, 1000 + firstTick, firstTick);
+    void RecordFinished(int number, unsigned int firstTick, unsigned int lastTick,
+                        unsigned int stream = 1) {
+        auto const id = parts_.Store().BeginFile(stream, number, 1000 + firstTick, firstTick);
         ASSERT_TRUE(id);
         auto const bytes = Ticks(firstTick, lastTick);
         parts_.Load(number, bytes);
@@ -109,6 +110,25 @@ TEST_F(RecoveryTest, FileThatSomebodyPutIntoAWipedSlotIsLeftAlone) {
     parts_.Load(2, Ticks(5, 14));
     RecoverRecordings(parts_.Session(), parts_.Store());
     EXPECT_EQ(parts_.Contents(2), Ticks(5, 14));
+}
+
+TEST_F(RecoveryTest, WipedFileThatHasAnotherLengthIsLeftAlone) {
+    RecordFinished(2, 5, 14);
+    ASSERT_TRUE(parts_.Store().Wipe(OnlyLink().id));
+    parts_.Load(2, Ticks(5, 9));
+    RecoverRecordings(parts_.Session(), parts_.Store());
+    EXPECT_EQ(parts_.Contents(2), Ticks(5, 9));
+}
+
+// The last recording into a file counts, whatever its stream, not an earlier one that is wiped.
+TEST_F(RecoveryTest, FileThatTwoStreamsWereRecordedIntoIsLeftAlone) {
+    RecordFinished(1, 5, 14, 1);
+    RecordFinished(1, 25, 34, 2);
+    RecordFinished(2, 5, 14, 2);
+    RecordFinished(2, 25, 34, 1);
+    RecoverRecordings(parts_.Session(), parts_.Store());
+    EXPECT_EQ(parts_.Contents(1), Ticks(25, 34));
+    EXPECT_EQ(parts_.Contents(2), Ticks(25, 34));
 }
 
 TEST_F(RecoveryTest, FileThatTheDatabaseDoesNotKnowIsLeftAlone) {
