@@ -9,6 +9,7 @@
 #include <array>
 #include <thread>
 
+#include "service/recording/InterruptingSignal.h"
 #include "service/recording/TestDirectory.h"
 #include "support/FailureOf.h"
 
@@ -97,14 +98,28 @@ TEST_F(SourceTest, SetStopGoesBeforeBytes) {
 
 TEST_F(SourceTest, StopEndsAReadThatWaits) {
     Source source = Open(directory_.Fifo("pipe"));
-    Outcome outcome{};
+    Outcome outcome = Outcome::end;
     std::thread reader([&] { outcome = ReadOutcome(source); });
     stop_.Set();
     reader.join();
     EXPECT_EQ(outcome, Outcome::stopped);
 }
 
-TEST_F(SourceTest, FailureBearsItsReason) {
+TEST_F(SourceTest, SignalsDoNotEndAReadThatWaits) {
+    InterruptingSignal const signal;
+    std::string const path = directory_.Fifo("pipe");
+    Source source = Open(path);
+    Outcome outcome{};
+    {
+        std::jthread reader([&] { EXPECT_NO_THROW(outcome = ReadOutcome(source)); });
+        signal.Interrupt(reader.native_handle());
+        FileDescriptor const writer(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+        ASSERT_EQ(write(writer.Get(), "abc", 3), 3);
+    }
+    EXPECT_EQ(outcome, Outcome::bytes);
+}
+
+TEST_F(SourceTest, FailureHasTheReason) {
     // Memory of this process from address 0 on cannot be read.
     Source source = Open("/proc/self/mem");
     auto const read = [&] { source.Read(room_, endless); };

@@ -3,12 +3,11 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <pthread.h>
 
 #include <atomic>
-#include <csignal>
 #include <thread>
 
+#include "service/recording/InterruptingSignal.h"
 #include "support/Event.h"
 
 namespace {
@@ -45,29 +44,18 @@ TEST(StopEvent, EndsAWait) {
     EXPECT_TRUE(isSet);
 }
 
-Event const* handled = nullptr;
-
 TEST(StopEvent, SignalsDoNotEndAWait) {
-    Event const signalled;
-    handled = &signalled;
-    struct sigaction action {};
-    struct sigaction former {};
-    action.sa_handler = [](int) { handled->Signal(); }; // without SA_RESTART: poll(2) fails, EINTR
-    sigaction(SIGUSR1, &action, &former);
+    recording_test::InterruptingSignal const signal;
     StopEvent stop;
     std::atomic<bool> isSet = false;
     {
         std::jthread waiting(
             [&] { EXPECT_NO_THROW(isSet = stop.WaitFor(std::chrono::milliseconds(patienceMs))); });
-        for (int times = 0; times < 100; ++times) {
-            pthread_kill(waiting.native_handle(), SIGUSR1);
-            ASSERT_TRUE(signalled.Wait());
-            EXPECT_FALSE(isSet);
-        }
+        signal.Interrupt(waiting.native_handle());
+        EXPECT_FALSE(isSet);
         stop.Set();
     }
     EXPECT_TRUE(isSet);
-    sigaction(SIGUSR1, &former, nullptr);
 }
 
 } // namespace
