@@ -55,9 +55,8 @@ private:
 
 class NoTarget : public service::recording::RecordingTarget {
 public:
-    void Begin(service::recording::StopEvent const&) override {}
-    void Write(service::recording::TickedPackets const& packets,
-               service::recording::StopEvent const&) override {
+    void Begin() override {}
+    void Write(service::recording::TickedPackets const& packets) override {
         benchmark::DoNotOptimize(packets.bytes.data());
     }
     void End() override {}
@@ -65,8 +64,8 @@ public:
 
 class CountingTicks : public service::recording::TickSource {
 public:
-    std::uint32_t ReserveTicks(int, std::uint32_t count) override { return next_ += count; }
-    void ReturnTicks(int, std::uint32_t) override {}
+    std::uint32_t ReserveTicks(std::uint32_t count) override { return next_ += count; }
+    void ReturnTicks(std::uint32_t) override {}
 
 private:
     std::uint32_t next_ = 0;
@@ -77,8 +76,8 @@ void RecordFile(benchmark::State& state) {
     for (auto _ : state) {
         NoTarget target;
         CountingTicks ticks;
-        service::recording::SystemRecordingClock clock;
         service::recording::StopEvent const stop;
+        service::recording::SystemRecordingClock clock(stop);
         service::recording::Recording(
             {1, clip.Path(), true}, target, ticks, clock, [](std::string const&) {}, stop)
             .Run();

@@ -11,15 +11,15 @@
 #include "Messages.h"
 #include "Require.h"
 #include "Root.h"
-#include "StreamFileAccess.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
 #include "pool/PoolImage.h"
+#include "pool/PoolSession.h"
 #include "service/requests/ControlRequests.h"
 #include "service/requests/EventRequests.h"
 #include "service/requests/SubscriptionRequests.h"
-#include "service/ring/FileRing.h"
-#include "service/subscribers/StorageNews.h"
+#include "service/ring/FileAllocator.h"
+#include "service/subscribers/StorageNotifier.h"
 #include "support/TemporaryRoot.h"
 
 using namespace workstation;
@@ -59,17 +59,15 @@ public:
     Service() {
         setenv("STREAMMGR_LOG", "/dev/null", 1);
         pool::PoolImage::Create(PoolPath(), fileCount);
-        Require(pool_.InitializeFileAccess(false, true));
+        session_.Load(true);
         service::requests::AddControlRequests(
-            router_, {service_, [] {}, [this] { ring_.Reap(); }, [] { return "info"; },
+            router_, {service_, [] {}, [this] { files_.Reap(); }, [] { return "info"; },
                       [this] { return service::subscribers::DescribeStorage(Storage()); }});
-        service::requests::AddEventRequests(router_, {service_, pool_, store_});
+        service::requests::AddEventRequests(router_, {service_, session_.Pool(), store_});
         service::requests::AddSubscriptionRequests(
             router_, {service_, subscribers_,
-                      [this](std::string const& name) { news_.TellNewcomer(name); }});
+                      [this](std::string const& name) { notifier_.NotifyNewSubscriber(name); }});
     }
-    ~Service() { pool_.Unload(); }
-
     Service(Service const&) = delete;
     Service& operator=(Service const&) = delete;
 
@@ -125,7 +123,7 @@ public:
 
 private:
     void Record(int stream, std::uint32_t tick) {
-        auto const file = ring_.Take(stream);
+        auto const file = files_.Take(stream);
         Require(file != nullptr);
         service::recording::TickStamp const stamp{tick, static_cast<int>(tick)};
         std::vector<unsigned char> const packet(188, 0x47);
@@ -134,17 +132,17 @@ private:
     }
 
     service::subscribers::StorageFigures Storage() const {
-        return service::subscribers::CountStorage(pool_, store_.FilesHeldByEvents());
+        return service::subscribers::CountStorage(session_.Pool(), store_.FilesHeldByEvents());
     }
 
     TemporaryRoot root_;
-    mutable StreamFileAccess pool_;
+    pool::PoolSession session_;
     store::EventStore store_{DatabasePath()};
-    service::ring::FileRing ring_{pool_, store_};
+    service::ring::FileAllocator files_{session_, store_};
     ipc::Endpoint service_ = ipc::Endpoint::Open("StreamMgr");
     ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     service::subscribers::Subscribers subscribers_{service_};
-    service::subscribers::StorageNews news_{subscribers_, [this] { return Storage(); }};
+    service::subscribers::StorageNotifier notifier_{subscribers_, [this] { return Storage(); }};
     service::requests::RequestRouter router_;
 };
 

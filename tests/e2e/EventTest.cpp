@@ -264,13 +264,14 @@ TEST_F(Events, StandBesideTheChainsOfFilesInTheLog) {
     RecordInto({2});
     EXPECT_EQ(recorder.Tool({"-f", "1", "-F", "1", "-f", "first", "-F", "4", "-f", "-1"}).status,
               0);
-    ASSERT_TRUE(recorder.Logs("there is no stream 4294967295\n"));
+    ASSERT_TRUE(recorder.Logs("there is no stream 4294967296 (requested as 4294967295)\n"));
     std::string const request = "file chain requested by TOOL\n";
-    std::string const chain = request + "file chain of stream 1: 1 files\n  file 1, 1271632 bytes, "
-                                        "ticks 0 to 99, TIME to TIME\n";
-    EXPECT_EQ(ServiceLog(), chain + chain + request + "file chain of stream 0: 0 files\n" +
-                                request + "there is no stream 4\n" + request +
-                                "there is no stream 4294967295\n");
+    std::string const chain = request + "file chain of stream 2 (requested as 1): 1 files\n"
+                                        "  file 1, 1271632 bytes, ticks 0 to 99, TIME to TIME\n";
+    EXPECT_EQ(ServiceLog(), chain + chain + request +
+                                "file chain of stream 1 (requested as 0): 0 files\n" + request +
+                                "there is no stream 5 (requested as 4)\n" + request +
+                                "there is no stream 4294967296 (requested as 4294967295)\n");
 }
 
 // --- --bkupdb ----------------------------------------------------------------------------------

@@ -68,7 +68,7 @@ protected:
     SignalWatch signals_; // before any thread
     PoolAndStore parts_{2};
     ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
-    Service service_{signals_, ipc::Endpoint::Open("StreamMgr"), parts_.Pool(), parts_.Store()};
+    Service service_{signals_, ipc::Endpoint::Open("StreamMgr"), parts_.Session(), parts_.Store()};
     std::thread thread_;
 };
 
@@ -143,14 +143,12 @@ TEST_F(ServiceTest, FailureOfTheDatabaseEndsNothing) {
     ExpectThatItServes();
 }
 
-// A pipe is recorded into stream 2 once somebody writes into it.
+// A pipe is recorded into stream 2 once a process writes into it.
 class RecordingServiceTest : public ServiceTest {
 protected:
     RecordingServiceTest() {
         EXPECT_EQ(mkfifo(pipe_.c_str(), 0600), 0);
-        ServiceOptions options;
-        options.recordings = {{2, pipe_}};
-        Start(options);
+        Start({{2, pipe_}});
         Subscribe(subscribers::Subscription::recordStart, startId);
         Subscribe(subscribers::Subscription::recordStop, stopId);
     }
@@ -189,7 +187,7 @@ TEST_F(RecordingServiceTest, EndOfTheServiceEndsTheRecordingAndIsTold) {
     Quit();
     EXPECT_EQ(Next(), stopId);
     EXPECT_TRUE(parts_.Store().Chain(2, true).at(0).finished);
-    EXPECT_EQ(parts_.Info(1).writeController, StreamMgrFileMgmnt::ControlUnknown);
+    EXPECT_EQ(parts_.Controller(1), StreamMgrFileMgmnt::ControlUnknown);
 }
 
 TEST_F(RecordingServiceTest, ThatNeverBeginsEndsWithTheService) {

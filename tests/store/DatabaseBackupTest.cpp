@@ -1,5 +1,6 @@
 // Copies of the database.
 #include "store/DatabaseBackup.h"
+#include "Failure.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -15,6 +16,7 @@
 #include "StoreInvariants.h"
 #include "StoreTest.h"
 #include "support/ChildProcess.h"
+#include "support/FailureOf.h"
 
 namespace workstation::store {
 namespace {
@@ -45,12 +47,7 @@ protected:
     }
 
     std::string Refusal(std::string const& path) {
-        try {
-            store_.Backup(path);
-        } catch (DatabaseError const& error) {
-            return error.what();
-        }
-        return "not refused";
+        return FailureOf([&] { store_.Backup(path); });
     }
 
     std::filesystem::path const directory_ = root_.Path() / "backups";
@@ -155,12 +152,10 @@ TEST_F(DatabaseBackupTest, FileThatMayNotBeWrittenIsRefused) {
         if (getuid() == 0 && setuid(65534) != 0) { // root may write everything
             return 2;
         }
-        try {
-            BackUpDatabase(source, copy_);
-        } catch (DatabaseError const& error) {
-            return error.what() == "backup '" + std::string(copy_) + "': Permission denied" ? 0 : 1;
-        }
-        return 3;
+        return FailureOf([&] { BackUpDatabase(source, copy_); }) ==
+                       "backup '" + std::string(copy_) + "': Permission denied"
+                   ? 0
+                   : 1;
     });
     EXPECT_EQ(other.Wait(), 0);
     EXPECT_EQ(Content(copy_), "old");
@@ -168,7 +163,7 @@ TEST_F(DatabaseBackupTest, FileThatMayNotBeWrittenIsRefused) {
 
 TEST_F(DatabaseBackupTest, MissingDatabaseLeavesTheOldFile) {
     Write(copy_, "old");
-    EXPECT_THROW(BackUpDatabase(root_.Path() / "none.db", copy_), DatabaseError);
+    EXPECT_THROW(BackUpDatabase(root_.Path() / "none.db", copy_), Failure);
     EXPECT_EQ(Content(copy_), "old");
     EXPECT_THAT(FilesBesideTheCopy(), ElementsAre("copy.db"));
 }
@@ -177,7 +172,7 @@ TEST_F(DatabaseBackupTest, DamagedDatabaseLeavesTheOldFile) {
     auto const damaged = root_.Path() / "damaged.db";
     Write(damaged, std::string(10000, 'x'));
     Write(copy_, "old");
-    EXPECT_THROW(BackUpDatabase(damaged, copy_), DatabaseError);
+    EXPECT_THROW(BackUpDatabase(damaged, copy_), Failure);
     EXPECT_EQ(Content(copy_), "old");
     EXPECT_THAT(FilesBesideTheCopy(), ElementsAre("copy.db"));
 }

@@ -7,10 +7,12 @@
 #include <filesystem>
 #include <limits>
 
+#include "Failure.h"
 #include "store/Database.h"
 #include "store/Statement.h"
 #include "store/Transaction.h"
 #include "support/ChildProcess.h"
+#include "support/FailureOf.h"
 #include "support/TemporaryRoot.h"
 
 namespace workstation::store {
@@ -26,13 +28,7 @@ protected:
 
     std::string ErrorOfOpening(std::string const& path,
                                Database::Mode mode = Database::Mode::create) {
-        try {
-            Database const database(path, mode);
-            database.Handle();
-        } catch (DatabaseError const& error) {
-            return error.what();
-        }
-        return "";
+        return FailureOf([&] { Database(path, mode); });
     }
 
     std::vector<std::string> Texts(Database const& database) {
@@ -60,6 +56,7 @@ TEST_F(DatabaseTest, MissingFileIsRefusedOtherwise) {
     EXPECT_EQ(ErrorOfOpening(Path(), Database::Mode::existing),
               "database '" + Path() +
                   "': unable to open database file (No such file or directory) [opening it]");
+    EXPECT_EQ(ErrorOf([&] { Database(Path(), Database::Mode::existing); }), ENOENT);
     EXPECT_FALSE(std::filesystem::exists(Path()));
 }
 
@@ -129,23 +126,18 @@ TEST_F(NoteTest, NullReadsAsEmptyTextAndZero) {
 }
 
 TEST_F(NoteTest, WrongSqlIsAnErrorThatShowsIt) {
-    try {
-        Execute(database_, "SELECT 1 FROM nowhere");
-        FAIL();
-    } catch (DatabaseError const& error) {
-        EXPECT_EQ(error.what(),
-                  "database '" + Path() + "': no such table: nowhere [SELECT 1 FROM nowhere]");
-    }
+    EXPECT_EQ(FailureOf([&] { Execute(database_, "SELECT 1 FROM nowhere"); }),
+              "database '" + Path() + "': no such table: nowhere [SELECT 1 FROM nowhere]");
 }
 
 TEST_F(NoteTest, MoreValuesThanParametersIsAnError) {
-    EXPECT_THROW(Execute(database_, "SELECT ?1", 1, 2), DatabaseError);
+    EXPECT_THROW(Execute(database_, "SELECT ?1", 1, 2), Failure);
 }
 
 TEST_F(NoteTest, ViolatedConstraintIsAnError) {
     database_.Execute("CREATE UNIQUE INDEX once ON note (text)");
     Execute(database_, "INSERT INTO note (text) VALUES (?)", "a");
-    EXPECT_THROW(Execute(database_, "INSERT INTO note (text) VALUES (?)", "a"), DatabaseError);
+    EXPECT_THROW(Execute(database_, "INSERT INTO note (text) VALUES (?)", "a"), Failure);
     EXPECT_THAT(Texts(database_), ElementsAre("a"));
 }
 
@@ -172,7 +164,7 @@ TEST_F(NoteTest, TransactionThatCannotBeCommittedIsRolledBack) {
         Transaction transaction(database_);
         Statement pending(database_, "INSERT INTO note VALUES ('a') RETURNING 1");
         ASSERT_TRUE(pending.Step());
-        EXPECT_THROW(transaction.Commit(), DatabaseError);
+        EXPECT_THROW(transaction.Commit(), Failure);
     }
     EXPECT_FALSE(database_.IsInTransaction());
     EXPECT_THAT(Texts(database_), IsEmpty());
@@ -183,7 +175,7 @@ TEST_F(NoteTest, FullDatabaseIsAnErrorAndGoesOnWhenThereIsSpace) {
     std::string const large(100000, 'x');
     {
         Transaction const transaction(database_);
-        EXPECT_THROW(Execute(database_, "INSERT INTO note VALUES (?)", large), DatabaseError);
+        EXPECT_THROW(Execute(database_, "INSERT INTO note VALUES (?)", large), Failure);
     }
     EXPECT_THAT(Texts(database_), ElementsAre("a"));
     database_.Execute("PRAGMA max_page_count = 1000");

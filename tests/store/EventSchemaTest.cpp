@@ -8,10 +8,12 @@
 #include <iterator>
 #include <string>
 
+#include "Failure.h"
 #include "store/Database.h"
 #include "store/EventSchema.h"
 #include "store/EventStore.h"
 #include "store/Statement.h"
+#include "support/FailureOf.h"
 #include "support/TemporaryRoot.h"
 
 namespace workstation::store {
@@ -51,13 +53,9 @@ protected:
     // Its text, after making sure that the file is as it was.
     std::string Refusal() const {
         std::string const before = Content();
-        try {
-            EventStore const store(Path());
-        } catch (DatabaseError const& error) {
-            EXPECT_EQ(Content(), before);
-            return error.what();
-        }
-        return "not refused";
+        std::string const refusal = FailureOf([&] { EventStore const store(Path()); });
+        EXPECT_EQ(Content(), before);
+        return refusal;
     }
 
     std::int64_t Number(char const* sql) const {

@@ -10,9 +10,11 @@
 #include <iostream>
 #include <thread>
 
+#include "Failure.h"
 #include "StoreInvariants.h"
 #include "StoreTest.h"
 #include "support/ChildProcess.h"
+#include "support/FailureOf.h"
 #include "support/Stopwatch.h"
 
 namespace workstation::store {
@@ -23,16 +25,6 @@ using testing::Ge;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Lt;
-
-template <class Action>
-std::string ErrorOf(Action action) {
-    try {
-        action();
-    } catch (DatabaseError const& error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 // The whole patience with the lock, and not much more.
 auto IsBounded() {
@@ -46,7 +38,7 @@ TEST_F(LockedDatabaseTest, WriterGivesUpAndGoesOnWhenTheLockIsGone) {
     Database other(Path(), Database::Mode::existing);
     other.Execute("BEGIN EXCLUSIVE");
     Stopwatch const stopwatch;
-    EXPECT_EQ(ErrorOf([&] { store_.BeginFile(1, 1, 300, 0); }),
+    EXPECT_EQ(FailureOf([&] { store_.BeginFile(1, 1, 300, 0); }),
               "database '" + Path() + "': database is locked [BEGIN IMMEDIATE]");
     EXPECT_THAT(stopwatch.ElapsedMs(), IsBounded());
     other.Execute("ROLLBACK");
@@ -83,7 +75,7 @@ TEST(LockedDatabase, IsNotOpenedAndIsWhenTheLockIsGone) {
         Database other(path, Database::Mode::existing);
         other.Execute("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; DELETE FROM file");
         Stopwatch const stopwatch;
-        EXPECT_THAT(ErrorOf([&] { EventStore const store(path); }),
+        EXPECT_THAT(FailureOf([&] { EventStore const store(path); }),
                     HasSubstr("database is locked"));
         EXPECT_LT(stopwatch.ElapsedMs(), databaseBusyTimeoutMs * 5);
         other.Execute("ROLLBACK");
@@ -91,8 +83,8 @@ TEST(LockedDatabase, IsNotOpenedAndIsWhenTheLockIsGone) {
     EXPECT_EQ(EventStore(path).FilesInUse().size(), 1U);
 }
 
-// Cases that change the whole process's limits or file systems have one of their own; it ends with
-// 0 when no expectation failed.
+// Cases that change the limits or the file systems of a process run in a child. It ends with 0 when
+// no expectation failed.
 constexpr int notPermitted = 77;
 
 int EndOfChild() {
@@ -100,16 +92,16 @@ int EndOfChild() {
     return testing::Test::HasFailure() ? 1 : 0;
 }
 
-// Begins and finishes files until the disk is full; the error that told so.
+// Adds files until the disk is full. The text of the failure.
 std::string FillUp(EventStore& store) {
-    return ErrorOf([&] {
+    return FailureOf([&] {
         for (int number = 1; number < 1000000; ++number) {
             store.BeginFile(1, number, number, 0);
         }
     });
 }
 
-// What a store on a full disk must still do, and that it goes on when there is space again.
+// On a full disk a store can still be read. It can be written again when there is space.
 template <class MakeSpace>
 void ExpectToOutliveAFullDisk(std::string const& path, std::string const& expectedError,
                               MakeSpace makeSpace) {
@@ -118,7 +110,7 @@ void ExpectToOutliveAFullDisk(std::string const& path, std::string const& expect
     EXPECT_THAT(FillUp(store), HasSubstr(expectedError));
     auto const files = store.FilesInUse();
     EXPECT_FALSE(files.empty());
-    EXPECT_THAT(ErrorOf([&] {
+    EXPECT_THAT(FailureOf([&] {
                     FillUp(store);
                     store.BeginFile(1, 1000001, 1, 0);
                 }),
@@ -178,7 +170,7 @@ TEST(LimitedFileSize, NoDatabaseIsMadeWithoutSpaceAndOneIsAfterwards) {
         signal(SIGXFSZ, SIG_IGN);
         for (rlim_t limit : {rlim_t{0}, rlim_t{4096}, rlim_t{20000}}) {
             LimitFileSize(limit);
-            EXPECT_THAT(ErrorOf([&] { EventStore const store(path); }),
+            EXPECT_THAT(FailureOf([&] { EventStore const store(path); }),
                         HasSubstr("database '" + path + "': "));
         }
         LimitFileSize(RLIM_INFINITY);
@@ -197,7 +189,7 @@ TEST(LimitedFileSize, FailedBackupLeavesTheOldFile) {
         store.BeginFile(1, 1, 100, 0);
         signal(SIGXFSZ, SIG_IGN);
         LimitFileSize(8192);
-        EXPECT_THAT(ErrorOf([&] { store.Backup(copy); }), HasSubstr("copy.db."));
+        EXPECT_THAT(FailureOf([&] { store.Backup(copy); }), HasSubstr("copy.db."));
         LimitFileSize(RLIM_INFINITY);
         return EndOfChild();
     });

@@ -1,4 +1,4 @@
-// A process that is killed at any moment: what it was told is durable is there, and all is
+// A process is killed at any moment: what the store reported as done is kept, and the database is
 // consistent.
 #include <fcntl.h>
 #include <poll.h>
@@ -21,7 +21,7 @@ namespace {
 
 constexpr int lastFileNumber = 20;
 
-// What the recorder says before it goes on.
+// What the recorder reports before it continues.
 struct Told {
     enum Kind : std::int64_t { begun, finished, usingTicks };
 
@@ -48,7 +48,7 @@ public:
 
     void CloseInput() { in_.Reset(); }
 
-    // Nothing when everybody who could tell something is gone.
+    // Null when no process has the other end any more.
     std::optional<Told> Hear() const {
         Told told{};
         pollfd readable{out_.Get(), POLLIN, 0};
@@ -164,7 +164,7 @@ private:
     std::int64_t now_;
 };
 
-// Everything that was told, over all rounds, beside what the database says.
+// Compares everything that was reported, over all rounds, with the database.
 class Witness {
 public:
     void Hear(Told const& told) {

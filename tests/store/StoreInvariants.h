@@ -1,4 +1,4 @@
-// What holds in an event database at any moment, whatever happened before.
+// Checks what holds in an event database at any moment.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -8,6 +8,7 @@
 
 #include "store/Database.h"
 #include "store/Statement.h"
+#include "support/DatabaseInvariants.h"
 
 namespace workstation::store {
 
@@ -19,23 +20,9 @@ inline std::string FirstText(Database const& database, std::string const& sql) {
 
 inline void ExpectConsistent(std::string const& path) {
     Database const database(path, Database::Mode::existing);
-    EXPECT_EQ(FirstText(database, "PRAGMA integrity_check"), "ok");
-    EXPECT_EQ(FirstText(database, "PRAGMA foreign_key_check"), "");
-    EXPECT_EQ(FirstText(database, "SELECT file_number FROM file WHERE wiped = 0"
-                                  " GROUP BY file_number HAVING count(*) > 1"),
-              "")
-        << "a slot with two files";
-    EXPECT_EQ(FirstText(database, "SELECT id FROM file WHERE wiped = 1"
-                                  " AND id IN (SELECT file FROM event_file)"),
-              "")
-        << "a wiped file that is held";
-    EXPECT_EQ(FirstText(database,
-                        "SELECT reid FROM event WHERE id NOT IN (SELECT event FROM event_file)"),
-              "")
-        << "an event without files";
-    EXPECT_EQ(
-        FirstText(database, "SELECT reid FROM event WHERE parent IN (SELECT reid FROM event)"), "")
-        << "an event beside its parts";
+    for (DatabaseInvariant const& invariant : databaseInvariants) {
+        EXPECT_EQ(FirstText(database, invariant.query), "") << invariant.fault;
+    }
 }
 
 } // namespace workstation::store

@@ -1,4 +1,5 @@
 // The chain of stream files: begin, finish, wipe.
+#include "Failure.h"
 #include "StoreTest.h"
 
 #include <limits>
@@ -66,9 +67,9 @@ TEST_F(StreamFilesTest, WipedLinkIsNotFinished) {
 
 TEST_F(StreamFilesTest, StreamsAreCountedFrom1To4) {
     for (unsigned int stream : {0U, 5U}) {
-        EXPECT_THROW(store_.BeginFile(stream, 1, 100, 0), DatabaseError);
+        EXPECT_THROW(store_.BeginFile(stream, 1, 100, 0), Failure);
     }
-    EXPECT_THROW(store_.BeginFile(1, 0, 100, 0), DatabaseError);
+    EXPECT_THROW(store_.BeginFile(1, 0, 100, 0), Failure);
     EXPECT_THAT(store_.FilesInUse(), IsEmpty());
 }
 
@@ -84,7 +85,7 @@ TEST_F(StreamFilesTest, FileThatIsUsedAgainGetsANewLinkAndLosesTheOldOne) {
 
 TEST_F(StreamFilesTest, FailedBeginLeavesTheFormerLink) {
     RecordedFile const former = Record(1, 5, 100, 200);
-    EXPECT_THROW(store_.BeginFile(9, 5, 300, 0), DatabaseError);
+    EXPECT_THROW(store_.BeginFile(9, 5, 300, 0), Failure);
     EXPECT_THAT(store_.FilesInUse(), ElementsAre(former));
 }
 

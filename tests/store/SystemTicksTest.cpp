@@ -1,6 +1,7 @@
 // Reservations of system ticks.
 #include <limits>
 
+#include "Failure.h"
 #include "StoreTest.h"
 #include "store/Statement.h"
 
@@ -27,8 +28,8 @@ TEST_F(SystemTicksTest, StreamsCountForThemselves) {
     EXPECT_EQ(store_.ReserveTicks(4, 20), 0U);
     EXPECT_EQ(store_.ReserveTicks(1, 1), 10U);
     EXPECT_EQ(store_.ReserveTicks(4, 1), 20U);
-    EXPECT_THROW(store_.ReserveTicks(0, 1), DatabaseError);
-    EXPECT_THROW(store_.ReserveTicks(5, 1), DatabaseError);
+    EXPECT_THROW(store_.ReserveTicks(0, 1), Failure);
+    EXPECT_THROW(store_.ReserveTicks(5, 1), Failure);
 }
 
 TEST_F(SystemTicksTest, ReturnedRestIsHandedOutAgain) {

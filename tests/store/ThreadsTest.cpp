@@ -57,7 +57,7 @@ protected:
     void Look() {
         while (!isDone_) {
             HeldFiles const held = store_.FilesHeldByEvents();
-            EXPECT_LE(held.inBuffer.size() + held.behindBuffer.size(), 20U);
+            EXPECT_LE(held.inBuffer.size() + held.notInBuffer.size(), 20U);
             EXPECT_LE(store_.FilesInUse().size(), 20U);
             store_.Chain(1, true);
         }

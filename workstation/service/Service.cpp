@@ -1,4 +1,4 @@
-// The stream manager service.
+// The stream manager service: its parts, and the loop that serves.
 #include "service/Service.h"
 
 #include <poll.h>
@@ -9,9 +9,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <iostream>
-#include <system_error>
 
+#include "Failure.h"
 #include "Item.h"
 #include "LinxServerNameList.h"
 #include "LogClient.h"
@@ -20,8 +21,8 @@
 #include "ipc/Payload.h"
 #include "ipc/StaleSockets.h"
 #include "log/PlatformLog.h"
+#include "pool/PoolImage.h"
 #include "pool/RootLock.h"
-#include "pool/SeamSession.h"
 #include "service/requests/ControlRequests.h"
 #include "service/requests/EventRequests.h"
 #include "service/requests/SubscriptionRequests.h"
@@ -30,30 +31,28 @@
 namespace workstation::service {
 namespace {
 
-// How often slow subscribers are looked after.
+// How often notifications that wait for slow subscribers are sent again.
 constexpr int retryMs = 50;
 
-int FailToStart(std::string const& reason) {
-    std::cerr << "StreamMgr: " << reason << std::endl;
-    return EXIT_FAILURE;
-}
-
-int Serve(SignalWatch& signals, StreamFileAccess& pool, ServiceOptions const& options) {
+void Serve(ServiceOptions const& options) {
+    SignalWatch signals;
+    FileDescriptor const root = pool::LockRoot();
+    pool::PoolSession session;
+    session.Load(true);
     ipc::RemoveStaleSockets();
     std::string const& name = LinxServerNameList::Instance()->Name(e_StreamMgr);
     ipc::Endpoint endpoint = ipc::Endpoint::Open(name);
     LogClient::Instance()->ProcessName(name);
     store::EventStore store(DatabasePath());
-    ring::RecoverRecordings(store);
+    ring::RecoverRecordings(session, store);
 
-    Service service(signals, std::move(endpoint), pool, store);
-    log::LogNotification("started with a pool of " + std::to_string(pool.GetFilePoolSize()) +
+    Service service(signals, std::move(endpoint), session, store);
+    log::LogNotification("started with a pool of " + std::to_string(session.Pool().FileCount()) +
                          " files");
     service.Record(options);
     std::cout << "StreamMgr: ready" << std::endl;
     service.Run();
     log::LogNotification("stopped");
-    return EXIT_SUCCESS;
 }
 
 std::vector<char> EncodeRecording(store::Event const& recording) {
@@ -70,47 +69,40 @@ std::vector<char> EncodeRecording(store::Event const& recording) {
 
 int RunService(ServiceOptions const& options) {
     std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files shows as a failed write
-    SignalWatch signals;
-    StreamFileAccess pool;
-    FileDescriptor root;
-    int status = EXIT_FAILURE;
     try {
-        root = pool::LockRoot();
-        pool::SeamSession().Load(true);
-        status = Serve(signals, pool, options);
+        Serve(options);
+        return EXIT_SUCCESS;
     } catch (std::exception const& failure) {
-        FailToStart(failure.what());
+        std::cerr << "StreamMgr: " << failure.what() << std::endl;
+        return EXIT_FAILURE;
     }
-    pool.Unload();
-    return status;
 }
 
-Service::Recorder::Recorder(Service& service, recording::RecordOption const& option,
-                            ServiceOptions const& options)
-    : recording(option.stream, service.ring_, service.store_, service.notices_, service.clock_)
-    , recorder({option.stream, option.source, options.isFast, options.loops}, recording, recording,
-               service.clock_, log::LogNotification) {}
+Service::Recorder::Recorder(Service& service, recording::RecordingSettings const& settings)
+    : target(settings.stream, service.files_, service.store_, service.startsAndStops_, clock, stop)
+    , ticks(settings.stream, service.store_, stop)
+    , thread(settings, target, ticks, clock, log::LogNotification, stop) {}
 
-Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, StreamFileAccess& pool,
+Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession& session,
                  store::EventStore& store)
     : signals_(signals)
     , endpoint_(std::move(endpoint))
-    , pool_(pool)
+    , session_(session)
     , store_(store) {
     requests::AddControlRequests(router_,
                                  {endpoint_, [this] { isRunning_ = false; }, [this] { Reap(); },
                                   [this] { return Describe(); },
                                   [this] { return subscribers::DescribeStorage(Storage()); }});
-    requests::AddEventRequests(router_, {endpoint_, pool_, store_});
+    requests::AddEventRequests(router_, {endpoint_, session_.Pool(), store_});
     requests::AddSubscriptionRequests(
         router_, {endpoint_, subscribers_,
-                  [this](std::string const& name) { storageNews_.TellNewcomer(name); }});
+                  [this](std::string const& name) { storageNotifier_.NotifyNewSubscriber(name); }});
 }
 
 void Service::Record(ServiceOptions const& options) {
-    for (recording::RecordOption const& option : options.recordings) {
-        recorders_.push_back(std::make_unique<Recorder>(*this, option, options));
-        recorders_.back()->recorder.Start();
+    for (recording::RecordingSettings const& settings : options) {
+        recorders_.push_back(std::make_unique<Recorder>(*this, settings));
+        recorders_.back()->thread.Start();
     }
 }
 
@@ -118,23 +110,23 @@ void Service::Run() {
     while (isRunning_) {
         std::array<pollfd, 3> watched{{{signals_.Descriptor(), POLLIN, 0},
                                        {endpoint_.Descriptor(), POLLIN, 0},
-                                       {notices_.Descriptor(), POLLIN, 0}}};
+                                       {startsAndStops_.Descriptor(), POLLIN, 0}}};
         if (poll(watched.data(), watched.size(), WaitMs()) == -1 && errno != EINTR) {
-            throw std::system_error(errno, std::generic_category(), "poll");
+            throw SystemFailure("poll");
         }
-        HandleRequests(); // those that came before a signal, too
+        HandleRequests(); // also those that arrived before a signal
         HandleSignal();
-        HandleNotices();
-        storageNews_.TellChanges(Clock::now());
+        HandleStartsAndStops();
+        storageNotifier_.NotifyOfChanges(Clock::now());
         subscribers_.DeliverWaiting();
     }
     recorders_.clear(); // ends the recordings
-    HandleNotices();
+    HandleStartsAndStops();
 }
 
-// -1: until something happens.
+// -1: no limit.
 int Service::WaitMs() const {
-    return subscribers_.HasWaiting() ? retryMs : storageNews_.WaitMs(Clock::now());
+    return subscribers_.HasWaiting() ? retryMs : storageNotifier_.WaitMs(Clock::now());
 }
 
 void Service::HandleSignal() {
@@ -154,12 +146,12 @@ void Service::HandleRequests() {
     }
 }
 
-void Service::HandleNotices() {
-    for (Notice const& notice : notices_.Take()) {
-        if (auto const* const started = std::get_if<RecordStarted>(&notice)) {
+void Service::HandleStartsAndStops() {
+    for (StartOrStop const& startOrStop : startsAndStops_.Take()) {
+        if (auto const* const started = std::get_if<RecordStarted>(&startOrStop)) {
             StringItem reid(started->reid);
             subscribers_.Notify(subscribers::Subscription::recordStart, ipc::EncodeItems({&reid}));
-        } else if (auto const* const stopped = std::get_if<RecordStopped>(&notice)) {
+        } else if (auto const* const stopped = std::get_if<RecordStopped>(&startOrStop)) {
             subscribers_.Notify(subscribers::Subscription::recordStop,
                                 EncodeRecording(stopped->recording));
         }
@@ -167,8 +159,8 @@ void Service::HandleNotices() {
 }
 
 void Service::Reap() {
-    unsigned int const processes = pool::SeamSession().Reap();
-    unsigned int const files = ring_.Reap();
+    unsigned int const processes = session_.Reap();
+    unsigned int const files = files_.Reap();
     log::LogNotification("reaped " + std::to_string(processes) + " dead processes, wiped " +
                          std::to_string(files) + " files");
 }
@@ -178,13 +170,13 @@ std::string Service::Describe() const {
     auto const uptime = duration_cast<seconds>(Clock::now() - started_);
     return "process " + std::to_string(getpid()) + ", up " + std::to_string(uptime.count()) +
            " s, log level " + std::to_string(LogClient::Instance()->Level()) + ", pool '" +
-           PoolPath() + "' of " + std::to_string(pool_.GetFilePoolSize()) + " files, " +
+           PoolPath() + "' of " + std::to_string(session_.Pool().FileCount()) + " files, " +
            std::to_string(recorders_.size()) + " recordings, " +
            std::to_string(subscribers_.Count()) + " subscriptions";
 }
 
 subscribers::StorageFigures Service::Storage() const {
-    return subscribers::CountStorage(pool_, store_.FilesHeldByEvents());
+    return subscribers::CountStorage(session_.Pool(), store_.FilesHeldByEvents());
 }
 
 } // namespace workstation::service

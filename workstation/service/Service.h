@@ -1,4 +1,4 @@
-// The stream manager service.
+// The stream manager service: its parts, and the loop that serves.
 #pragma once
 
 #include <chrono>
@@ -6,31 +6,32 @@
 #include <string>
 #include <vector>
 
-#include "StreamFileAccess.h"
 #include "ipc/Endpoint.h"
-#include "service/CommandLine.h"
-#include "service/Notices.h"
+#include "pool/PoolSession.h"
+#include "service/ServiceOptions.h"
 #include "service/SignalWatch.h"
+#include "service/StartStopQueue.h"
 #include "service/recording/RecordingClock.h"
-#include "service/recording/StreamRecorder.h"
+#include "service/recording/RecordingThread.h"
 #include "service/requests/RequestRouter.h"
-#include "service/ring/FileRing.h"
-#include "service/ring/SlotRecording.h"
+#include "service/ring/DatabaseTickSource.h"
+#include "service/ring/FileAllocator.h"
+#include "service/ring/PoolTarget.h"
 #include "service/subscribers/StorageFigures.h"
-#include "service/subscribers/StorageNews.h"
+#include "service/subscribers/StorageNotifier.h"
 #include "service/subscribers/Subscribers.h"
 
 namespace workstation::service {
 
-// Runs the service until it is told to quit, by request or by signal. 0 when it ended so, 1, after
-// one line on standard error, when it could not start.
+// Runs the service until a request or a signal makes it quit. Returns the exit status: 0, or 1
+// after one line on standard error when it could not start.
 int RunService(ServiceOptions const& options);
 
-// One thread serves requests and tells subscribers; each recording has a thread of its own.
+// One thread serves requests and notifies subscribers. Each recording has a thread of its own.
 class Service {
 public:
-    // What is passed by reference outlives the service.
-    Service(SignalWatch& signals, ipc::Endpoint endpoint, StreamFileAccess& pool,
+    // What is passed by reference outlives the service. A pool is loaded. Throws a Failure.
+    Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession& session,
             store::EventStore& store);
 
     Service(Service const&) = delete;
@@ -39,24 +40,27 @@ public:
     // Begins to record.
     void Record(ServiceOptions const& options);
 
-    // Serves until told to quit, then ends the recordings.
+    // Serves until it is to quit, then ends the recordings. Throws a Failure.
     void Run();
 
 private:
     using Clock = std::chrono::steady_clock;
 
+    // One recording with everything that it needs.
     struct Recorder {
-        ring::SlotRecording recording;
-        recording::StreamRecorder recorder;
+        recording::StopEvent stop;
+        recording::SystemRecordingClock clock{stop};
+        ring::PoolTarget target;
+        ring::DatabaseTickSource ticks;
+        recording::RecordingThread thread;
 
-        Recorder(Service& service, recording::RecordOption const& option,
-                 ServiceOptions const& options);
+        Recorder(Service& service, recording::RecordingSettings const& settings);
     };
 
     int WaitMs() const;
     void HandleSignal();
     void HandleRequests();
-    void HandleNotices();
+    void HandleStartsAndStops();
 
     void Reap();
     std::string Describe() const;
@@ -64,13 +68,12 @@ private:
 
     SignalWatch& signals_;
     ipc::Endpoint endpoint_;
-    StreamFileAccess& pool_;
+    pool::PoolSession& session_;
     store::EventStore& store_;
-    ring::FileRing ring_{pool_, store_};
-    recording::SystemRecordingClock clock_;
-    Notices notices_;
+    ring::FileAllocator files_{session_, store_};
+    StartStopQueue startsAndStops_;
     subscribers::Subscribers subscribers_{endpoint_};
-    subscribers::StorageNews storageNews_{subscribers_, [this] { return Storage(); }};
+    subscribers::StorageNotifier storageNotifier_{subscribers_, [this] { return Storage(); }};
     requests::RequestRouter router_;
     std::vector<std::unique_ptr<Recorder>> recorders_;
     Clock::time_point const started_ = Clock::now();

@@ -1,11 +1,10 @@
-// The signals that end the service, as something that can be waited for.
+// The signals that end the service, as a descriptor that poll(2) can wait for.
 #include "service/SignalWatch.h"
 
 #include <pthread.h>
 #include <sys/signalfd.h>
 
-#include <cerrno>
-#include <system_error>
+#include "Failure.h"
 
 namespace workstation::service {
 
@@ -17,7 +16,7 @@ SignalWatch::SignalWatch() {
     pthread_sigmask(SIG_BLOCK, &signals, &former_);
     descriptor_.Reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!descriptor_) {
-        throw std::system_error(errno, std::generic_category(), "signalfd");
+        throw SystemFailure("signalfd");
     }
 }
 

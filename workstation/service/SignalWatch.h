@@ -1,4 +1,4 @@
-// The signals that end the service, as something that can be waited for.
+// The signals that end the service, as a descriptor that poll(2) can wait for.
 #pragma once
 
 #include <csignal>
@@ -8,20 +8,21 @@
 
 namespace workstation::service {
 
-// While the object lives, SIGINT and SIGTERM no longer interrupt the process: they wait to be
-// taken. Made before any thread, so that every thread leaves them alone.
+// While the object lives, SIGINT and SIGTERM are blocked and stay pending until they are taken.
+// Make it before any thread is started: threads inherit the signal mask.
 class SignalWatch {
 public:
+    // Throws a Failure.
     SignalWatch();
     ~SignalWatch();
 
     SignalWatch(SignalWatch const&) = delete;
     SignalWatch& operator=(SignalWatch const&) = delete;
 
-    // For poll(2): readable when a signal has come.
+    // For poll(2): readable while a signal is pending.
     int Descriptor() const { return descriptor_.Get(); }
 
-    // The signal that has come; none when there is none. Never blocks.
+    // Takes a pending signal, if there is one. Never blocks.
     std::optional<int> Take();
 
 private:

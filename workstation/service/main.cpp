@@ -1,7 +1,13 @@
 // The stream manager service.
-#include "service/CommandLine.h"
 #include "service/Service.h"
+#include "service/ServiceOptions.h"
+
+using namespace workstation::service;
 
 int main(int argc, char** argv) {
-    return workstation::service::RunWithCommandLine(argc, argv, workstation::service::RunService);
+    auto const parsed = ParseServiceOptions(argc, argv);
+    if (int const* const status = std::get_if<int>(&parsed)) {
+        return *status;
+    }
+    return RunService(std::get<ServiceOptions>(parsed));
 }

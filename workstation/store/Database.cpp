@@ -3,13 +3,16 @@
 
 #include <sqlite3.h>
 
+#include <cerrno>
 #include <cstring>
 #include <new>
+
+#include "Failure.h"
 
 namespace workstation::store {
 namespace {
 
-// SQLite takes "file:..." for a URI and ":memory:" for no file at all; a path that begins with a
+// SQLite treats "file:..." as a URI and ":memory:" as no file at all. A path that begins with a
 // directory is always a path.
 std::string AsPlainPath(std::string const& path) {
     return path.starts_with('/') ? path : "./" + path;
@@ -38,9 +41,9 @@ Database::Database(std::string path, Mode mode)
     if (code != SQLITE_OK) {
         Fail("opening it");
     }
-    // SQLite falls back on reading alone where it may not write.
+    // SQLite opens a file that it may not write read-only, without an error.
     if (sqlite3_db_readonly(handle, "main") != 0) {
-        throw DatabaseError("database '" + path_ + "': not writable");
+        throw Failure(EROFS, "database '" + path_ + "': not writable");
     }
     sqlite3_busy_timeout(handle, databaseBusyTimeoutMs);
 }
@@ -66,10 +69,11 @@ bool Database::IsInTransaction() const {
 void Database::Fail(std::string const& doing) const {
     std::string text = "database '" + path_ + "': " + sqlite3_errmsg(handle_.get());
     int const systemError = sqlite3_system_errno(handle_.get());
-    if (IsSystemError(sqlite3_errcode(handle_.get())) && systemError != 0) {
+    bool const hasSystemError = IsSystemError(sqlite3_errcode(handle_.get())) && systemError != 0;
+    if (hasSystemError) {
         text += std::string(" (") + std::strerror(systemError) + ")";
     }
-    throw DatabaseError(text + " [" + doing + "]");
+    throw Failure(hasSystemError ? systemError : EIO, text + " [" + doing + "]");
 }
 
 void Database::Close::operator()(sqlite3* handle) const {

@@ -3,38 +3,31 @@
 
 #include <cstdint>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 struct sqlite3;
 
 namespace workstation::store {
 
-// What the database could not do and why, with the path of its file: one line for the log.
-class DatabaseError : public std::runtime_error {
-public:
-    using runtime_error::runtime_error;
-};
-
-// How long an operation waits for a lock that another connection holds.
+// How long an operation waits for a lock that another connection holds, in milliseconds.
 constexpr int databaseBusyTimeoutMs = 2000;
 
-// The one owner of a connection. Belongs to one thread at a time, and to the process that opened
-// it: never used across fork(2). Every failure is a DatabaseError.
+// Owns a connection. Used by one thread at a time, and only by the process that opened it: never
+// after fork(2). Every operation throws a Failure, whose text begins "database '<path>': ".
 class Database {
 public:
     enum class Mode { existing, create };
 
-    // Opens the file for reading and writing. `create` makes a missing one; an empty file is an
-    // empty database in either mode. The content is not looked at.
+    // Opens the file for reading and writing. `create` makes a missing one. An empty file is an
+    // empty database in both modes. The content is not checked.
     Database(std::string path, Mode mode);
 
     std::string const& Path() const { return path_; }
 
-    // Runs statements that have no parameters and whose rows are of no interest.
+    // Runs statements that have no parameters, and ignores their rows.
     void Execute(char const* script);
 
-    // The rows that the last INSERT, UPDATE or DELETE touched.
+    // The number of rows that the last INSERT, UPDATE or DELETE changed.
     int Changes() const;
     std::int64_t LastRowId() const;
     bool IsInTransaction() const;
@@ -42,7 +35,8 @@ public:
     // For the wrappers of SQLite only.
     sqlite3* Handle() const { return handle_.get(); }
 
-    // Throws the connection's last error. `doing` is the SQL that failed, or says it in words.
+    // Throws the last error of the connection. `doing` is the SQL that failed, or names the
+    // operation.
     [[noreturn]] void Fail(std::string const& doing) const;
 
 private:

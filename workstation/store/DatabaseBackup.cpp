@@ -16,19 +16,21 @@
 #include <system_error>
 #include <vector>
 
+#include "Failure.h"
 #include "FileDescriptor.h"
 #include "store/Database.h"
 
 namespace workstation::store {
 namespace {
 
-[[noreturn]] void Refuse(std::string const& target, std::string const& reason) {
-    // What stands behind a zero in the path would take the reason with it.
-    throw DatabaseError("backup '" + target.substr(0, target.find('\0')) + "': " + reason);
+[[noreturn]] void Refuse(std::string const& target, int error, std::string const& reason) {
+    // A zero in the path would end the text of the Failure.
+    throw Failure(error, "backup '" + target.substr(0, target.find('\0')) + "': " + reason);
 }
 
 [[noreturn]] void RefuseWithErrno(std::string const& target) {
-    Refuse(target, std::strerror(errno));
+    int const error = errno;
+    Refuse(target, error, std::strerror(error));
 }
 
 std::optional<struct stat> StatusOf(std::string const& path) {
@@ -45,12 +47,12 @@ bool IsSameFile(struct stat const& a, struct stat const& b) {
 
 void CheckExisting(struct stat const& target, std::string const& path, std::string const& source) {
     if (!S_ISREG(target.st_mode)) {
-        Refuse(path, "not a regular file");
+        Refuse(path, EINVAL, "not a regular file");
     }
     for (char const* const suffix : {"", "-wal", "-shm"}) {
         auto const own = StatusOf(source + suffix);
         if (own && IsSameFile(*own, target)) {
-            Refuse(path, "belongs to the database itself");
+            Refuse(path, EINVAL, "belongs to the database itself");
         }
     }
     if (access(path.c_str(), W_OK) != 0) {
@@ -58,18 +60,18 @@ void CheckExisting(struct stat const& target, std::string const& path, std::stri
     }
 }
 
-// A journal that is left beside the copy would be taken for the copy's own and played into it.
+// SQLite would treat a journal beside the copy as the copy's own, and apply it.
 void CheckJournals(std::string const& path) {
     for (char const* const suffix : {"-wal", "-journal"}) {
         if (StatusOf(path + suffix)) {
-            Refuse(path, "in use as a database, '" + path + suffix + "' exists");
+            Refuse(path, EBUSY, "in use as a database, '" + path + suffix + "' exists");
         }
     }
 }
 
 void CheckTarget(std::string const& path, std::string const& source) {
     if (path.empty() || path.find('\0') != std::string::npos) {
-        Refuse(path, "not a path");
+        Refuse(path, EINVAL, "not a path");
     }
     if (auto const status = StatusOf(path)) {
         CheckExisting(*status, path, source);
@@ -77,18 +79,18 @@ void CheckTarget(std::string const& path, std::string const& source) {
     CheckJournals(path);
 }
 
-// What a copy is called until it is complete: nobody else gives a file such a name.
+// In the name of an unfinished copy. No other program uses such names.
 std::string const copySuffix = ".StreamMgr-backup-";
 constexpr std::size_t randomSize = 6;
 
-// The copy itself goes last: while it is there, what a kill leaves of the others is found by it.
+// The copy itself is removed last: after a kill in between, the next backup still finds it.
 void RemoveCopy(std::string const& path) {
     for (char const* const suffix : {"-wal", "-shm", "-journal", ""}) {
         unlink((path + suffix).c_str());
     }
 }
 
-// A copy that is being made is locked; one that is not was left by a process that died.
+// A copy that is being made is locked. A process that died left one that is not.
 bool IsAbandoned(std::string const& path) {
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     return file && flock(file.Get(), LOCK_EX | LOCK_NB) == 0;
@@ -112,8 +114,8 @@ void RemoveAbandonedCopies(std::filesystem::path const& target) {
     }
 }
 
-// An empty file next to the target, removed with what SQLite put beside it unless it has taken the
-// target's place.
+// An empty file beside the target. The destructor removes it, with its journals, unless it has
+// replaced the target.
 class TemporaryFile {
 public:
     explicit TemporaryFile(std::string const& target)
@@ -133,7 +135,7 @@ public:
 
     std::string const& Path() const { return path_; }
 
-    void TakePlaceOfTarget() {
+    void ReplaceTarget() {
         if (rename(path_.c_str(), target_.c_str()) != 0) {
             RefuseWithErrno(target_);
         }
@@ -142,7 +144,7 @@ public:
 private:
     std::string target_;
     std::string path_;
-    FileDescriptor file_; // closed last: closing it would drop SQLite's own locks
+    FileDescriptor file_; // closing it would release SQLite's locks on the file
 };
 
 struct FinishBackup {
@@ -150,12 +152,12 @@ struct FinishBackup {
 };
 
 // In one step: a read transaction in the write-ahead log keeps no writer waiting, while a copy in
-// portions would begin anew with every change.
+// several steps would start again with every change.
 void CopyPages(Database const& from, Database const& to) {
     std::unique_ptr<sqlite3_backup, FinishBackup> backup(
         sqlite3_backup_init(to.Handle(), "main", from.Handle(), "main"));
     bool const isCopied = backup && sqlite3_backup_step(backup.get(), -1) == SQLITE_DONE;
-    backup.reset(); // hands its error over to the connection
+    backup.reset(); // sets the error of the connection
     if (!isCopied) {
         to.Fail("copying '" + from.Path() + "'");
     }
@@ -166,7 +168,7 @@ void Copy(std::string const& source, std::string const& target) {
     Database to(target, Database::Mode::existing);
     to.Execute("PRAGMA journal_mode = OFF");
     CopyPages(from, to);
-    to.Execute("PRAGMA journal_mode = DELETE"); // the mark for a write-ahead log came with the copy
+    to.Execute("PRAGMA journal_mode = DELETE"); // the copy says that it has a write-ahead log
 }
 
 } // namespace
@@ -176,7 +178,7 @@ void BackUpDatabase(std::string const& source, std::string const& target) {
     RemoveAbandonedCopies(target);
     TemporaryFile copy(target);
     Copy(source, copy.Path());
-    copy.TakePlaceOfTarget();
+    copy.ReplaceTarget();
 }
 
 } // namespace workstation::store

@@ -5,15 +5,16 @@
 
 namespace workstation::store {
 
-// Copies the database at `source` to `target`, over an existing file; the copy is one file that
-// needs nothing beside it. `target` is the old file or the whole new one at any moment, and the old
-// one when this fails, with a DatabaseError. Other connections go on reading and writing; the copy
-// is the state of one moment. Until it is complete it is called like the target with
-// ".StreamMgr-backup-" and six characters behind; such copies of processes that died are removed by
-// the next one to the same target.
+// Copies the database at `source` to `target`. The copy is a single file. It is the state of the
+// database at one moment; other connections can read and write meanwhile. An existing file is
+// replaced at once when the copy is complete. Throws a Failure; then the existing file is
+// unchanged.
 //
-// Refused: what is no regular file, may not be written, is the source itself, or is in use as a
-// database.
+// An unfinished copy is named after the target, with ".StreamMgr-backup-" and six characters
+// appended. The next backup to the same target removes those of processes that died.
+//
+// A target is refused when it is not a regular file, may not be written, is the source itself, or
+// is in use as a database.
 void BackUpDatabase(std::string const& source, std::string const& target);
 
 } // namespace workstation::store

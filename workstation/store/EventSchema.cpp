@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "Failure.h"
 #include "store/Database.h"
 #include "store/Statement.h"
 #include "store/Transaction.h"
@@ -67,7 +68,7 @@ std::string ReadText(Database const& database, std::string const& sql) {
 }
 
 [[noreturn]] void Refuse(Database const& database, std::string const& reason) {
-    throw DatabaseError("database '" + database.Path() + "': " + reason);
+    throw Failure(EINVAL, "database '" + database.Path() + "': " + reason);
 }
 
 bool IsNew(Database const& database) {
@@ -93,7 +94,7 @@ void CheckContent(Database const& database) {
     }
 }
 
-// The marks lie in the file itself, and come with the tables or not at all.
+// The application id and the version are stored in the same transaction as the tables.
 void Create(Database& database) {
     Transaction transaction(database);
     database.Execute(createTables);

@@ -5,8 +5,9 @@ namespace workstation::store {
 
 class Database;
 
-// Makes the tables in an empty database; refuses, untouched, one that is damaged, was made by
-// another program or has another version. Sets the connection up for the event store.
+// Creates the tables in an empty database, and sets the connection up for the event store. Throws a
+// Failure, and leaves the database unchanged, when it is damaged, was made by another program or
+// has another version.
 void PrepareEventDatabase(Database& database);
 
 } // namespace workstation::store

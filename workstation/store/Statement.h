@@ -16,8 +16,8 @@ struct sqlite3_stmt;
 
 namespace workstation::store {
 
-// Values reach the database as parameters only, never as part of the text: any bytes will do, also
-// quotes and zeros. The value that comes first is ?1.
+// Values reach the database as parameters only, never as part of the SQL: they may contain any
+// bytes, also quotes and zeros. The first value is ?1.
 class Statement {
 public:
     template <class... Values>
@@ -28,7 +28,8 @@ public:
         (Bind(++parameter, values), ...);
     }
 
-    // True when there is a row to read, false when the statement has ended.
+    // True when there is a row to read, false at the end. Throws a Failure, as the constructor
+    // does.
     bool Step();
 
     // A column of the row, counted from 0; NULL reads as 0 or as an empty text.
@@ -53,6 +54,11 @@ private:
     std::unique_ptr<sqlite3_stmt, Finalize> statement_;
 };
 
+// For QueryAll and QueryFirst: the first column.
+inline std::int64_t ReadFirstNumber(Statement const& row) {
+    return row.Number(0);
+}
+
 // Runs a statement to its end.
 template <class... Values>
 void Execute(Database const& database, std::string_view sql, Values const&... values) {
@@ -61,7 +67,7 @@ void Execute(Database const& database, std::string_view sql, Values const&... va
     }
 }
 
-// What `read` makes of each row; the statement has ended on return.
+// Returns what `read` returns for each row. The statement has ended on return.
 template <class Read, class... Values>
 auto QueryAll(Database const& database, Read read, std::string_view sql, Values const&... values) {
     std::vector<std::invoke_result_t<Read, Statement const&>> rows;
@@ -72,7 +78,7 @@ auto QueryAll(Database const& database, Read read, std::string_view sql, Values 
     return rows;
 }
 
-// What `read` makes of the first row, if there is one.
+// Returns what `read` returns for the first row; null when there is no row.
 template <class Read, class... Values>
 auto QueryFirst(Database const& database, Read read, std::string_view sql,
                 Values const&... values) {

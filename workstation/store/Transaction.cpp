@@ -1,4 +1,4 @@
-// Changes to a database that happen together or not at all.
+// A database transaction.
 #include "store/Transaction.h"
 
 #include <sqlite3.h>
@@ -12,8 +12,8 @@ Transaction::Transaction(Database& database)
     database_.Execute("BEGIN IMMEDIATE");
 }
 
-// SQLite itself rolls back on some errors (a full disk). A rollback that fails leaves the rest to
-// the next connection: nothing was committed.
+// On some errors, such as a full disk, SQLite has already rolled back. After a rollback that fails,
+// the next connection rolls back: nothing was committed.
 Transaction::~Transaction() {
     if (database_.IsInTransaction()) {
         sqlite3_exec(database_.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);

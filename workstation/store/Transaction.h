@@ -1,12 +1,13 @@
-// Changes to a database that happen together or not at all.
+// A database transaction.
 #pragma once
 
 namespace workstation::store {
 
 class Database;
 
-// Rolled back by the destructor unless committed. Takes the write lock at once, so that what is
-// read inside still holds when it is written. Statements made inside must have ended before Commit.
+// The destructor rolls back a transaction that was not committed. Takes the write lock at the
+// start: what was read inside is still valid when it is written. Statements must have ended before
+// Commit. The constructor and Commit throw a Failure.
 class Transaction {
 public:
     explicit Transaction(Database& database);

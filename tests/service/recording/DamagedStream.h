@@ -1,4 +1,4 @@
-// Transport streams in which some bytes are no packets, for the tests that sort them out.
+// Transport streams in which some bytes are no packets.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// What stands around a recording in its tests.
+// The clock, the ticks and the target of a recording, for tests.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,6 +13,7 @@
 
 #include "service/recording/RecordingClock.h"
 #include "service/recording/RecordingTarget.h"
+#include "service/recording/TickSource.h"
 
 namespace recording_test {
 
@@ -21,7 +22,7 @@ class FakeClock : public workstation::service::recording::RecordingClock {
 public:
     Time Now() const override { return now_; }
     WallTime WallNow() const override { return wallNow_; }
-    void WaitUntil(Time time, workstation::service::recording::StopEvent const&) override {
+    void WaitUntil(Time time) override {
         waits_.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(time - start_));
         Advance(time - now_);
     }
@@ -44,24 +45,22 @@ private:
     std::vector<std::chrono::milliseconds> waits_;
 };
 
-// Hands out numbers as the service does, and notes how.
+// Reserves numbers as the service does, and counts the reservations.
 class FakeTicks : public workstation::service::recording::TickSource {
 public:
     explicit FakeTicks(std::uint32_t first)
         : next_(first) {}
 
-    std::uint32_t ReserveTicks(int stream, std::uint32_t count) override {
+    std::uint32_t ReserveTicks(std::uint32_t count) override {
         if (fails_) {
             throw std::runtime_error("no ticks");
         }
-        EXPECT_EQ(stream, 2);
         ++reservations_;
         std::uint32_t const first = next_;
         next_ += count;
         return first;
     }
-    void ReturnTicks(int stream, std::uint32_t next) override {
-        EXPECT_EQ(stream, 2);
+    void ReturnTicks(std::uint32_t next) override {
         EXPECT_FALSE(wereReturned_);
         wereReturned_ = true;
         next_ = next;
@@ -79,18 +78,21 @@ private:
     bool fails_ = false;
 };
 
-// Keeps what is recorded. While that goes on, only its calls may be asked for.
+// Keeps what is recorded. During the recording only Calls and Await may be called.
 class FakeTarget : public workstation::service::recording::RecordingTarget {
 public:
-    void Begin(workstation::service::recording::StopEvent const& stop) override {
+    // `stop` ends what a test lets the target wait for.
+    explicit FakeTarget(workstation::service::recording::StopEvent const& stop)
+        : stop_(stop) {}
+
+    void Begin() override {
         if (failsToBegin_) {
             throw std::runtime_error("no disk");
         }
         Note("begin");
-        Wait(stop, waitsToBegin_);
+        Wait(waitsToBegin_);
     }
-    void Write(workstation::service::recording::TickedPackets const& packets,
-               workstation::service::recording::StopEvent const& stop) override {
+    void Write(workstation::service::recording::TickedPackets const& packets) override {
         EXPECT_FALSE(packets.bytes.empty());
         for (auto const& tick : packets.ticks) {
             ticks_.push_back({bytes_.size() + tick.offset, tick.stamp});
@@ -99,7 +101,7 @@ public:
         writes_.push_back(packets.bytes.size());
         Note("write");
         onWrite_();
-        Wait(stop, waitsToWrite_);
+        Wait(waitsToWrite_);
     }
     void End() override { Note("end"); }
 
@@ -109,7 +111,7 @@ public:
     void WaitToWrite() { waitsToWrite_ = true; }
     void OnWrite(std::function<void()> action) { onWrite_ = std::move(action); }
 
-    // Behind the recording.
+    // After the recording.
     std::vector<unsigned char> const& Bytes() const { return bytes_; }
     std::vector<workstation::service::recording::PlacedTick> const& Ticks() const { return ticks_; }
     std::vector<std::size_t> const& Writes() const { return writes_; }
@@ -144,12 +146,13 @@ private:
         calls_.push_back(call);
         changed_.notify_all();
     }
-    static void Wait(workstation::service::recording::StopEvent const& stop, bool waits) {
+    void Wait(bool waits) const {
         if (waits) {
-            EXPECT_TRUE(stop.WaitFor(std::chrono::seconds(60)));
+            EXPECT_TRUE(stop_.WaitFor(std::chrono::seconds(60)));
         }
     }
 
+    workstation::service::recording::StopEvent const& stop_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<std::string> calls_;

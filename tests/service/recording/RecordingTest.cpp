@@ -1,7 +1,10 @@
-// Sources of all kinds are recorded, and what is wrong with them is told.
+// Sources of all kinds are recorded, and their faults are reported.
 #include "service/recording/Recording.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <array>
 
 #include "service/recording/DamagedStream.h"
 #include "service/recording/Fakes.h"
@@ -64,7 +67,7 @@ protected:
         }
         return packets;
     }
-    // What is recorded bears the ticks that the target was told of, numbered without a gap.
+    // The recording contains the ticks that the target was given, numbered without a gap.
     void CheckTicks() const {
         ts_test::Ticks told;
         for (PlacedTick const& tick : target_.Ticks()) {
@@ -83,7 +86,7 @@ protected:
     StopEvent stop_;
     FakeClock clock_;
     FakeTicks ticks_{500};
-    FakeTarget target_;
+    FakeTarget target_{stop_};
     Lines lines_;
 };
 
@@ -186,6 +189,23 @@ TEST_F(RecordingTest, SourceThatCannotBeReadIsTold) {
     RecordFast("/proc/self/mem"); // nothing is at address 0
     EXPECT_EQ(lines_, Lines({"stream 2: cannot read '/proc/self/mem': Input/output error"}));
     EXPECT_EQ(target_.Calls(), "");
+}
+
+TEST_F(RecordingTest, PacketsBeforeAFailureToReadAreRecorded) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    FileDescriptor sender(ends[0]);
+    FileDescriptor const receiver(ends[1]);
+    auto const stream = DamagedStream().Good(100);
+    ASSERT_EQ(write(sender.Get(), stream.All().data(), stream.All().size()),
+              static_cast<ssize_t>(stream.All().size()));
+    ASSERT_EQ(write(receiver.Get(), "x", 1), 1); // closing with unread bytes resets the connection
+    sender.Reset();
+    StandardInput const input(receiver);
+    RecordFast("-");
+    EXPECT_EQ(Packets(), stream.All());
+    EXPECT_EQ(lines_, Lines({"stream 2: cannot read standard input: Connection reset by peer"}));
+    EXPECT_EQ(target_.Calls(), "begin write end");
 }
 
 TEST_F(RecordingTest, FileThatIsNoTransportStreamBeginsNoRecording) {

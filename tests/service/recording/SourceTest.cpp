@@ -1,4 +1,4 @@
-// Bytes come from files, pipes and standard input, and nothing of them holds up the end.
+// Bytes are read from files, pipes, devices and standard input, and every wait can be stopped.
 #include "service/recording/Source.h"
 
 #include <fcntl.h>
@@ -7,10 +7,11 @@
 #include <unistd.h>
 
 #include <array>
-#include <system_error>
 #include <thread>
 
+#include "service/recording/InterruptingSignal.h"
 #include "service/recording/TestDirectory.h"
+#include "support/FailureOf.h"
 
 namespace {
 
@@ -25,26 +26,14 @@ constexpr int endless = -1;
 
 class SourceTest : public testing::Test {
 protected:
-    static Source Open(std::string const& name) {
-        std::string error;
-        auto source = Source::Open(name, error);
-        if (!source) {
-            throw std::runtime_error(name + ": " + error);
-        }
-        return std::move(*source);
-    }
-    static std::string WhyNot(std::string const& name) {
-        std::string error;
-        EXPECT_FALSE(Source::Open(name, error));
-        return error;
-    }
+    Source Open(std::string const& name) { return Source::Open(name, stop_); }
     std::string Read(Source& source) {
-        auto const result = source.Read(room_, stop_, endless);
+        auto const result = source.Read(room_, endless);
         EXPECT_EQ(result.outcome, Outcome::bytes);
         return {room_.begin(), room_.begin() + static_cast<std::ptrdiff_t>(result.size)};
     }
     Outcome ReadOutcome(Source& source, int timeoutMs = endless) {
-        return source.Read(room_, stop_, timeoutMs).outcome;
+        return source.Read(room_, timeoutMs).outcome;
     }
 
     TestDirectory directory_;
@@ -64,15 +53,17 @@ TEST_F(SourceTest, FileIsReadToItsEndAndAgain) {
 }
 
 TEST_F(SourceTest, WhatIsNoSourceIsRefused) {
-    EXPECT_EQ(WhyNot(directory_.Path("missing")), "No such file or directory");
-    EXPECT_EQ(WhyNot(directory_.Path("")), "Is a directory");
+    auto const openMissing = [this] { Open(directory_.Path("missing")); };
+    EXPECT_EQ(FailureOf(openMissing), "No such file or directory");
+    EXPECT_EQ(ErrorOf(openMissing), ENOENT);
+    EXPECT_EQ(FailureOf([this] { Open(directory_.Path("")); }), "Is a directory");
 }
 
 TEST_F(SourceTest, PipeIsLive) {
     std::string const path = directory_.Fifo("pipe");
     Source source = Open(path);
     EXPECT_TRUE(source.IsLive());
-    // Nobody has opened the other end: that is not the end of the source.
+    // No process has opened the other end: that is not the end of the source.
     EXPECT_EQ(ReadOutcome(source, 0), Outcome::timeout);
     FileDescriptor writer(open(path.c_str(), O_WRONLY | O_CLOEXEC));
     EXPECT_EQ(ReadOutcome(source, 0), Outcome::timeout);
@@ -107,24 +98,38 @@ TEST_F(SourceTest, SetStopGoesBeforeBytes) {
 
 TEST_F(SourceTest, StopEndsAReadThatWaits) {
     Source source = Open(directory_.Fifo("pipe"));
-    Outcome outcome = Outcome::failed;
+    Outcome outcome = Outcome::end;
     std::thread reader([&] { outcome = ReadOutcome(source); });
     stop_.Set();
     reader.join();
     EXPECT_EQ(outcome, Outcome::stopped);
 }
 
-TEST_F(SourceTest, FailureBearsItsReason) {
+TEST_F(SourceTest, SignalsDoNotEndAReadThatWaits) {
+    InterruptingSignal const signal;
+    std::string const path = directory_.Fifo("pipe");
+    Source source = Open(path);
+    Outcome outcome{};
+    {
+        std::jthread reader([&] { EXPECT_NO_THROW(outcome = ReadOutcome(source)); });
+        signal.Interrupt(reader.native_handle());
+        FileDescriptor const writer(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+        ASSERT_EQ(write(writer.Get(), "abc", 3), 3);
+    }
+    EXPECT_EQ(outcome, Outcome::bytes);
+}
+
+TEST_F(SourceTest, FailureHasTheReason) {
     // Memory of this process from address 0 on cannot be read.
     Source source = Open("/proc/self/mem");
-    auto const result = source.Read(room_, stop_, endless);
-    EXPECT_EQ(result.outcome, Outcome::failed);
-    EXPECT_EQ(result.error, EIO);
+    auto const read = [&] { source.Read(room_, endless); };
+    EXPECT_EQ(FailureOf(read), "Input/output error");
+    EXPECT_EQ(ErrorOf(read), EIO);
 }
 
 TEST_F(SourceTest, WhatCannotGoBackSaysSo) {
     Source source = Open(directory_.Fifo("pipe"));
-    EXPECT_THROW(source.Rewind(), std::system_error);
+    EXPECT_EQ(FailureOf([&] { source.Rewind(); }), "lseek: Illegal seek");
 }
 
 } // namespace

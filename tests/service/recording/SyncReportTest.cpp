@@ -1,4 +1,4 @@
-// Loss and recovery of sync are told, without flooding the log.
+// Loss and recovery of sync are reported, without flooding the log.
 #include "service/recording/SyncReport.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ protected:
     }
 
     RecordingClock::Time now_;
-    AlignmentCounts counts_;
+    SyncCounts counts_;
     Lines lines_;
     SyncReport report_{[this](std::string const& text) { lines_.push_back(text); }};
 };

@@ -1,4 +1,4 @@
-// Files for a test, gone when it ends.
+// Files of a test, removed when it ends.
 #pragma once
 
 #include <fcntl.h>
@@ -44,8 +44,9 @@ private:
 class StandardInput {
 public:
     explicit StandardInput(std::string const& path)
+        : StandardInput(workstation::FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC))) {}
+    explicit StandardInput(workstation::FileDescriptor const& file)
         : former_(dup(STDIN_FILENO)) {
-        workstation::FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
         EXPECT_EQ(dup2(file.Get(), STDIN_FILENO), STDIN_FILENO);
     }
     ~StandardInput() { dup2(former_.Get(), STDIN_FILENO); }

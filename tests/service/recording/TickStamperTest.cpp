@@ -1,4 +1,4 @@
-// Ticks bear reserved numbers, and times that follow the stream and the clock.
+// Ticks have reserved numbers, and times that follow the stream and the clock.
 #include "service/recording/TickStamper.h"
 
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ protected:
     RecordingClock::WallTime now_ = RecordingClock::WallTime() + 1000s;
     std::uint64_t pcr_ = 7777 * ms;
     FakeTicks ticks_{100};
-    TickStamper stamper_{ticks_, 2};
+    TickStamper stamper_{ticks_};
     TickedBlock block_;
 };
 
@@ -78,7 +78,7 @@ TEST_F(TickStamperTest, BlockIsAppendedTo) {
 }
 
 TEST_F(TickStamperTest, TimeIsThatOfTheFirstPacketAndGoesOnWithTheStream) {
-    now_ += 900ms; // of a second: ticks bear whole ones
+    now_ += 900ms; // ticks carry whole seconds
     Pass(PcrPacket(pcr_));
     PassSeconds(1, 0ms); // the clock stands still, as it seems when a file is read fast
     auto const stamps = Stamps();
@@ -156,7 +156,7 @@ TEST_F(TickStamperTest, LongestStepOfThePcrStaysWithinWhatIsReserved) {
 
 TEST_F(TickStamperTest, NumbersMayWrap) {
     FakeTicks ticks(0xFFFFFFF0);
-    TickStamper stamper(ticks, 2);
+    TickStamper stamper(ticks);
     for (unsigned int i = 0; i <= 1300; ++i) {
         stamper.Pass(PcrPacket(50 * ms * i), now_, block_);
     }

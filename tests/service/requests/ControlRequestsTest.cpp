@@ -1,10 +1,11 @@
-// The requests that concern the service itself.
+// The requests about the service itself.
 #include "service/requests/ControlRequests.h"
 
 #include <gmock/gmock.h>
 
 #include "Item.h"
 #include "api/ServiceMessages.h"
+#include "ipc/Endpoint.h"
 #include "ipc/Payload.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"

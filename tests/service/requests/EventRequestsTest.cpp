@@ -1,11 +1,12 @@
-// The requests that concern events and stream files.
+// The requests about events, stream files and the database.
 #include "service/requests/EventRequests.h"
 
 #include "Item.h"
 #include "api/ServiceMessages.h"
+#include "ipc/Endpoint.h"
 #include "ipc/Payload.h"
 #include "service/PoolAndStore.h"
-#include "service/ring/FileRing.h"
+#include "service/ring/FileAllocator.h"
 
 using namespace workstation;
 using namespace workstation::service;
@@ -30,7 +31,7 @@ protected:
     // Files of one packet, one after the other, with one tick each from tick 0, time 1000 on.
     void Record(int stream, unsigned int count) {
         for (unsigned int file = 0; file < count; ++file, ++nextTick_) {
-            auto const taken = ring_.Take(stream);
+            auto const taken = files_.Take(stream);
             ASSERT_TRUE(taken);
             auto const contents = ContentsOf(188, nextTick_, nextTick_);
             taken->Append(std::vector<unsigned char>(188, 0x47), contents, 0);
@@ -43,7 +44,7 @@ protected:
         router_.Handle(request);
     }
 
-    // Asks and decodes the answer; false when there is none or another one.
+    // Sends a request and decodes the answer. False when no answer, or another one, comes.
     bool Ask(std::uint32_t id, std::vector<char> payload, std::uint32_t replyId,
              std::initializer_list<Item*> answer) {
         Tell(id, std::move(payload));
@@ -58,7 +59,7 @@ protected:
         return done.Value();
     }
 
-    // The new event's identifier; empty when there is none.
+    // The identifier of the new event; empty when none was made.
     std::string AfterTheFact(int start, int stop, unsigned int state) {
         IntItem startItem(start);
         IntItem stopItem(stop);
@@ -78,7 +79,7 @@ protected:
     }
 
     PoolAndStore parts_{6};
-    ring::FileRing ring_{parts_.Pool(), parts_.Store()};
+    ring::FileAllocator files_{parts_.Session(), parts_.Store()};
     ipc::Endpoint service_ = ipc::Endpoint::Open("Service");
     ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     RequestRouter router_;
@@ -146,19 +147,20 @@ TEST_F(EventRequestsTest, FileChainIsLoggedWithOrWithoutTheWiped) {
     std::string const second =
         "  file 2, 188 bytes, ticks 1 to 1, 1970-01-01 00:16:41 to 1970-01-01 00:16:41";
     EXPECT_THAT(parts_.Log(),
-                ElementsAre("file chain requested by Client", "file chain of stream 1: 2 files",
+                ElementsAre("file chain requested by Client",
+                            "file chain of stream 2 (requested as 1): 2 files",
                             "  file 1, 188 bytes, ticks 0 to 0, 1970-01-01 00:16:40 to "
                             "1970-01-01 00:16:40, wiped",
                             second, "file chain requested by Client",
-                            "file chain of stream 1: 1 files", second));
+                            "file chain of stream 2 (requested as 1): 1 files", second));
 }
 
 TEST_F(EventRequestsTest, ChainOfAStreamThatDoesNotExistIsToldSo) {
     UIntItem stream(4);
     BoolItem withWiped(true);
     Tell(api::logFileChainRequest, ipc::EncodeItems({&stream, &withWiped}));
-    EXPECT_THAT(parts_.Log(),
-                ElementsAre("file chain requested by Client", "there is no stream 4"));
+    EXPECT_THAT(parts_.Log(), ElementsAre("file chain requested by Client",
+                                          "there is no stream 5 (requested as 4)"));
 }
 
 TEST_F(EventRequestsTest, SplitUsesAtLeastTheSizeOfASlot) {
@@ -210,10 +212,10 @@ TEST_F(EventRequestsTest, ChangedFileSizeReachesTheDatabase) {
     IntItem number(1);
     EXPECT_TRUE(Done(api::updateFileSizeRequest, ipc::EncodeItems({&number})));
     EXPECT_EQ(parts_.Store().Chain(1, false)[0].size, 1000U);
-    EXPECT_TRUE(parts_.Info(1).streamDbMatch);
+    EXPECT_TRUE(parts_.IsKnown(1));
     number.Value(5);
     EXPECT_TRUE(Done(api::updateFileSizeRequest, ipc::EncodeItems({&number})));
-    EXPECT_FALSE(parts_.Info(5).streamDbMatch);
+    EXPECT_FALSE(parts_.IsKnown(5));
     for (int unknown : {0, -1, 7}) {
         number.Value(unknown);
         EXPECT_FALSE(Done(api::updateFileSizeRequest, ipc::EncodeItems({&number})));

@@ -1,4 +1,4 @@
-// Requests find their handlers, and the log tells what was asked and by whom.
+// Requests reach their handlers and are logged with their sender.
 #include "service/requests/RequestRouter.h"
 
 #include <gmock/gmock.h>

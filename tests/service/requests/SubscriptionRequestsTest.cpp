@@ -1,4 +1,4 @@
-// The requests of those who want to be told.
+// The requests of clients that subscribe to notifications.
 #include "service/requests/SubscriptionRequests.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,7 @@
-// The figures of the storage, and how they are told.
+// The storage figures, in the log and in notifications.
 #include "service/subscribers/StorageFigures.h"
 
+#include "pool/PoolSession.h"
 #include "service/PoolAndStore.h"
 
 using namespace workstation;
@@ -9,13 +10,13 @@ using namespace workstation::service::subscribers;
 
 namespace {
 
-// By file:  1 empty   2 recorded   3 held, in the buffer   4 held, behind it   5 being written
+// By file:  1 empty   2 recorded   3 held, in the buffer   4 held, not in it   5 being written
 TEST(StorageFigures, EveryFileCountsOnceInTheSum) {
     PoolAndStore parts(5);
     for (int number : {2, 3, 4}) {
         parts.Load(number, std::vector<unsigned char>(188));
     }
-    pool::PoolImage::Open(PoolPath())->Set(5, pool::EntryWord::controller, 2);
+    parts.Pool().Set(5, pool::EntryWord::controller, 2);
     auto const figures = CountStorage(parts.Pool(), store::HeldFiles{{3}, {4}});
     EXPECT_EQ(figures, (StorageFigures{5 * 96256, 3 * 96256, 96256, 96256, 96256}));
     EXPECT_EQ(figures.total, figures.buffer + figures.untransferredNotInBuffer + figures.free);

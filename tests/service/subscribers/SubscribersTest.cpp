@@ -1,10 +1,11 @@
-// Subscribers are told without ever being waited for.
+// Subscribers are notified and never waited for.
 #include "service/subscribers/Subscribers.h"
 
 #include <gmock/gmock.h>
 
 #include <optional>
 
+#include "ipc/Endpoint.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
@@ -82,7 +83,7 @@ TEST_F(SubscribersTest, OneThatIsGoneIsDropped) {
     EXPECT_THAT(log_.Entries(), ElementsAre("subscriber Client is gone"));
 }
 
-// Tells of a start and a stop in turn until so many wait, and returns all that was told.
+// Notifies of a start and a stop in turn until so many wait. Returns all notifications.
 std::vector<std::string> SubscribersTest::TellUntilWaiting(std::size_t count) {
     std::vector<std::string> told;
     std::size_t waiting = 0;

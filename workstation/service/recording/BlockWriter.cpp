@@ -1,4 +1,4 @@
-// Hands a recording to its target in blocks.
+// Collects the packets of a recording and writes them to its target in blocks.
 #include "service/recording/BlockWriter.h"
 
 #include <utility>
@@ -8,7 +8,6 @@
 namespace workstation::service::recording {
 namespace {
 
-constexpr std::size_t blockSize = 1024 * ts::tsPacketSize;
 constexpr std::chrono::milliseconds longestWait(250);
 
 } // namespace
@@ -22,7 +21,7 @@ BlockWriter::BlockWriter(RecordingTarget& target, TickStamper stamper, Recording
 
 void BlockWriter::Add(std::span<unsigned char const> packets) {
     if (!hasBegun_) {
-        target_.Begin(stop_);
+        target_.Begin();
         hasBegun_ = true;
     }
     if (stop_.IsSet()) {
@@ -33,14 +32,14 @@ void BlockWriter::Add(std::span<unsigned char const> packets) {
     if (!due_) {
         due_ = now + longestWait;
     }
-    if (block_.bytes.size() >= blockSize || now >= *due_) {
+    if (block_.bytes.size() >= ts::tsBlockSize || now >= *due_) {
         Flush();
     }
 }
 
 void BlockWriter::Flush() {
     if (!block_.bytes.empty()) {
-        target_.Write(block_, stop_);
+        target_.Write(block_);
     }
     block_.Clear();
     due_.reset();

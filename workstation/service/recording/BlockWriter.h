@@ -1,4 +1,4 @@
-// Hands a recording to its target in blocks.
+// Collects the packets of a recording and writes them to its target in blocks.
 #pragma once
 
 #include <optional>
@@ -10,8 +10,8 @@
 
 namespace workstation::service::recording {
 
-// Packets wait for others to be written with, but not for long: so that a block is worth its effort
-// and a live stream is seen soon.
+// A block is written when it has 1,024 packets, or when its first packet has waited for 250 ms: few
+// writes, and a live stream is seen soon.
 class BlockWriter {
 public:
     using Time = RecordingClock::Time;
@@ -19,17 +19,17 @@ public:
     BlockWriter(RecordingTarget& target, TickStamper stamper, RecordingClock& clock,
                 StopEvent const& stop);
 
-    // Takes the next packets of the recording, which begins with the first ones, and writes a block
-    // when it is time to.
+    // Takes the next packets, and writes a block when one is due. The first call begins the
+    // recording.
     void Add(std::span<unsigned char const> packets);
 
-    // When packets have waited long enough; none when no packets wait.
+    // When the packets that wait are due; null when no packets wait.
     std::optional<Time> Due() const { return due_; }
 
     // Writes the packets that wait.
     void Flush();
 
-    // Writes what waits, and gives the rest of the tick numbers back.
+    // Writes the packets that wait, and returns the tick numbers that were not used.
     void Complete();
 
     // Ends the recording if it has begun, also after a failure.

@@ -3,18 +3,17 @@
 
 #include <algorithm>
 #include <exception>
-#include <system_error>
 
 namespace workstation::service::recording {
 namespace {
 
-// So much without a packet is no transport stream. What follows is looked through slowly, so that a
-// source that never ends takes no processor time to speak of.
+// After so many bytes without a packet, a source is reported as no transport stream. It is then
+// searched on slowly, so that a source that never ends takes little processor time.
 constexpr std::uint64_t noStreamSize = 1 << 20;
 constexpr std::chrono::milliseconds noStreamPause(10);
 
-std::string Dropped(std::uint64_t size) {
-    return std::to_string(size) + " bytes dropped";
+std::string NameOf(std::string const& source) {
+    return source == "-" ? "standard input" : "'" + source + "'";
 }
 
 } // namespace
@@ -22,91 +21,84 @@ std::string Dropped(std::uint64_t size) {
 Recording::Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
                      RecordingClock& clock, Report report, StopEvent const& stop)
     : settings_(std::move(settings))
+    , sourceName_(NameOf(settings_.source))
     , clock_(clock)
     , report_([prefix = "stream " + std::to_string(settings_.stream) + ": ",
                report = std::move(report)](std::string const& text) { report(prefix + text); })
     , stop_(stop)
-    , writer_(target, TickStamper(ticks, settings_.stream), clock, stop)
+    , writer_(target, TickStamper(ticks), clock, stop)
     , syncReport_(report_) {}
 
-void Recording::Run() {
-    Attempt(&Recording::RecordSource);
-    Attempt(&Recording::EndRecording);
-}
-
-void Recording::Attempt(void (Recording::*step)()) {
+// Reports an operation that throws.
+template <typename Operation>
+void Recording::Attempt(std::string const& what, Operation operation) {
     try {
-        (this->*step)();
+        operation();
     } catch (std::exception const& failure) {
-        report_(std::string("recording failed: ") + failure.what());
+        report_(what + ": " + failure.what());
     }
 }
 
-void Recording::RecordSource() {
-    std::string error;
-    auto source = Source::Open(settings_.source, error);
+void Recording::Run() {
+    std::optional<Source> source;
+    Attempt("cannot open " + sourceName_,
+            [&] { source.emplace(Source::Open(settings_.source, stop_)); });
     if (!source) {
-        report_("cannot open " + SourceName() + ": " + error);
         return;
     }
-    bool const mayLoop = settings_.loops && !source->IsLive();
+    Attempt("recording failed", [&] { RecordSource(*source); });
+    Attempt("recording failed", [&] { writer_.End(); });
+}
+
+void Recording::RecordSource(Source& source) {
+    bool const mayLoop = settings_.loops && !source.IsLive();
     std::uint64_t packetsBefore = 0;
-    while (RecordOnce(*source) == Source::Outcome::end) {
+    while (RecordOnce(source)) {
         bool const hadPackets = earlier_.packets > packetsBefore;
         if (!mayLoop || !hadPackets) {
             ReportEnd();
             break;
         }
         packetsBefore = earlier_.packets;
-        source->Rewind();
+        source.Rewind();
     }
     writer_.Complete();
 }
 
-void Recording::EndRecording() {
-    writer_.End();
-}
-
-// Takes the source from its beginning to its end, or as far as it goes.
-Source::Outcome Recording::RecordOnce(Source& source) {
-    PacketAligner aligner;
+// Records from where the source stands. True at its end; false when the recording is to stop, or
+// when reading failed.
+bool Recording::RecordOnce(Source& source) {
+    PacketAssembler assembler;
     bool const isPaced = !source.IsLive() && !settings_.isFast;
-    Source::Outcome outcome{};
+    std::optional<Source::Result> result;
     do {
-        outcome = ReadMore(source, aligner);
-        TakePackets(aligner, isPaced);
-        WatchSync(aligner);
-    } while (outcome == Source::Outcome::bytes || outcome == Source::Outcome::timeout);
-    earlier_ = earlier_ + aligner.Counts();
-    return outcome;
+        result = Read(source, assembler);
+        TakePackets(assembler, isPaced);
+        WatchSync(assembler);
+    } while (result && (result->outcome == Source::Outcome::bytes ||
+                        result->outcome == Source::Outcome::timeout));
+    earlier_ = earlier_ + assembler.Counts();
+    return result && result->outcome == Source::Outcome::end;
 }
 
-Source::Outcome Recording::ReadMore(Source& source, PacketAligner& aligner) {
-    auto const result = source.Read(aligner.Room(), stop_, WaitMs());
-    switch (result.outcome) {
-    case Source::Outcome::bytes:
-        aligner.Filled(result.size);
-        break;
-    case Source::Outcome::timeout:
+// Hands the next bytes of the source on. Null when reading failed, which is reported.
+std::optional<Source::Result> Recording::Read(Source& source, PacketAssembler& assembler) {
+    std::optional<Source::Result> result;
+    Attempt("cannot read " + sourceName_,
+            [&] { result = source.Read(assembler.Room(), WaitMs()); });
+    if (!result || result->outcome == Source::Outcome::end) {
+        assembler.End();
+    } else if (result->outcome == Source::Outcome::bytes) {
+        assembler.Filled(result->size);
+    } else if (result->outcome == Source::Outcome::timeout) {
         writer_.Flush();
-        break;
-    case Source::Outcome::failed:
-        report_("cannot read " + SourceName() + ": " +
-                std::generic_category().message(result.error));
-        aligner.End();
-        break;
-    case Source::Outcome::end:
-        aligner.End();
-        break;
-    case Source::Outcome::stopped:
-        break;
     }
-    return result.outcome;
+    return result;
 }
 
-void Recording::TakePackets(PacketAligner& aligner, bool isPaced) {
-    for (auto packets = aligner.Next(); !packets.empty() && !stop_.IsSet();
-         packets = aligner.Next()) {
+void Recording::TakePackets(PacketAssembler& assembler, bool isPaced) {
+    for (auto packets = assembler.Next(); !packets.empty() && !stop_.IsSet();
+         packets = assembler.Next()) {
         if (isPaced) {
             TakeInTime(packets);
         } else {
@@ -131,14 +123,14 @@ void Recording::TakeInTime(std::span<unsigned char const> packets) {
 void Recording::WaitUntil(RecordingClock::Time due) {
     while (clock_.Now() < due && !stop_.IsSet()) {
         auto const writeDue = writer_.Due();
-        clock_.WaitUntil(writeDue ? std::min(due, *writeDue) : due, stop_);
+        clock_.WaitUntil(writeDue ? std::min(due, *writeDue) : due);
         if (writeDue && clock_.Now() >= *writeDue) {
             writer_.Flush();
         }
     }
 }
 
-// How long the source may keep packets waiting that are to be written.
+// How long to wait for the source before the packets taken so far must be written; -1: no limit.
 int Recording::WaitMs() const {
     if (!writer_.Due()) {
         return -1;
@@ -147,37 +139,33 @@ int Recording::WaitMs() const {
     return std::max(static_cast<int>(left.count()), 0);
 }
 
-void Recording::WatchSync(PacketAligner const& aligner) {
-    auto const counts = earlier_ + aligner.Counts();
-    syncReport_.Update(counts, aligner.InSync(), clock_.Now());
-    if (aligner.EndedInPacket() && !saidEndedInPacket_) {
-        saidEndedInPacket_ = true;
-        report_(SourceName() + " stops in a packet");
+void Recording::WatchSync(PacketAssembler const& assembler) {
+    auto const counts = earlier_ + assembler.Counts();
+    syncReport_.Update(counts, assembler.InSync(), clock_.Now());
+    if (assembler.EndedInPacket() && !reportedEndInPacket_) {
+        reportedEndInPacket_ = true;
+        report_(sourceName_ + " stops in a packet");
     }
-    if (aligner.InSync()) {
+    if (assembler.InSync()) {
         droppedWhenInSync_ = counts.droppedBytes;
     } else if (counts.droppedBytes - droppedWhenInSync_ >= noStreamSize) {
-        if (counts.packets == 0 && !saidNoStream_) {
-            saidNoStream_ = true;
+        if (counts.packets == 0 && !reportedNoStream_) {
+            reportedNoStream_ = true;
             report_("no transport stream in the first " + std::to_string(noStreamSize) +
-                    " bytes of " + SourceName());
+                    " bytes of " + sourceName_);
         }
-        clock_.WaitUntil(clock_.Now() + noStreamPause, stop_);
+        clock_.WaitUntil(clock_.Now() + noStreamPause);
     }
 }
 
 void Recording::ReportEnd() {
     if (earlier_.packets == 0) {
-        report_(SourceName() + " is no transport stream");
+        report_(sourceName_ + " is no transport stream");
         return;
     }
     syncReport_.Finish(earlier_);
-    report_(SourceName() + " has ended, " + std::to_string(earlier_.packets) +
-            " packets recorded, " + Dropped(earlier_.droppedBytes));
-}
-
-std::string Recording::SourceName() const {
-    return settings_.source == "-" ? "standard input" : "'" + settings_.source + "'";
+    report_(sourceName_ + " has ended, " + std::to_string(earlier_.packets) +
+            " packets recorded, " + std::to_string(earlier_.droppedBytes) + " bytes dropped");
 }
 
 } // namespace workstation::service::recording

@@ -3,63 +3,60 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 
 #include "service/recording/BlockWriter.h"
-#include "service/recording/Pacer.h"
-#include "service/recording/PacketAligner.h"
+#include "service/recording/PacketAssembler.h"
+#include "service/recording/RealTimePacer.h"
 #include "service/recording/RecordingClock.h"
+#include "service/recording/RecordingSettings.h"
 #include "service/recording/RecordingTarget.h"
 #include "service/recording/Source.h"
 #include "service/recording/SyncReport.h"
 
 namespace workstation::service::recording {
 
-struct RecordingSettings {
-    int stream;          // 1 to 4
-    std::string source;  // a path, or "-" for standard input
-    bool isFast = false; // a file is read as fast as it can be, not in real time
-    bool loops = false;  // a file is read again and again
-};
-
 // The way from the source to the target, in the thread that calls Run.
 class Recording {
 public:
     using Report = std::function<void(std::string const& text)>;
 
-    // Says in `report`, one line each, what is to be known about the source.
+    // What is passed by reference outlives the recording. `report` gets what there is to know about
+    // the source, one line a call.
     Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
               RecordingClock& clock, Report report, StopEvent const& stop);
 
-    // Records until the source has ended, `stop` is set, or something fails.
+    // Records until the source ends, the recording is to stop, or something fails, which is
+    // reported. Throws nothing.
     void Run();
 
 private:
-    void Attempt(void (Recording::*step)());
-    void RecordSource();
-    Source::Outcome RecordOnce(Source& source);
-    Source::Outcome ReadMore(Source& source, PacketAligner& aligner);
-    void TakePackets(PacketAligner& aligner, bool isPaced);
+    template <typename Operation>
+    void Attempt(std::string const& what, Operation operation);
+    void RecordSource(Source& source);
+    bool RecordOnce(Source& source);
+    std::optional<Source::Result> Read(Source& source, PacketAssembler& assembler);
+    void TakePackets(PacketAssembler& assembler, bool isPaced);
     void TakeInTime(std::span<unsigned char const> packets);
     void WaitUntil(RecordingClock::Time due);
     int WaitMs() const;
-    void WatchSync(PacketAligner const& aligner);
+    void WatchSync(PacketAssembler const& assembler);
     void ReportEnd();
-    void EndRecording();
-    std::string SourceName() const;
 
     RecordingSettings settings_;
+    std::string sourceName_; // as reports name it
     RecordingClock& clock_;
     Report report_;
     StopEvent const& stop_;
     BlockWriter writer_;
-    Pacer pacer_;
+    RealTimePacer pacer_;
     SyncReport syncReport_;
-    AlignmentCounts earlier_;             // of the times that a looping source was read before
+    SyncCounts earlier_;                  // of the times that a looping source was read before
     std::uint64_t droppedWhenInSync_ = 0; // bytes
-    bool saidNoStream_ = false;
-    bool saidEndedInPacket_ = false;
+    bool reportedNoStream_ = false;
+    bool reportedEndInPacket_ = false;
 };
 
 } // namespace workstation::service::recording

@@ -8,14 +8,19 @@
 
 #include <array>
 #include <cerrno>
-#include <system_error>
+#include <cstring>
 
 #include "Deadline.h"
+#include "Failure.h"
 
 namespace workstation::service::recording {
 namespace {
 
-// A copy of its own of standard input, which others may use as well: its flags stay as they are.
+Failure FailureOf(int error) {
+    return {error, std::strerror(error)};
+}
+
+// A duplicate, whose flags can be changed without changing those of standard input.
 FileDescriptor OpenStandardInput() {
     return FileDescriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
 }
@@ -24,46 +29,38 @@ FileDescriptor OpenPath(std::string const& path) {
     return FileDescriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
 }
 
-// The type bits of what the descriptor stands for; none with errno on failure.
-std::optional<mode_t> FileType(FileDescriptor const& descriptor) {
+bool IsRegularFile(FileDescriptor const& descriptor) {
     struct stat status {};
-    if (!descriptor || fstat(descriptor.Get(), &status) != 0) {
-        return std::nullopt;
+    if (fstat(descriptor.Get(), &status) != 0) {
+        throw FailureOf(errno);
     }
     if (S_ISDIR(status.st_mode)) {
-        errno = EISDIR;
-        return std::nullopt;
+        throw FailureOf(EISDIR);
     }
-    return status.st_mode & S_IFMT;
-}
-
-// What a read that failed leaves to do: nothing was there after all, or there is an error.
-bool IsToBeRepeated(int error) {
-    return error == EAGAIN || error == EINTR;
+    return S_ISREG(status.st_mode);
 }
 
 } // namespace
 
-std::optional<Source> Source::Open(std::string const& name, std::string& error) {
+Source Source::Open(std::string const& name, StopEvent const& stop) {
     bool const isStandardInput = name == "-";
     FileDescriptor descriptor = isStandardInput ? OpenStandardInput() : OpenPath(name);
-    auto const type = FileType(descriptor);
-    if (!type) {
-        error = std::generic_category().message(errno);
-        return std::nullopt;
+    if (!descriptor) {
+        throw FailureOf(errno);
     }
-    return Source(std::move(descriptor), isStandardInput || *type != S_IFREG);
+    bool const isFile = IsRegularFile(descriptor);
+    return {std::move(descriptor), isStandardInput || !isFile, stop};
 }
 
-Source::Result Source::Read(std::span<unsigned char> room, StopEvent const& stop, int timeoutMs) {
+Source::Result Source::Read(std::span<unsigned char> room, int timeoutMs) {
     Deadline const deadline(timeoutMs);
     while (true) {
-        // A pipe that nobody has opened for writing yet would read as ended: so first wait.
+        // First wait: reading a pipe that no process has opened for writing yet reports its end.
         std::array<pollfd, 2> watched{
-            {{stop.Descriptor(), POLLIN, 0}, {descriptor_.Get(), POLLIN, 0}}};
+            {{stop_.Descriptor(), POLLIN, 0}, {descriptor_.Get(), POLLIN, 0}}};
         int const ready = poll(watched.data(), watched.size(), deadline.RemainingMs());
         if (ready == -1 && errno != EINTR) {
-            return {Outcome::failed, 0, errno};
+            throw FailureOf(errno);
         }
         if (ready > 0 && watched[0].revents != 0) {
             return {Outcome::stopped};
@@ -76,8 +73,8 @@ Source::Result Source::Read(std::span<unsigned char> room, StopEvent const& stop
             if (size == 0) {
                 return {Outcome::end};
             }
-            if (!IsToBeRepeated(errno)) {
-                return {Outcome::failed, 0, errno};
+            if (errno != EAGAIN && errno != EINTR) {
+                throw FailureOf(errno);
             }
         }
         if (deadline.Passed()) {
@@ -88,7 +85,7 @@ Source::Result Source::Read(std::span<unsigned char> room, StopEvent const& stop
 
 void Source::Rewind() {
     if (lseek(descriptor_.Get(), 0, SEEK_SET) != 0) {
-        throw std::system_error(errno, std::generic_category(), "lseek");
+        throw SystemFailure("lseek");
     }
 }
 

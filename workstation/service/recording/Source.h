@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -12,36 +11,39 @@
 
 namespace workstation::service::recording {
 
+// The text of a Failure that opening or reading throws is that of the errno alone.
 class Source {
 public:
-    // "-" is standard input, anything else a path. Never waits for the other end of a pipe.
-    // Nothing, with the reason in `error`, when there is no such source.
-    static std::optional<Source> Open(std::string const& name, std::string& error);
+    // "-" is standard input, anything else a path. Never waits for the other end of a pipe. `stop`
+    // ends every wait and outlives the source. Throws a Failure when the source cannot be opened.
+    static Source Open(std::string const& name, StopEvent const& stop);
 
-    // Whether the bytes are to be taken as they come: from all but a regular file.
+    // Whether the bytes are taken as they come: true for everything but a regular file.
     bool IsLive() const { return isLive_; }
 
-    enum class Outcome { bytes, timeout, end, stopped, failed };
+    enum class Outcome { bytes, timeout, end, stopped };
     struct Result {
         Outcome outcome;
         std::size_t size = 0; // of the bytes, at least 1
-        int error = 0;        // of the failure, as in errno
     };
 
-    // Reads what there is, at most as much as there is room for, once there is something. Waits for
-    // it for so many milliseconds, or without limit (-1), and never once `stop` is set.
-    Result Read(std::span<unsigned char> room, StopEvent const& stop, int timeoutMs);
+    // Waits until the source has bytes, for at most `timeoutMs` milliseconds (-1: without limit),
+    // and reads what is there, at most as much as there is room for. Reads nothing once the
+    // recording is to stop. Throws a Failure when reading fails.
+    Result Read(std::span<unsigned char> room, int timeoutMs);
 
-    // Goes back to the beginning; only a source that is not live can. Throws std::system_error.
+    // Goes back to the beginning. Throws a Failure; a live source cannot go back.
     void Rewind();
 
 private:
-    Source(FileDescriptor descriptor, bool isLive)
+    Source(FileDescriptor descriptor, bool isLive, StopEvent const& stop)
         : descriptor_(std::move(descriptor))
-        , isLive_(isLive) {}
+        , isLive_(isLive)
+        , stop_(stop) {}
 
     FileDescriptor descriptor_;
     bool isLive_;
+    StopEvent const& stop_;
 };
 
 } // namespace workstation::service::recording

@@ -1,25 +1,24 @@
-// Tells a thread to stop, whatever it is waiting for.
+// Makes a recording's thread stop, whatever it waits for.
 #include "service/recording/StopEvent.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
 
-#include <system_error>
-
 #include "Deadline.h"
+#include "Failure.h"
 
 namespace workstation::service::recording {
 
 StopEvent::StopEvent()
     : descriptor_(eventfd(0, EFD_CLOEXEC)) {
     if (!descriptor_) {
-        throw std::system_error(errno, std::generic_category(), "eventfd");
+        throw SystemFailure("eventfd");
     }
 }
 
 void StopEvent::Set() {
     if (eventfd_write(descriptor_.Get(), 1) != 0) {
-        throw std::system_error(errno, std::generic_category(), "eventfd_write");
+        throw SystemFailure("eventfd_write");
     }
 }
 
@@ -31,7 +30,7 @@ bool StopEvent::WaitFor(std::chrono::milliseconds time) const {
         ready = poll(&event, 1, deadline.RemainingMs());
     } while (ready == -1 && errno == EINTR);
     if (ready == -1) {
-        throw std::system_error(errno, std::generic_category(), "poll");
+        throw SystemFailure("poll");
     }
     return ready == 1;
 }

@@ -1,4 +1,4 @@
-// Tells a thread to stop, whatever it is waiting for.
+// Makes a recording's thread stop, whatever it waits for.
 #pragma once
 
 #include <chrono>
@@ -7,7 +7,8 @@
 
 namespace workstation::service::recording {
 
-// Set once, by any thread, and then for good. Whoever waits for something else waits for this too.
+// Set once, by any thread, and then for good. Every wait of the recording also waits for it. All
+// functions throw a Failure when a system call fails.
 class StopEvent {
 public:
     StopEvent();
@@ -15,7 +16,7 @@ public:
     void Set();
     bool IsSet() const { return WaitFor(std::chrono::milliseconds(0)); }
 
-    // Waits for at most that long. True as soon as the event is set.
+    // Waits until the event is set, at most for `time`. True when it is set.
     bool WaitFor(std::chrono::milliseconds time) const;
 
     // For poll(2): readable when the event is set.

@@ -1,4 +1,4 @@
-// Says in the log what becomes of a source's alignment.
+// Reports when a source loses sync and when it is found again.
 #include "service/recording/SyncReport.h"
 
 namespace workstation::service::recording {
@@ -16,33 +16,33 @@ std::string Dropped(std::uint64_t size) {
 
 } // namespace
 
-void SyncReport::Update(AlignmentCounts const& counts, bool isInSync, Time now) {
+void SyncReport::Update(SyncCounts const& counts, bool isInSync, Time now) {
     bool const isQuiet = quietUntil_ && now < *quietUntil_;
     if (IsLost(counts) && !isQuiet) {
         quietUntil_ = now + quietTime;
-        Say(counts, isInSync);
+        Report(counts, isInSync);
     } else if (IsFound(counts, isInSync)) {
-        Say(counts, isInSync);
+        Report(counts, isInSync);
     }
 }
 
-void SyncReport::Finish(AlignmentCounts const& counts) {
+void SyncReport::Finish(SyncCounts const& counts) {
     if (IsLost(counts)) {
-        Say(counts, false);
+        Report(counts, false);
     }
 }
 
-void SyncReport::Say(AlignmentCounts const& counts, bool isInSync) {
-    std::uint64_t const losses = counts.losses - said_.losses;
-    std::uint64_t const dropped = counts.droppedBytes - said_.droppedBytes;
+void SyncReport::Report(SyncCounts const& counts, bool isInSync) {
+    std::uint64_t const losses = counts.losses - reported_.losses;
+    std::uint64_t const dropped = counts.droppedBytes - reported_.droppedBytes;
     if (losses > 0) {
-        log_("lost sync" + Times(losses) + (isInSync ? " and found it again, " : ", ") +
-             Dropped(dropped));
+        report_("lost sync" + Times(losses) + (isInSync ? " and found it again, " : ", ") +
+                Dropped(dropped));
     } else if (dropped > 0) {
-        log_("found sync, " + Dropped(dropped));
+        report_("found sync, " + Dropped(dropped));
     }
-    said_ = counts;
-    saidInSync_ = isInSync;
+    reported_ = counts;
+    reportedInSync_ = isInSync;
 }
 
 } // namespace workstation::service::recording

@@ -1,4 +1,4 @@
-// Says in the log what becomes of a source's alignment.
+// Reports when a source loses sync and when it is found again.
 #pragma once
 
 #include <functional>
@@ -6,36 +6,36 @@
 #include <string>
 #include <utility>
 
-#include "service/recording/PacketAligner.h"
+#include "service/recording/PacketAssembler.h"
 #include "service/recording/RecordingClock.h"
 
 namespace workstation::service::recording {
 
-// A line when sync is lost, one when it is found again. Of a source that loses it all the time, one
-// line in ten seconds sums up what has happened since the one before.
+// One line when sync is lost, one when it is found again. If a source loses it all the time, one
+// line in ten seconds sums up the losses since the line before.
 class SyncReport {
 public:
     using Time = RecordingClock::Time;
 
-    explicit SyncReport(std::function<void(std::string const&)> log)
-        : log_(std::move(log)) {}
+    explicit SyncReport(std::function<void(std::string const&)> report)
+        : report_(std::move(report)) {}
 
-    // To be called with each new state; counts only grow.
-    void Update(AlignmentCounts const& counts, bool isInSync, Time now);
+    // To be called after every read, with the counts since the start of the recording.
+    void Update(SyncCounts const& counts, bool isInSync, Time now);
 
-    // Says what has not been said yet: the source has ended.
-    void Finish(AlignmentCounts const& counts);
+    // The source has ended: reports what has not been reported yet.
+    void Finish(SyncCounts const& counts);
 
 private:
-    bool IsLost(AlignmentCounts const& counts) const { return counts.losses != said_.losses; }
-    bool IsFound(AlignmentCounts const& counts, bool isInSync) const {
-        return !IsLost(counts) && isInSync && !saidInSync_;
+    bool IsLost(SyncCounts const& counts) const { return counts.losses != reported_.losses; }
+    bool IsFound(SyncCounts const& counts, bool isInSync) const {
+        return !IsLost(counts) && isInSync && !reportedInSync_;
     }
-    void Say(AlignmentCounts const& counts, bool isInSync);
+    void Report(SyncCounts const& counts, bool isInSync);
 
-    std::function<void(std::string const&)> log_;
-    AlignmentCounts said_;
-    bool saidInSync_ = false;
+    std::function<void(std::string const&)> report_;
+    SyncCounts reported_;
+    bool reportedInSync_ = false;
     std::optional<Time> quietUntil_; // about losses
 };
 

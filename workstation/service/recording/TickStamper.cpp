@@ -11,7 +11,7 @@ namespace {
 constexpr std::chrono::seconds longestLag(1);
 constexpr std::chrono::milliseconds tickDistance(1000 / ts::TickInserter::usualRate);
 
-// More ticks than can be due before one packet.
+// Ticks. More than can be due before one packet.
 constexpr std::uint32_t reserve = 2 * ts::TickInserter::usualRate;
 static_assert(reserve < TickStamper::reservationSize);
 
@@ -19,7 +19,7 @@ static_assert(reserve < TickStamper::reservationSize);
 
 void TickStamper::Pass(std::span<unsigned char const> packets, WallTime now, TickedBlock& block) {
     if (!inserter_) {
-        std::uint32_t const first = ticks_.ReserveTicks(stream_, reservationSize);
+        std::uint32_t const first = ticks_.ReserveTicks(reservationSize);
         reservedEnd_ = first + reservationSize;
         Start(first, now);
     } else if (IsLate(now)) {
@@ -34,7 +34,7 @@ void TickStamper::Pass(std::span<unsigned char const> packets, WallTime now, Tic
 
 void TickStamper::ReturnRest() {
     if (inserter_) {
-        ticks_.ReturnTicks(stream_, inserter_->NextTick().tick);
+        ticks_.ReturnTicks(inserter_->NextTick().tick);
     }
 }
 
@@ -52,7 +52,7 @@ bool TickStamper::IsLate(WallTime now) const {
 
 void TickStamper::ReserveAhead() {
     if (reservedEnd_ - inserter_->NextTick().tick < reserve) {
-        ticks_.ReserveTicks(stream_, reservationSize);
+        ticks_.ReserveTicks(reservationSize);
         reservedEnd_ += reservationSize;
     }
 }

@@ -6,30 +6,29 @@
 #include <span>
 
 #include "service/recording/RecordingClock.h"
-#include "service/recording/RecordingTarget.h"
+#include "service/recording/TickSource.h"
+#include "service/recording/TickedPackets.h"
 #include "ts/TickInserter.h"
 
 namespace workstation::service::recording {
 
-// Ticks bear reserved numbers and the time of day. That is taken at the first packet and counts on
-// with the stream; where that falls more than a second behind, as in a pause of the stream, it is
-// set right by the time of day. It never goes backwards. Ticks that the source has already are left
-// out.
+// Ticks carry reserved numbers and the time of day. The time is read at the first packet and then
+// follows the clock of the stream. When it lags more than a second, as after a pause of the stream,
+// it is read again. It never goes backwards. Ticks that the source itself contains are removed.
 class TickStamper {
 public:
     using WallTime = RecordingClock::WallTime;
 
-    // How many numbers are reserved at a time: a minute of them.
+    // How many numbers are reserved at a time: those of a minute.
     static constexpr std::uint32_t reservationSize = 60 * ts::TickInserter::usualRate;
 
-    TickStamper(TickSource& ticks, int stream)
-        : ticks_(ticks)
-        , stream_(stream) {}
+    explicit TickStamper(TickSource& ticks)
+        : ticks_(ticks) {}
 
-    // Appends whole packets that came at `now` to `block`, with ticks.
+    // Appends whole packets that arrived at `now`, and the ticks due before them, to `block`.
     void Pass(std::span<unsigned char const> packets, WallTime now, TickedBlock& block);
 
-    // Gives back the numbers that were reserved and not used. No Pass may follow.
+    // Returns the reserved numbers that were not used. Pass must not be called afterwards.
     void ReturnRest();
 
 private:
@@ -39,8 +38,7 @@ private:
     void Append(ts::TsPacketView packet, TickedBlock& block);
 
     TickSource& ticks_;
-    int stream_;
-    std::optional<ts::TickInserter> inserter_; // none before the first packet
+    std::optional<ts::TickInserter> inserter_; // null before the first packet
     std::uint32_t startTick_ = 0;              // of the inserter
     WallTime startTime_;                       // of the inserter
     std::uint32_t reservedEnd_ = 0;            // the first number that is not reserved

@@ -1,4 +1,4 @@
-// Packets as they are recorded: with system ticks among them.
+// Packets as they are recorded, with system ticks among them.
 #pragma once
 
 #include <cstddef>
@@ -16,19 +16,19 @@ struct TickStamp {
     bool operator==(TickStamp const&) const = default;
 };
 
-// A system tick and where its packet begins.
+// A system tick and the offset of its packet in bytes.
 struct PlacedTick {
     std::size_t offset;
     TickStamp stamp;
 };
 
-// Whole packets, and the ticks among them in their order.
+// Whole packets, and the ticks among them in the order of their offsets.
 struct TickedPackets {
     std::span<unsigned char const> bytes;
     std::span<PlacedTick const> ticks;
 };
 
-// The same, while they are gathered.
+// Ticked packets while they are collected.
 struct TickedBlock {
     std::vector<unsigned char> bytes;
     std::vector<PlacedTick> ticks;

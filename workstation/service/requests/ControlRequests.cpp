@@ -1,4 +1,4 @@
-// The requests that concern the service itself.
+// The requests about the service itself: ping, quit, reap, info, storage dump and log level.
 #include "service/requests/ControlRequests.h"
 
 #include "Item.h"
@@ -7,14 +7,14 @@
 #include "ipc/Payload.h"
 #include "log/LogLevels.h"
 #include "log/PlatformLog.h"
-#include "service/requests/Reply.h"
+#include "service/requests/SendReply.h"
 
 namespace workstation::service::requests {
 namespace {
 
-void TellLogLevel(ipc::Endpoint const& endpoint, ipc::Letter const& request) {
+void GetLogLevel(ipc::Endpoint const& endpoint, ipc::Letter const& request) {
     UIntItem level(LogClient::Instance()->Level());
-    Reply(endpoint, request, api::getLogLevelReply, {&level});
+    SendReply(endpoint, request, api::getLogLevelReply, {&level});
 }
 
 void SetLogLevel(ipc::Endpoint const& endpoint, ipc::Letter& request) {
@@ -24,14 +24,14 @@ void SetLogLevel(ipc::Endpoint const& endpoint, ipc::Letter& request) {
         log::LogNotification("log level set to " + std::to_string(level.Value()));
         LogClient::Instance()->Level(level.Value());
     }
-    Reply(endpoint, request, api::setLogLevelReply, {&done});
+    SendReply(endpoint, request, api::setLogLevelReply, {&done});
 }
 
 } // namespace
 
 void AddControlRequests(RequestRouter& router, ControlContext const& context) {
     ipc::Endpoint& endpoint = context.endpoint;
-    router.On(api::pingRequest, "ping", [](ipc::Letter&) {}); // that it was logged is all
+    router.On(api::pingRequest, "ping", [](ipc::Letter&) {}); // the router has logged it
     router.On(api::quitRequest, "quit", [quit = context.quit](ipc::Letter&) { quit(); });
     router.On(api::reapRequest, "reap", [reap = context.reap](ipc::Letter&) { reap(); });
     router.On(api::infoRequest, "info",
@@ -40,7 +40,7 @@ void AddControlRequests(RequestRouter& router, ControlContext const& context) {
         log::LogNotification("storage: " + storage());
     });
     router.On(api::getLogLevelRequest, "log level",
-              [&endpoint](ipc::Letter& request) { TellLogLevel(endpoint, request); });
+              [&endpoint](ipc::Letter& request) { GetLogLevel(endpoint, request); });
     router.On(api::setLogLevelRequest, "set log level",
               [&endpoint](ipc::Letter& request) { SetLogLevel(endpoint, request); });
 }

@@ -1,4 +1,4 @@
-// The requests that concern the service itself.
+// The requests about the service itself: ping, quit, reap, info, storage dump and log level.
 #pragma once
 
 #include <functional>
@@ -8,16 +8,16 @@
 
 namespace workstation::service::requests {
 
-// What the control requests need of the service; all of it outlives them.
+// What the handlers need of the service. Everything outlives the router.
 struct ControlContext {
     ipc::Endpoint& endpoint;
     std::function<void()> quit;           // ends the service
     std::function<void()> reap;           // runs the reaper
-    std::function<std::string()> info;    // the service about itself
+    std::function<std::string()> info;    // describes the service
     std::function<std::string()> storage; // the storage figures in words
 };
 
-// Has ping, quit, reap, info, storage dump and the log level handled.
+// Registers the handlers.
 void AddControlRequests(RequestRouter& router, ControlContext const& context);
 
 } // namespace workstation::service::requests

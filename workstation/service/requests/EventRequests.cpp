@@ -1,14 +1,14 @@
-// The requests that concern events and stream files.
+// The requests about events, stream files and the database.
 #include "service/requests/EventRequests.h"
 
 #include <algorithm>
 #include <ctime>
 #include <exception>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <system_error>
 
+#include "Failure.h"
 #include "Item.h"
 #include "Root.h"
 #include "StreamMgrApi.h"
@@ -16,14 +16,12 @@
 #include "ipc/Payload.h"
 #include "log/PlatformLog.h"
 #include "pool/PoolLayout.h"
-#include "service/recording/RecordOption.h"
-#include "service/requests/Reply.h"
-#include "service/ring/KnownFile.h"
+#include "service/RecordOption.h"
+#include "service/recording/RecordingSettings.h"
+#include "service/requests/SendReply.h"
 
 namespace workstation::service::requests {
 namespace {
-
-constexpr unsigned int slotSizeKiB = pool::poolSlotSize / 1024;
 
 std::string LocalTime(std::int64_t seconds) {
     auto const time = static_cast<std::time_t>(seconds);
@@ -44,15 +42,16 @@ std::string Describe(store::RecordedFile const& file) {
            LocalTime(file.stopTime) + state;
 }
 
-// A client's relative path means nothing here, and a backup must not take the place of the pool.
+// A relative path would be one of the client's working directory. A backup must not replace the
+// pool.
 void CheckBackupPath(std::string const& path) {
     namespace fs = std::filesystem;
     std::error_code ignored;
     if (!fs::path(path).is_absolute()) {
-        throw std::invalid_argument("'" + path + "' is not a full path");
+        throw Failure(EINVAL, "'" + path + "' is not a full path");
     }
     if (fs::equivalent(path, PoolPath(), ignored)) {
-        throw std::invalid_argument("'" + path + "' is the pool");
+        throw Failure(EINVAL, "'" + path + "' is the pool");
     }
 }
 
@@ -77,7 +76,7 @@ private:
     EventContext context_;
 };
 
-// What the operation says; false, after a log entry, when it throws: the client is to be answered
+// What the operation returns; false, after a log entry, when it throws: the client gets an answer
 // in any case.
 template <typename Operation>
 bool EventRequests::Attempt(char const* what, Operation operation) const {
@@ -91,7 +90,7 @@ bool EventRequests::Attempt(char const* what, Operation operation) const {
 
 void EventRequests::ReplyDone(ipc::Letter const& request, bool done) const {
     BoolItem item(done);
-    Reply(context_.endpoint, request, api::doneReply, {&item});
+    SendReply(context_.endpoint, request, api::doneReply, {&item});
 }
 
 void EventRequests::DeleteEvent(ipc::Letter& request) const {
@@ -109,12 +108,15 @@ void EventRequests::LogFileChain(ipc::Letter& request) const {
     if (!ipc::DecodeItems(request.payload, {&stream, &withWiped})) {
         return;
     }
-    if (stream.Value() >= static_cast<unsigned int>(recording::recordStreamCount)) {
-        log::LogNotification("there is no stream " + std::to_string(stream.Value()));
+    // Requests count streams from 0.
+    std::string const requested = " (requested as " + std::to_string(stream.Value()) + ")";
+    std::uint64_t const number = std::uint64_t{stream.Value()} + 1;
+    if (number > recording::recordStreamCount) {
+        log::LogNotification("there is no stream " + std::to_string(number) + requested);
         return;
     }
-    auto const chain = context_.store.Chain(stream.Value() + 1, withWiped.Value());
-    log::LogNotification("file chain of stream " + std::to_string(stream.Value()) + ": " +
+    auto const chain = context_.store.Chain(static_cast<unsigned int>(number), withWiped.Value());
+    log::LogNotification("file chain of stream " + std::to_string(number) + requested + ": " +
                          std::to_string(chain.size()) + " files");
     for (store::RecordedFile const& file : chain) {
         log::LogNotification("  " + Describe(file));
@@ -143,7 +145,7 @@ void EventRequests::RecordAfterTheFact(ipc::Letter& request) const {
                              " to " + LocalTime(event->stopTime));
         return true;
     }));
-    Reply(context_.endpoint, request, api::recordAfterTheFactReply, {&made, &reid});
+    SendReply(context_.endpoint, request, api::recordAfterTheFactReply, {&made, &reid});
 }
 
 void EventRequests::SetTagsComplete(ipc::Letter& request) const {
@@ -169,8 +171,8 @@ void EventRequests::SplitEvent(ipc::Letter& request) const {
             log::LogNotification("there is no event " + reid.Value());
             return false;
         }
-        // Only where files are larger than what was asked for is it another size.
-        usedSize.Value(limitKiB == slotSizeKiB ? slotSizeKiB : size.Value());
+        // It differs from the requested size only if that is smaller than a slot.
+        usedSize.Value(limitKiB == pool::poolSlotSizeKiB ? pool::poolSlotSizeKiB : size.Value());
         log::LogNotification("event " + reid.Value() + " now stands as " +
                              std::to_string(events->size()) + " events");
         for (store::Event const& event : *events) {
@@ -178,7 +180,7 @@ void EventRequests::SplitEvent(ipc::Letter& request) const {
         }
         return true;
     }));
-    Reply(context_.endpoint, request, api::splitEventReply, {&taken, &usedSize});
+    SendReply(context_.endpoint, request, api::splitEventReply, {&taken, &usedSize});
 }
 
 void EventRequests::BackupDatabase(ipc::Letter& request) const {
@@ -194,19 +196,19 @@ void EventRequests::BackupDatabase(ipc::Letter& request) const {
               }));
 }
 
-// The table of files has the new size already; the database follows it.
+// The table of files already states the new size.
 void EventRequests::UpdateFileSize(ipc::Letter& request) const {
     ReplyDone(request, Attempt("update of a file size", [&] {
-                  IntItem number;
-                  StreamMgrFileMgmnt::FileMgmnt_t file{};
-                  if (!ipc::DecodeItems(request.payload, {&number}) ||
-                      !context_.pool.GetFileInfo(number.Value(), file)) {
+                  IntItem item;
+                  if (!ipc::DecodeItems(request.payload, {&item}) ||
+                      !context_.pool.Has(item.Value())) {
                       return false;
                   }
-                  bool const known = context_.store.UpdateFileSize(number.Value(), file.fileSize);
-                  ring::MarkKnown(number.Value(), known);
-                  log::LogNotification("stream file " + std::to_string(number.Value()) + " has " +
-                                       std::to_string(file.fileSize) + " bytes");
+                  int const number = item.Value();
+                  std::uint32_t const size = context_.pool.Get(number, pool::EntryWord::length);
+                  context_.pool.MarkKnown(number, context_.store.UpdateFileSize(number, size));
+                  log::LogNotification(pool::StreamFileName(number) + " has " +
+                                       std::to_string(size) + " bytes");
                   return true;
               }));
 }
@@ -229,7 +231,7 @@ unsigned int StreamsKept(unsigned int state) {
 unsigned int SplitLimitKiB(unsigned int size) {
     constexpr unsigned int firstKiB = 1024;
     constexpr unsigned int gibInKiB = 1024 * 1024;
-    return size < firstKiB ? size * gibInKiB : std::max(size, slotSizeKiB);
+    return size < firstKiB ? size * gibInKiB : std::max(size, pool::poolSlotSizeKiB);
 }
 
 void AddEventRequests(RequestRouter& router, EventContext const& context) {

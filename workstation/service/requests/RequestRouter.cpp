@@ -1,4 +1,4 @@
-// Which code answers which request.
+// Hands each request to its handler.
 #include "service/requests/RequestRouter.h"
 
 #include <exception>

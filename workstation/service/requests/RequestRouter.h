@@ -1,4 +1,4 @@
-// Which code answers which request.
+// Hands each request to its handler.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,11 @@ class RequestRouter {
 public:
     using Handler = std::function<void(ipc::Letter& request)>;
 
-    // Has requests with this id handled; `name` is what the log calls them.
+    // Sets the handler of the requests with this id. Log entries use `name`.
     void On(std::uint32_t id, std::string name, Handler handler);
 
-    // Logs what was asked and by whom, and hands the request to its handler. One that nobody
-    // handles, or whose handler throws, is only logged.
+    // Logs the request and its sender, and calls the handler. A request without a handler, and an
+    // exception of a handler, is only logged.
     void Handle(ipc::Letter& request) const;
 
 private:

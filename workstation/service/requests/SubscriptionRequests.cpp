@@ -1,4 +1,4 @@
-// The requests of those who want to be told.
+// The requests of clients that subscribe to notifications.
 #include "service/requests/SubscriptionRequests.h"
 
 #include <optional>
@@ -7,18 +7,19 @@
 #include "Item.h"
 #include "api/ServiceMessages.h"
 #include "ipc/Payload.h"
-#include "service/requests/Reply.h"
+#include "service/requests/SendReply.h"
 
 namespace workstation::service::requests {
 namespace {
 
-struct Wish {
+struct Request {
     subscribers::Subscription subscription;
     std::uint32_t messageId;
 };
 
-// What narrows a subscription is not looked at: everyone is told everything.
-std::optional<Wish> Decode(std::span<char> payload) {
+// Whatever follows the two items would narrow the subscription down. It is ignored: every
+// subscriber gets all notifications.
+std::optional<Request> Decode(std::span<char> payload) {
     UIntItem number;
     UIntItem messageId;
     std::size_t const headSize = number.Size() + messageId.Size();
@@ -30,20 +31,20 @@ std::optional<Wish> Decode(std::span<char> payload) {
     case subscribers::Subscription::storage:
     case subscribers::Subscription::recordStart:
     case subscribers::Subscription::recordStop:
-        return Wish{subscription, messageId.Value()};
+        return Request{subscription, messageId.Value()};
     }
     return std::nullopt;
 }
 
 void Subscribe(SubscriptionContext const& context, ipc::Letter& request) {
-    auto const wish = Decode(request.payload);
-    if (wish) {
-        context.subscribers.Add(request.sender, wish->subscription, wish->messageId);
+    auto const wanted = Decode(request.payload);
+    if (wanted) {
+        context.subscribers.Add(request.sender, wanted->subscription, wanted->messageId);
     }
-    BoolItem accepted(wish.has_value());
-    Reply(context.endpoint, request, api::subscribeReply, {&accepted});
-    if (wish && wish->subscription == subscribers::Subscription::storage) {
-        context.tellStorage(request.sender);
+    BoolItem accepted(wanted.has_value());
+    SendReply(context.endpoint, request, api::subscribeReply, {&accepted});
+    if (wanted && wanted->subscription == subscribers::Subscription::storage) {
+        context.notifyOfStorage(request.sender);
     }
 }
 

@@ -1,4 +1,4 @@
-// The requests of those who want to be told.
+// The requests of clients that subscribe to notifications.
 #pragma once
 
 #include <functional>
@@ -10,15 +10,15 @@
 
 namespace workstation::service::requests {
 
-// What subscriptions need of the service; all of it outlives them.
+// What the handler needs of the service. Everything outlives the router.
 struct SubscriptionContext {
     ipc::Endpoint& endpoint;
     subscribers::Subscribers& subscribers;
-    // Tells a new subscriber of the storage how that is at present.
-    std::function<void(std::string const& name)> tellStorage;
+    // Sends a new subscriber of the storage the present figures.
+    std::function<void(std::string const& name)> notifyOfStorage;
 };
 
-// Has subscriptions handled.
+// Registers the handler.
 void AddSubscriptionRequests(RequestRouter& router, SubscriptionContext const& context);
 
 } // namespace workstation::service::requests

@@ -1,4 +1,4 @@
-// Bringing pool and database in line at the start of the service.
+// Brings the pool and the database in line at the start of the service.
 #include "service/ring/Recovery.h"
 
 #include <algorithm>
@@ -6,22 +6,22 @@
 #include <string>
 #include <vector>
 
-#include "StreamFileAccess.h"
+#include "Failure.h"
 #include "TsHelper.h"
-#include "log/PlatformLog.h"
-#include "pool/SeamSession.h"
+#include "pool/StreamFile.h"
 #include "pool/WriterLock.h"
-#include "service/recording/RecordOption.h"
-#include "service/ring/KnownFile.h"
+#include "service/recording/RecordingSettings.h"
+#include "service/ring/StreamLog.h"
 
 namespace workstation::service::ring {
 namespace {
 
 class Recovery {
 public:
-    explicit Recovery(store::EventStore& store)
-        : store_(store)
-        , image_(pool::SeamSession().Pool()) {}
+    Recovery(pool::PoolSession& session, store::EventStore& store)
+        : session_(session)
+        , image_(session.Pool())
+        , store_(store) {}
 
     void FreeAbandonedFiles();
     void FinishRecordings();
@@ -33,17 +33,23 @@ private:
     void Empty(int number);
     std::uint32_t Length(int number) const { return image_.Get(number, pool::EntryWord::length); }
 
-    store::EventStore& store_;
+    pool::PoolSession& session_;
     pool::PoolImage& image_;
+    store::EventStore& store_;
 };
 
 using Ticks = std::vector<std::pair<unsigned int, StreamMetadata>>;
 
-Ticks TicksIn(int number, std::uint32_t length) {
-    StreamFileAccess file(number, 0);
-    std::vector<unsigned char> bytes(length);
-    int const got = file.IsOpen() ? file.Read(bytes.data(), length, false) : 0;
-    bytes.resize(static_cast<std::size_t>(std::max(got, 0)));
+// Empty also for a file that cannot be read: the service starts all the same.
+Ticks TicksIn(pool::PoolSession& session, int number) {
+    std::vector<unsigned char> bytes;
+    try {
+        auto const file = pool::StreamFile::OpenForReading(session, number);
+        bytes.resize(file->Length());
+        bytes.resize(file->Read(bytes.data(), static_cast<unsigned int>(bytes.size()), false));
+    } catch (Failure const&) {
+        return {};
+    }
     return TsHelper(bytes).SystemTick(TsHelper::StreamSystickSystem, 0);
 }
 
@@ -63,10 +69,10 @@ void Recovery::FinishRecordings() {
     }
 }
 
-// The table states what was written. Where the ticks begin with another one than the recording did,
-// it is what the file held before: the recording had not written anything yet.
+// The table states what was written. If the first tick is not the one that the recording began
+// with, the file still has its former contents: the recording had not written anything yet.
 void Recovery::Finish(store::RecordedFile const& file) {
-    Ticks const ticks = TicksIn(file.fileNumber, Length(file.fileNumber));
+    Ticks const ticks = TicksIn(session_, file.fileNumber);
     bool const isOther = !ticks.empty() && ticks.front().second.tick != file.firstTick;
     if (isOther) {
         Empty(file.fileNumber);
@@ -75,10 +81,9 @@ void Recovery::Finish(store::RecordedFile const& file) {
     bool const hasTicks = length != 0 && !ticks.empty();
     store_.FinishFile(file.id, length, hasTicks ? ticks.back().second.time : file.startTime,
                       hasTicks ? ticks.back().second.tick : file.firstTick);
-    log::LogNotification("stream " + std::to_string(file.stream) +
-                         ": finished the interrupted recording into stream file " +
-                         std::to_string(file.fileNumber) + ", " + std::to_string(length) +
-                         " bytes");
+    LogForStream(static_cast<int>(file.stream), "finished the interrupted recording into " +
+                                                    pool::StreamFileName(file.fileNumber) + ", " +
+                                                    std::to_string(length) + " bytes");
 }
 
 void Recovery::CompareLengths() {
@@ -94,14 +99,14 @@ void Recovery::CompareLengths() {
         if (length != file.size) {
             store_.UpdateFileSize(file.fileNumber, length);
         }
-        MarkKnown(file.fileNumber, true);
+        image_.MarkKnown(file.fileNumber, true);
     }
 }
 
-// The database wipes first. A file whose last recording is wiped and which still is as the database
-// knew it was about to be emptied.
+// A file is wiped in the database first. If its last recording is wiped and the file is unchanged
+// since the database knew it, it was about to be emptied.
 void Recovery::FinishWipes() {
-    std::map<int, store::RecordedFile> newest; // by number
+    std::map<int, store::RecordedFile> newest; // by file number
     for (int stream = 1; stream <= recording::recordStreamCount; ++stream) {
         for (store::RecordedFile const& file :
              store_.Chain(static_cast<unsigned int>(stream), true)) {
@@ -120,16 +125,18 @@ void Recovery::FinishWipes() {
 }
 
 void Recovery::Empty(int number) {
-    StreamFileAccess file(number, false, StreamMgrFileMgmnt::ControlPrimaryThread);
-    if (file.IsOpen() && file.Truncate(0) == 0) {
-        MarkKnown(number, false);
+    auto const file = pool::StreamFile::TryOpenForWriting(session_, number,
+                                                          StreamMgrFileMgmnt::ControlPrimaryThread);
+    if (file) {
+        file->SetLength(0);
+        image_.MarkKnown(number, false);
     }
 }
 
 } // namespace
 
-void RecoverRecordings(store::EventStore& store) {
-    Recovery recovery(store);
+void RecoverRecordings(pool::PoolSession& session, store::EventStore& store) {
+    Recovery recovery(session, store);
     recovery.FreeAbandonedFiles();
     recovery.FinishRecordings();
     recovery.CompareLengths();

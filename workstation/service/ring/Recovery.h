@@ -1,13 +1,14 @@
-// Bringing pool and database in line at the start of the service.
+// Brings the pool and the database in line at the start of the service.
 #pragma once
 
+#include "pool/PoolSession.h"
 #include "store/EventStore.h"
 
 namespace workstation::service::ring {
 
-// An earlier run may have ended at any moment: finishes the recordings that it left, and the wipes,
-// and gives free the files whose writers died. Called with the pool
-// loaded, before anything is recorded.
-void RecoverRecordings(store::EventStore& store);
+// Finishes what an earlier run left when it was cut off: recordings, wipes, and the write
+// controllers of processes that died. Called with the pool loaded, before anything is recorded.
+// Throws a Failure.
+void RecoverRecordings(pool::PoolSession& session, store::EventStore& store);
 
 } // namespace workstation::service::ring

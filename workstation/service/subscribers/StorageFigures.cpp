@@ -1,18 +1,18 @@
-// How the space of the pool is used.
+// The storage figures: how the space of the pool is used.
 #include "service/subscribers/StorageFigures.h"
 
 #include <iomanip>
 #include <sstream>
 
 #include "Item.h"
-#include "StreamFileAccess.h"
 #include "ipc/Payload.h"
 #include "pool/PoolLayout.h"
+#include "service/ring/FreeFile.h"
 
 namespace workstation::service::subscribers {
 namespace {
 
-constexpr unsigned int slotSizeKiB = pool::poolSlotSize / 1024;
+using pool::poolSlotSizeKiB;
 
 double Percentage(unsigned int part, unsigned int whole) {
     return whole == 0 ? 0.0 : 100.0 * part / whole;
@@ -20,22 +20,17 @@ double Percentage(unsigned int part, unsigned int whole) {
 
 } // namespace
 
-StorageFigures CountStorage(StreamFileAccess& pool, store::HeldFiles const& held) {
+StorageFigures CountStorage(pool::PoolImage const& image, store::HeldFiles const& held) {
     StorageFigures figures;
-    long const poolSize = pool.GetFilePoolSize();
-    for (int number = 1; number <= poolSize; ++number) {
-        StreamMgrFileMgmnt::FileMgmnt_t file{};
-        bool const isInUse =
-            pool.GetFileInfo(number, file) &&
-            (file.fileSize != 0 || file.writeController != StreamMgrFileMgmnt::ControlUnknown);
-        figures.total += slotSizeKiB;
-        if (!isInUse) {
-            figures.free += slotSizeKiB;
-        } else if (held.behindBuffer.contains(number)) {
-            figures.untransferredNotInBuffer += slotSizeKiB;
+    for (int number = 1; number <= image.FileCount(); ++number) {
+        figures.total += poolSlotSizeKiB;
+        if (ring::IsFree(image, number)) {
+            figures.free += poolSlotSizeKiB;
+        } else if (held.notInBuffer.contains(number)) {
+            figures.untransferredNotInBuffer += poolSlotSizeKiB;
         } else {
-            figures.buffer += slotSizeKiB;
-            figures.untransferredInBuffer += held.inBuffer.contains(number) ? slotSizeKiB : 0;
+            figures.buffer += poolSlotSizeKiB;
+            figures.untransferredInBuffer += held.inBuffer.contains(number) ? poolSlotSizeKiB : 0;
         }
     }
     return figures;

@@ -1,4 +1,4 @@
-// Those who are told of recordings and of the storage.
+// The endpoints that are notified of recordings and of the storage.
 #include "service/subscribers/Subscribers.h"
 
 #include <algorithm>
@@ -18,11 +18,11 @@ void Subscribers::Add(std::string const& name, Subscription subscription, std::u
 
 void Subscribers::Notify(Subscription subscription, std::vector<char> const& payload) {
     for (auto entry = subscribers_.begin(); entry != subscribers_.end();) {
-        bool const isMeant = entry->second.messageIds.contains(subscription);
-        if (isMeant) {
+        bool const isSubscribed = entry->second.messageIds.contains(subscription);
+        if (isSubscribed) {
             Keep(entry->second, {subscription, payload});
         }
-        entry = isMeant ? Deliver(entry) : std::next(entry);
+        entry = isSubscribed ? Deliver(entry) : std::next(entry);
     }
 }
 
@@ -61,7 +61,7 @@ std::size_t Subscribers::Count() const {
     return count;
 }
 
-// Of the storage only the latest figures are of interest.
+// Only the latest storage figures are kept.
 void Subscribers::Keep(Subscriber& subscriber, Notification notification) {
     if (notification.subscription == Subscription::storage) {
         std::erase_if(subscriber.waiting, [](Notification const& kept) {
@@ -71,8 +71,8 @@ void Subscribers::Keep(Subscriber& subscriber, Notification notification) {
     subscriber.waiting.push_back(std::move(notification));
 }
 
-// Sends what waits, as far as there is room, and drops the subscriber when it is gone or leaves too
-// much unread. Returns the next one.
+// Sends what waits, as far as the subscriber has room, and drops it when it is gone or leaves too
+// much unread. Returns the next subscriber.
 Subscribers::Subscriptions::iterator Subscribers::Deliver(Subscriptions::iterator subscriber) {
     auto& [name, state] = *subscriber;
     try {

@@ -1,4 +1,4 @@
-// Those who are told of recordings and of the storage.
+// The endpoints that are notified of recordings and of the storage.
 #pragma once
 
 #include <cstdint>
@@ -12,35 +12,35 @@
 
 namespace workstation::service::subscribers {
 
-// What can be subscribed to. The numbers are fixed.
+// What can be subscribed to. The numbers are those of the messages.
 enum class Subscription : std::uint32_t {
     storage = 10,
     recordStart = 11,
     recordStop = 12,
 };
 
-// Never waits for a subscriber. What one that is slow or stopped cannot take is kept for it in its
-// order, up to a limit; one that goes beyond it, or is gone, is dropped.
+// Never waits for a subscriber. Notifications that it cannot take are kept in their order, up to a
+// limit. A subscriber that exceeds the limit, or whose process is gone, is dropped.
 class Subscribers {
 public:
-    // Notifications that wait for one subscriber.
+    // The limit of the notifications that wait for one subscriber.
     static constexpr std::size_t maxWaiting = 64;
 
     explicit Subscribers(ipc::Endpoint const& endpoint)
         : endpoint_(endpoint) {}
 
-    // Has an endpoint told of a subscription with messages of this id, in place of what it had
-    // subscribed to before under the same number.
+    // Adds a subscription: the endpoint `name` gets its notifications as messages with this id.
+    // Replaces an earlier one of the same endpoint and kind.
     void Add(std::string const& name, Subscription subscription, std::uint32_t messageId);
 
-    // Tells everyone of a subscription.
+    // Notifies all subscribers of this kind.
     void Notify(Subscription subscription, std::vector<char> const& payload);
 
-    // Tells one subscriber only.
+    // Notifies one of them only.
     void Notify(std::string const& name, Subscription subscription,
                 std::vector<char> const& payload);
 
-    // Tries again what has waited.
+    // Sends what waits, as far as the subscribers have room.
     void DeliverWaiting();
     bool HasWaiting() const;
 

@@ -1,0 +1,77 @@
+// The command line of the service, and where its answers are printed.
+#include "service/ServiceOptions.h"
+
+#include <gmock/gmock.h>
+
+using namespace workstation::service;
+using testing::HasSubstr;
+using testing::internal::CaptureStderr;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStderr;
+using testing::internal::GetCapturedStdout;
+
+namespace {
+
+class ServiceOptionsTest : public testing::Test {
+protected:
+    // The options; of a program that has nothing more to do, its exit status is in `status_` and
+    // its output in `out_` and `err_`.
+    ServiceOptions Parse(std::vector<char const*> arguments) {
+        arguments.insert(arguments.begin(), "StreamMgr");
+        CaptureStdout();
+        CaptureStderr();
+        auto const parsed =
+            ParseServiceOptions(static_cast<int>(arguments.size()), arguments.data());
+        out_ = GetCapturedStdout();
+        err_ = GetCapturedStderr();
+        int const* const status = std::get_if<int>(&parsed);
+        status_ = status != nullptr ? *status : -1;
+        return status != nullptr ? ServiceOptions() : std::get<ServiceOptions>(parsed);
+    }
+
+    int status_ = -1;
+    std::string out_;
+    std::string err_;
+};
+
+TEST_F(ServiceOptionsTest, WithoutArgumentsNothingIsRecorded) {
+    EXPECT_EQ(Parse({}), ServiceOptions());
+    EXPECT_EQ(status_, -1);
+}
+
+TEST_F(ServiceOptionsTest, FilesAreReadInRealTimeAndOnce) {
+    EXPECT_EQ(Parse({"--record", "2=a.ts"}), (ServiceOptions{{2, "a.ts", false, false}}));
+    EXPECT_EQ(out_ + err_, "");
+}
+
+TEST_F(ServiceOptionsTest, FlagsHoldForAllRecordings) {
+    EXPECT_EQ(Parse({"--record", "2=a.ts", "--fast", "--record", "1=-"}),
+              (ServiceOptions{{2, "a.ts", true, false}, {1, "-", true, false}}));
+    EXPECT_EQ(Parse({"--loop", "--record", "2=a.ts", "1=b.ts"}),
+              (ServiceOptions{{2, "a.ts", false, true}, {1, "b.ts", false, true}}));
+}
+
+TEST_F(ServiceOptionsTest, HelpIsOnStandardOutput) {
+    Parse({"--help"});
+    EXPECT_EQ(status_, 0);
+    EXPECT_THAT(out_, HasSubstr("--record STREAM=SOURCE"));
+    EXPECT_THAT(out_, HasSubstr("STREAMMGR_ROOT"));
+    EXPECT_EQ(err_, "");
+}
+
+TEST_F(ServiceOptionsTest, UnknownOptionIsOneLineOnStandardError) {
+    Parse({"--nonsense"});
+    EXPECT_EQ(status_, 2);
+    EXPECT_EQ(err_, "StreamMgr: The following argument was not expected: --nonsense (see StreamMgr "
+                    "--help)\n");
+    EXPECT_EQ(out_, "");
+}
+
+TEST_F(ServiceOptionsTest, InvalidRecordingIsOneLineOnStandardError) {
+    Parse({"--record", "5=a.ts"});
+    EXPECT_EQ(status_, 2);
+    EXPECT_EQ(err_, "StreamMgr: '5=a.ts': the stream is a number from 1 to 4\n");
+    EXPECT_EQ(out_, "");
+}
+
+} // namespace

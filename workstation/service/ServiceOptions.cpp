@@ -1,0 +1,56 @@
+// The command line of the service StreamMgr.
+#include "service/ServiceOptions.h"
+
+#include <iostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "Environment.h"
+#include "Failure.h"
+#include "service/RecordOption.h"
+
+namespace workstation::service {
+namespace {
+
+int Misuse(std::string const& reason) {
+    std::cerr << "StreamMgr: " << reason << std::endl;
+    return 2;
+}
+
+} // namespace
+
+std::variant<ServiceOptions, int> ParseServiceOptions(int argc, char const* const* argv) {
+    CLI::App app("The stream manager: owns the recorder's pool of stream files, records into it "
+                 "and serves StreamMgrCli. Works on $STREAMMGR_ROOT, in the foreground, until it "
+                 "is told to quit.",
+                 "StreamMgr");
+    app.footer(environmentHelp);
+    std::vector<std::string> recordings;
+    bool isFast = false;
+    bool loops = false;
+    app.add_option("--record", recordings,
+                   "record a transport stream into stream 1 to 4: from a file, in real time, or "
+                   "from standard input (-), as it comes")
+        ->type_name("STREAM=SOURCE");
+    app.add_flag("--fast", isFast, "read all files as fast as they can be read");
+    app.add_flag("--loop", loops, "read all files again and again");
+    try {
+        app.parse(argc, argv);
+        ServiceOptions options = ParseRecordOptions(recordings);
+        for (recording::RecordingSettings& settings : options) {
+            settings.isFast = isFast;
+            settings.loops = loops;
+        }
+        return options;
+    } catch (CLI::ParseError const& error) {
+        if (error.get_exit_code() == 0) {
+            return app.exit(error); // prints the help
+        }
+        return Misuse(std::string(error.what()) + " (see StreamMgr --help)");
+    } catch (Failure const& failure) {
+        return Misuse(failure.what());
+    }
+}
+
+} // namespace workstation::service

@@ -1,0 +1,45 @@
+// Notifies subscribers of the storage figures.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "service/subscribers/StorageFigures.h"
+#include "service/subscribers/Subscribers.h"
+
+namespace workstation::service::subscribers {
+
+// A new subscriber is notified at once, all of them when the figures have changed, at most once a
+// second.
+class StorageNotifier {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    static constexpr std::chrono::milliseconds interval{1000};
+
+    // `count` counts the figures. It is called each second, since other processes also change the
+    // table of files. While it throws, there are no notifications, which is logged once.
+    StorageNotifier(Subscribers& subscribers, std::function<StorageFigures()> count)
+        : subscribers_(subscribers)
+        , count_(std::move(count)) {}
+
+    // Throws what `count` throws.
+    void NotifyNewSubscriber(std::string const& name);
+    void NotifyOfChanges(Clock::time_point now);
+
+    // The milliseconds until NotifyOfChanges has something to do; -1 while there is no subscriber.
+    int WaitMs(Clock::time_point now) const;
+
+private:
+    std::optional<StorageFigures> TryToCount();
+
+    Subscribers& subscribers_;
+    std::function<StorageFigures()> count_;
+    std::optional<StorageFigures> notified_; // the last figures that were sent to all
+    Clock::time_point next_{};
+    bool hasFailed_ = false;
+};
+
+} // namespace workstation::service::subscribers
