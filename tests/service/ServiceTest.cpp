@@ -180,6 +180,25 @@ TEST_F(RecordingServiceTest, SubscribersAreToldOfStartAndStop) {
     parts_.AwaitLog("1 recordings, 2 subscriptions");
 }
 
+TEST_F(RecordingServiceTest, SubscriberWithoutRoomIsNotifiedWhenItReads) {
+    constexpr std::uint32_t fillId = 7;
+    ipc::Endpoint other = ipc::Endpoint::Open("Other");
+    while (other.Send("Client", fillId, {}, 0, 0)) {
+    }
+    std::ofstream pipe(pipe_);
+    WritePackets(pipe);
+    parts_.AwaitLog(" started");
+    for (int times = 0; times < 2; ++times) { // the loop goes round, and the notification waits
+        EXPECT_TRUE(other.Send("StreamMgr", api::getLogLevelRequest, {}, 9, patienceMs));
+        EXPECT_EQ(ServerThread::Next(other).id, api::getLogLevelReply);
+    }
+    std::uint32_t id = fillId;
+    while (id == fillId) {
+        id = Next();
+    }
+    EXPECT_EQ(id, startId);
+}
+
 TEST_F(RecordingServiceTest, EndOfTheServiceEndsTheRecordingAndIsTold) {
     std::ofstream pipe(pipe_);
     WritePackets(pipe);

@@ -183,6 +183,18 @@ TEST_F(EventRequestsTest, SplitUsesAtLeastTheSizeOfASlot) {
     }
 }
 
+TEST_F(EventRequestsTest, SplitIntoPartsOfNoSizeFails) {
+    Record(1, 2);
+    StringItem event(AfterTheFact(1000, 1001, 3));
+    UIntItem size(0);
+    BoolItem taken(true);
+    UIntItem used;
+    EXPECT_TRUE(Ask(api::splitEventRequest, ipc::EncodeItems({&event, &size}), api::splitEventReply,
+                    {&taken, &used}));
+    EXPECT_FALSE(taken.Value());
+    EXPECT_EQ(parts_.Store().Events().size(), 1U);
+}
+
 TEST_F(EventRequestsTest, SplitOfAnUnknownEventFails) {
     StringItem event("unknown");
     UIntItem size(1);

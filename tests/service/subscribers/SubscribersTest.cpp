@@ -112,6 +112,20 @@ TEST_F(SubscribersTest, OneThatReadsLateGetsEverythingInOrder) {
     EXPECT_EQ(received, told);
 }
 
+TEST_F(SubscribersTest, SubscribingAgainDropsWhatWaitsUnderTheOldId) {
+    Endpoint client = Endpoint::Open("Client");
+    subscribers_.Add("Client", Subscription::recordStart, 100);
+    subscribers_.Add("Client", Subscription::recordStop, 200);
+    TellUntilWaiting(4);
+    subscribers_.Add("Client", Subscription::recordStart, 300);
+    EXPECT_TRUE(subscribers_.HasWaiting()); // the stops
+    std::vector<std::string> received = Received(client);
+    subscribers_.DeliverWaiting();
+    std::ranges::copy(Received(client), std::back_inserter(received));
+    EXPECT_FALSE(subscribers_.HasWaiting());
+    EXPECT_THAT(received, testing::Each(testing::Not(testing::StartsWith("300 "))));
+}
+
 TEST_F(SubscribersTest, OneThatLeavesTooMuchUnreadIsDropped) {
     Endpoint const client = Endpoint::Open("Client");
     subscribers_.Add("Client", Subscription::recordStart, 100);
