@@ -25,7 +25,10 @@ std::string Encoded(Item& item) {
 
 class NotificationHandlersTest : public SeamTest {
 protected:
-    NotificationHandlersTest() { EXPECT_TRUE(notifications::SubscribeToAll(client)); }
+    NotificationHandlersTest() {
+        EXPECT_EQ(endpoint.Ipc().Init(), 0);
+        EXPECT_TRUE(notifications::SubscribeToAll(client));
+    }
 
     static constexpr char const* receiveCall = "ipc.Receive(-1, 0, \"\", null)\n";
 
