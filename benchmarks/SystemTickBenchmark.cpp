@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t slotSize = 0x5E00000;
 
 // A slot with `dataPackets` packets, every 500th of them a tick (20 a second at 15 Mbit/s), and
-// zeros behind them.
+// zeros after them.
 std::vector<unsigned char> Slot(std::size_t dataPackets) {
     std::vector<unsigned char> slot(slotSize);
     unsigned int random = 1;

@@ -80,7 +80,7 @@ protected:
 class EachControlRequest : public ControlRequestTest,
                            public ::testing::WithParamInterface<Request> {};
 
-TEST_P(EachControlRequest, IsToldWhenItWasDelivered) {
+TEST_P(EachControlRequest, IsReportedWhenItWasDelivered) {
     ExpectDelivery(GetParam());
     EXPECT_EQ(platform.Recorded().FlushedOut(), Sent(GetParam()) + "<flush>");
 }

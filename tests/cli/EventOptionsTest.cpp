@@ -27,14 +27,14 @@ protected:
     std::string const end = GetParam().flushed ? "\n<flush>" : "\n";
 };
 
-TEST_P(EventCall, ThatSucceedsIsTold) {
+TEST_P(EventCall, ThatSucceedsIsReported) {
     EXPECT_EQ(cli.ProcessOption(GetParam().option, GetParam().argument.c_str()), 3U);
     EXPECT_EQ(platform.Recorded().FlushedOut(), GetParam().success + end);
     EXPECT_EQ(platform.Err(), "");
     EXPECT_EQ(platform.Calls(), before + call);
 }
 
-TEST_P(EventCall, ThatFailsIsTold) {
+TEST_P(EventCall, ThatFailsIsReported) {
     platform.Script(GetParam().call, 1, {0});
     EXPECT_EQ(cli.ProcessOption(GetParam().option, GetParam().argument.c_str()),
               GetParam().failureStatus);

@@ -17,7 +17,7 @@ TEST_F(PreInitTest, RunningServiceIsFoundWithoutAWord) {
     EXPECT_EQ(platform.Recorded().Trace(), made + asked + "pclose()\n");
 }
 
-TEST_F(PreInitTest, MissingServiceIsToldAndIsNoFailure) {
+TEST_F(PreInitTest, MissingServiceIsReportedAndIsNoFailure) {
     platform.pidofOutput = "";
     EXPECT_EQ(cli.PreInit(), 1U);
     EXPECT_EQ(platform.Calls(), made + asked + "pclose()\n");
@@ -25,7 +25,7 @@ TEST_F(PreInitTest, MissingServiceIsToldAndIsNoFailure) {
     EXPECT_EQ(platform.Err(), "");
 }
 
-TEST_F(PreInitTest, FailedConnectionIsToldFirstAndTheServiceIsLookedForAllTheSame) {
+TEST_F(PreInitTest, FailedConnectionIsReportedFirstAndTheServiceIsLookedForAllTheSame) {
     platform.Script("Init", 1, {-1});
     platform.pidofOutput = "";
     EXPECT_EQ(cli.PreInit(), 2U);

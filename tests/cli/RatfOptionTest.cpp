@@ -90,7 +90,7 @@ TEST_F(RatfOptionTest, OtherCodePrintsTheUsageAndFails) {
     EXPECT_EQ(platform.Calls(), before);
 }
 
-TEST_F(RatfOptionTest, ArgumentWithoutACommaIsToldAndIsCarriedOut) {
+TEST_F(RatfOptionTest, ArgumentWithoutACommaIsReportedAndIsCarriedOut) {
     EXPECT_EQ(Ratf("070409-120000"), 3U);
     EXPECT_EQ(Ratf(""), 3U);
     std::string const note = std::string("Did not find comma\n:") + hint;
@@ -98,7 +98,7 @@ TEST_F(RatfOptionTest, ArgumentWithoutACommaIsToldAndIsCarriedOut) {
     EXPECT_EQ(platform.Calls(), before);
 }
 
-TEST_F(RatfOptionTest, TextThatIsNoTimeIsToldAndIsCarriedOut) {
+TEST_F(RatfOptionTest, TextThatIsNoTimeIsReportedAndIsCarriedOut) {
     struct Case {
         std::string argument;
         std::string start;
@@ -147,14 +147,14 @@ TEST_F(RatfOptionTest, TimesEndWithTheSigned32BitSeconds) {
     ExpectOutput(CreatedLine(), std::string(hint) + hint + hint + hint);
 }
 
-TEST_F(RatfOptionTest, FailedCallIsToldAndIsCarriedOut) {
+TEST_F(RatfOptionTest, FailedCallIsReportedAndIsCarriedOut) {
     platform.Script("RecordAfterTheFact", 1, {0});
     EXPECT_EQ(Ratf(times), 3U);
     ExpectOutput("", "RATF call FAILED\n");
     EXPECT_FALSE(WasCalled("SetTagsComplete"));
 }
 
-TEST_F(RatfOptionTest, EventWithoutAnIdentifierIsToldAndIsCarriedOut) {
+TEST_F(RatfOptionTest, EventWithoutAnIdentifierIsReportedAndIsCarriedOut) {
     platform.newReid = "";
     EXPECT_EQ(Ratf(times), 3U);
     ExpectOutput("", "RATF event creation FAIL (REID empty)\n");

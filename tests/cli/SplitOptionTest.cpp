@@ -100,7 +100,7 @@ TEST_F(SplitOptionTest, MalformedIdentifierSpoilsTheResultButIsSent) {
     EXPECT_EQ(platform.Calls(), calls);
 }
 
-TEST_F(SplitOptionTest, FailedCallIsToldAndDoesNotChangeTheResult) {
+TEST_F(SplitOptionTest, FailedCallIsReportedAndDoesNotChangeTheResult) {
     platform.ScriptAlways("SplitEvent", {0});
     EXPECT_EQ(Split(reid + ",3"), 3U);
     EXPECT_EQ(Split("x,3"), 2U);
@@ -147,7 +147,7 @@ TEST_F(EmptyPart, OfBlanksAfterTheCommaIsAnExceptionWithoutANote) {
     ExpectException(reid + ", \t", "");
 }
 
-TEST_F(EmptyPart, AfterAMalformedIdentifierIsToldLast) {
+TEST_F(EmptyPart, AfterAMalformedIdentifierIsReportedLast) {
     ExpectException("x,", malformed + "NOTE: use no spaces between reid and splitsize, or else "
                                       "enclose the arguments in quotes");
 }

@@ -46,7 +46,7 @@ protected:
             [&] { CopyWithTicks(Path(source), Path(target), ts::TickInserter(1000, 57)); });
     }
 
-    // The failure of a source with these bytes, which must leave nothing but the source behind.
+    // The failure of a source with these bytes, which must leave only the source.
     std::string FailureOf(Bytes const& source) const {
         Put("in.ts", source);
         std::string reason = Insert("in.ts", "out.ts");
@@ -78,7 +78,7 @@ TEST_F(CopyWithTicksTest, LargeStreamIsGivenItsTicks) {
     EXPECT_EQ(Insert("in.ts", "out.ts"), "");
     Ticks expected = {{0, 1000}};
     for (unsigned int i = 1; i < 100; ++i) {
-        // behind i ticks, the 30 packets of each PCR before, and 29 more
+        // after i ticks, the 30 packets of each PCR before, and 29 more
         expected.emplace_back((i + 30 * i + 29) * 188, 1000 + i);
     }
     EXPECT_EQ(Find(Get("out.ts")), expected);

@@ -206,7 +206,7 @@ TEST_F(Insert, MovesTheFiguresOfTheStorageWhereAFileBecomesFreeOrUsed) {
     EXPECT_TRUE(ShowsFilesInUse(2, 1));
 }
 
-TEST_F(Insert, WithoutAServiceSaysThatNobodyWasTold) {
+TEST_F(Insert, WithoutAServiceReportsThatTheServiceWasNotNotified) {
     WriteSource("clip.mpg", Noise(100));
     EXPECT_EQ(recorder.Tool({"-y", "3,clip.mpg"}),
               (Outcome{0,
@@ -297,7 +297,7 @@ TEST_F(Insert, IsSeenInTheTableAndKeepsOthersOut) {
                  busy}));
 }
 
-TEST_F(Insert, ThatWasKilledKeepsNobodyOut) {
+TEST_F(Insert, ThatWasKilledKeepsNoOtherOut) {
     HeldWriter held(recorder);
     ASSERT_TRUE(held.tool->Says("."));
     held.tool->Signal(SIGKILL);

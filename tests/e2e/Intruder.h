@@ -19,7 +19,7 @@ std::string Word(std::uint32_t value);
 std::string Header(std::uint32_t first, std::uint32_t id, std::uint32_t payloadSize);
 std::string Message(std::uint32_t id, std::string const& payload);
 
-// Datagrams that are no message, though some bear the id of one.
+// Datagrams that are no message, though some have the id of one.
 std::vector<std::string> Malformed(std::uint32_t id);
 
 // Sends messages, under a name of its own or without one, and never reads.

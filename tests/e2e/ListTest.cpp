@@ -192,7 +192,7 @@ TEST_F(ProcessTable, ShowsTheFirstBytesOfALongCommandLine) {
     EXPECT_EQ(recorder.Tool({"--lproc"}), Listed(heading + all.substr(0, 511) + '\n'));
 }
 
-TEST_F(ProcessTable, ThatIsMissingOrDamagedIsTold) {
+TEST_F(ProcessTable, ThatIsMissingOrDamagedIsReported) {
     Outcome const failed{99, notRunning + "failed to initialize shared memory\n", ""};
     fs::path const table = ProcessTablePath(recorder, ToolsByteOrder());
     fs::resize_file(table, fs::file_size(table) - 1);

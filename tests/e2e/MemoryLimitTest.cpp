@@ -35,12 +35,12 @@ protected:
     Recorder recorder;
 };
 
-TEST_F(TickBuffer, ThatCannotBeHadIsToldAndThePingIsSent) {
+TEST_F(TickBuffer, ThatCannotBeObtainedIsReportedAndThePingIsSent) {
     recorder.StartService();
     ExpectFailure({99, "Successfully sent ping request\n", "std::bad_alloc\n"});
 }
 
-TEST_F(TickBuffer, ThatCannotBeHadIsToldWithoutAService) {
+TEST_F(TickBuffer, ThatCannotBeObtainedIsReportedWithoutAService) {
     ExpectFailure({99, notRunning, "std::bad_alloc\nError sending request ping\n"});
 }
 

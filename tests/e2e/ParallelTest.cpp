@@ -92,7 +92,7 @@ TEST_F(Parallel, ExtractsEachFileToItsOwn) {
     }
 }
 
-TEST_F(Parallel, FailuresAreToldAndTheOthersGoOn) {
+TEST_F(Parallel, FailuresAreReportedAndTheOthersGoOn) {
     CreateLoadedPool(1);
     std::string const missing = "could not open stream file: 2No such file or directory\n";
     EXPECT_EQ(Unordered(recorder.Tool({"--multiread", "1,9"})),

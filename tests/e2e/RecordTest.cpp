@@ -58,7 +58,7 @@ TEST_F(Record, PutsTicksBetweenThePacketsAndAPlayerPlaysIt) {
     EXPECT_EQ(played.err, "");
 }
 
-TEST_F(Record, IsToldInTheLog) {
+TEST_F(Record, IsReportedInTheLog) {
     recorder.CreatePool(2);
     recorder.StartService({"--record", "1=" CLIP_PATH, "--fast"});
     ASSERT_TRUE(recorder.Logs(stopped));
@@ -70,7 +70,7 @@ TEST_F(Record, IsToldInTheLog) {
               "stream 1: recording REID stopped\n");
 }
 
-TEST_F(Record, FromAPipeTellsTheSubscriberWhenItStartsAndStops) {
+TEST_F(Record, FromAPipeNotifiesTheSubscriberWhenItStartsAndStops) {
     recorder.CreatePool(2);
     Child& service = recorder.StartService({"--record", "3=-"});
     Child client(recorder.ToolCommand({"-c"}));
@@ -218,7 +218,7 @@ TEST_F(Record, OfWhatIsNoTransportStreamTakesNoFile) {
               "zero-length file.  File was not copied.\nStated file length: 0  copied: 0\n");
 }
 
-TEST_F(Record, OfAMissingFileIsToldAndTheServiceServes) {
+TEST_F(Record, OfAMissingFileIsReportedAndTheServiceServes) {
     recorder.CreatePool(1);
     recorder.StartService({"--record", "1=/no/such/file"});
     ASSERT_TRUE(recorder.Logs("stream 1: cannot open '/no/such/file': No such file or directory"));

@@ -113,7 +113,7 @@ TEST(Request, ToStoppedServiceFailsOnceTheQueueIsFull) {
     EXPECT_EQ(service.Finish().status, 0);
 }
 
-TEST(Request, ThatIsSentLeavesNoEndpointBehind) {
+TEST(Request, ThatIsSentLeavesNoEndpoint) {
     Recorder recorder;
     recorder.CreatePool(1);
     recorder.StartService();

@@ -81,7 +81,7 @@ protected:
     std::list<Child> clients;
 };
 
-TEST_F(Subscriber, ThatSleepKeepNobodyFromBeingServedAndAreToldEverythingWhenTheyWake) {
+TEST_F(Subscriber, ThatSleepKeepNoOtherFromBeingServedAndAreSentEverythingWhenTheyWake) {
     for (int number = 0; number < 60; ++number) {
         Subscribe().Signal(SIGSTOP);
     }
@@ -111,7 +111,7 @@ TEST_F(Subscriber, ThatIsKilledIsForgotten) {
 
 // Of four files one is free; the event holds the first and the third, and the buffer begins with
 // the second, the oldest that may be wiped.
-TEST_F(Subscriber, IsToldTheFiguresOfTheStorageDump) {
+TEST_F(Subscriber, IsSentTheFiguresOfTheStorageDump) {
     for (int stream = 1; stream <= 3; ++stream) {
         WriteFile(Pipe(stream), Clip());
         ASSERT_TRUE(recorder.Logs(" stopped\n", stream));

@@ -308,7 +308,7 @@ void PrintTo(OddArgument const& argument, std::ostream* stream) {
 
 class OddCut : public Ticks, public testing::WithParamInterface<OddArgument> {};
 
-TEST_P(OddCut, IsTold) {
+TEST_P(OddCut, IsReported) {
     EXPECT_EQ(recorder.Tool({"-e", GetParam().text}),
               (Outcome{GetParam().status, notRunning + GetParam().out, GetParam().err}));
     EXPECT_TRUE(fs::is_empty(recorder.HardDisk()));

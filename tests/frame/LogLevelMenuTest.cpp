@@ -22,7 +22,7 @@ TEST(LogLevelMenuTest, BlanksAroundAChoiceDoNotCount) {
     EXPECT_EQ(ParseLogLevel("  notes "), 2U);
 }
 
-TEST(LogLevelMenuTest, AnythingElseIsNone) {
+TEST(LogLevelMenuTest, AnythingElseIsNoLevel) {
     for (char const* const text : {"", " ", "4", "-1", "+1", "01", "1 2", "1.0", "0x1", "note",
                                    "Notes", "errors", "4294967296", "q"}) {
         EXPECT_FALSE(ParseLogLevel(text)) << text;

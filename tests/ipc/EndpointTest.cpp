@@ -257,7 +257,7 @@ TEST_F(EndpointTest, MessagesOfAForeignUserAreDropped) {
     EXPECT_EQ(letter.has_value(), geteuid() != 0);
 }
 
-TEST_F(EndpointTest, NameThatNobodyServesIsAnErrorAtOnce) {
+TEST_F(EndpointTest, NameThatNoProcessServesIsAnErrorAtOnce) {
     Endpoint const sender = Endpoint::Open("Sender");
     EXPECT_EQ(SendError(sender, "Nobody", "", 2000), ENOENT);
     { RawSocket const gone(root_.Ipc() / "Gone"); }
@@ -469,7 +469,7 @@ TEST_F(EndpointTest, EndpointsBeyondTheLimitOfAProcessAreRefused) {
     EXPECT_EQ(WhyNot("Another"), "opened");
 }
 
-TEST_F(EndpointTest, SocketOfAKilledProcessBlocksNobody) {
+TEST_F(EndpointTest, SocketOfAKilledProcessBlocksNoProcess) {
     Event opened;
     ChildProcess child([&] {
         Endpoint const endpoint = Endpoint::Open("StreamMgr");

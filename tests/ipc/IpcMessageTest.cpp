@@ -20,7 +20,7 @@ TEST(IpcMessageTest, AllocatedPayloadIsZeroFilled) {
     EXPECT_EQ(Payload(message), std::string(3, '\0'));
 }
 
-TEST(IpcMessageTest, AllocatingAnewForgetsTheFormerPayload) {
+TEST(IpcMessageTest, AllocatingAgainForgetsTheFormerPayload) {
     IpcMessage message;
     ASSERT_EQ(message.Allocate(7, 3, nullptr), 0);
     ASSERT_EQ(message.Fill("abc", 3), 0);

@@ -190,7 +190,7 @@ TEST_F(LinxIpcTest, NoAnswerInTimeIsAFailure) {
     EXPECT_LT(stopwatch.ElapsedMs(), 10000);
 }
 
-TEST_F(LinxIpcTest, NameThatNobodyServesFailsAtOnce) {
+TEST_F(LinxIpcTest, NameThatNoProcessServesFailsAtOnce) {
     { RawSocket const gone(root_.Ipc() / "Gone"); }
     struct {
         char const* server;

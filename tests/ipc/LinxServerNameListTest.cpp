@@ -8,7 +8,7 @@ TEST(LinxServerNameListTest, StreamManagerHasItsName) {
     EXPECT_EQ(LinxServerNameList::Instance()->Name(static_cast<e_Process>(20)), "StreamMgr");
 }
 
-TEST(LinxServerNameListTest, OtherServicesHaveNone) {
+TEST(LinxServerNameListTest, OtherServicesHaveNoName) {
     EXPECT_EQ(LinxServerNameList::Instance()->Name(static_cast<e_Process>(0)), "");
     EXPECT_EQ(LinxServerNameList::Instance()->Name(static_cast<e_Process>(21)), "");
 }

@@ -36,7 +36,7 @@ TEST(LogClientTest, WithoutALevelErrorsAndNotificationsAreLogged) {
     EXPECT_EQ(LevelAtStart(nullptr), 1);
 }
 
-TEST(LogClientTest, TextThatIsNoLevelCountsAsNone) {
+TEST(LogClientTest, TextThatIsNoLevelIsIgnored) {
     for (char const* const text : {"", " ", "x", "2x", " 2", "2 ", "-1", "+2", "0x2", "4294967296",
                                    "99999999999999999999"}) {
         EXPECT_EQ(LevelAtStart(text), 1) << '\'' << text << '\'';

@@ -118,7 +118,7 @@ TEST_F(SysLogMsgTest, EntryThatCannotBeWrittenIsLost) {
     EXPECT_TRUE(std::filesystem::is_empty(root_.Path()));
 }
 
-TEST_F(SysLogMsgTest, PipeThatNobodyReadsIsNotWaitedFor) {
+TEST_F(SysLogMsgTest, PipeThatNoProcessReadsIsNotWaitedFor) {
     ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
     Log(1, "lost");
     EXPECT_TRUE(std::filesystem::is_fifo(file_));

@@ -93,7 +93,7 @@ TEST(OperatorNew, NullMayBeDeleted) {
 }
 
 // As the standard requires: null, the new handler, std::bad_alloc.
-TEST(OperatorNew, MemoryThatCannotBeHadIsReported) {
+TEST(OperatorNew, MemoryThatCannotBeObtainedIsReported) {
     ChildProcess child([] {
         static int handlerCalls = 0;
         rlimit limit = {};

@@ -63,7 +63,7 @@ protected:
         pool.Unload();
     }
 
-    // How many words of the process table behind the header are process ids or markers in use.
+    // How many words of the process table after the header are process ids or markers in use.
     int UsedWords() const {
         std::string const bytes = BytesOf(root_.ProcessTable());
         int used = 0;

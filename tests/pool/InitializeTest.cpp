@@ -112,7 +112,7 @@ TEST(Initialize, RootChangedWithoutUnloadGivesBackTheFormerRecord) {
     EXPECT_EQ(BytesOf(second.ProcessTable()), registered);
 }
 
-TEST(Initialize, ReplacedPoolIsReachedAnewAndOldStreamsGoOn) {
+TEST(Initialize, ReplacedPoolIsReachedAgainAndOldStreamsGoOn) {
     TestRoot const root;
     root.MakePool(1);
     StreamFileAccess pool;

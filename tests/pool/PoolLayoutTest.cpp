@@ -123,7 +123,7 @@ TEST(PoolLayout, WhatFollowsTheHeaderIsIgnored) {
     EXPECT_EQ(DecodePoolHeader(page, "image"), 3U);
 }
 
-TEST(PoolLayout, SlotsBeginOnThePageBehindTheTable) {
+TEST(PoolLayout, SlotsBeginOnThePageAfterTheTable) {
     EXPECT_EQ(PoolDataOffset(0), 4096U);
     EXPECT_EQ(PoolDataOffset(1), 8192U);
     EXPECT_EQ(PoolDataOffset(256), 8192U);
@@ -135,7 +135,7 @@ TEST(PoolLayout, SlotsBeginOnThePageBehindTheTable) {
     EXPECT_EQ(PoolImageSize(3), 8192U + 3 * 98566144U);
 }
 
-TEST(PoolLayout, SizeTellsTheCountOnlyWhenItIsExact) {
+TEST(PoolLayout, SizeGivesTheCountOnlyWhenItIsExact) {
     for (std::uint32_t const count : {0U, 1U, 2U, 256U, 257U, poolMaxFileCount}) {
         std::uint64_t const size = PoolImageSize(count);
         EXPECT_EQ(PoolFileCountOfSize(size), count);

@@ -172,7 +172,7 @@ TEST_F(ProcessTableTest, TableOfZerosIsAnEmptyOne) {
     EXPECT_EQ(Table(), ExpectedTable().Process(0, self_).Bytes());
 }
 
-TEST_F(ProcessTableTest, DamagedTableIsLeftAloneAndStopsNobody) {
+TEST_F(ProcessTableTest, DamagedTableIsLeftAloneAndStopsNoProcess) {
     std::vector<std::string> damaged;
     for (std::size_t at = 0; at < headerSize; at += 4) {
         damaged.push_back(ExpectedTable().Word(at, 0x42545053).Bytes());
@@ -187,7 +187,7 @@ TEST_F(ProcessTableTest, DamagedTableIsLeftAloneAndStopsNobody) {
     for (auto const& bytes : damaged) {
         std::filesystem::create_directory(root_.Path() + "/shm");
         std::ofstream(root_.ProcessTable(), std::ios::binary) << bytes;
-        TestRoot const elsewhere; // makes the next Initialize open everything anew
+        TestRoot const elsewhere; // makes the next Initialize open everything again
         elsewhere.MakePool(1);
         Initialize();
         root_.Use();
@@ -262,7 +262,7 @@ TEST_F(ProcessTableTest, UnloadResetsNoControllerForASlotOfAnotherProcess) {
     EXPECT_EQ(image->Get(2, EntryWord::controller), 0U);
 }
 
-TEST_F(ProcessTableTest, TableThatCannotBeMadeStopsNobody) {
+TEST_F(ProcessTableTest, TableThatCannotBeMadeStopsNoProcess) {
     std::ofstream(root_.Path() + "/shm") << "in the way";
     Initialize();
     EXPECT_TRUE(StreamFileAccess(1, 0).IsOpen());

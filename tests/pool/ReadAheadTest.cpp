@@ -156,7 +156,7 @@ TEST_F(ReadAheadTest, FileOfOneChunkIsAnnouncedWhole) {
     EXPECT_THAT(AtRead(readAhead, 0, 1000), ElementsAre(NoneOfTheKernelsOwn(), Announced(0, 1000)));
 }
 
-TEST_F(ReadAheadTest, AnotherPositionBeginsAnew) {
+TEST_F(ReadAheadTest, AnotherPositionBeginsAgain) {
     ReadAhead readAhead(0);
     AtRead(readAhead, 8 * mebibyte, 16 * mebibyte);
     AtRead(readAhead, 8 * mebibyte + chunk, 16 * mebibyte);

@@ -154,7 +154,7 @@ TEST_F(StreamFileTest, WriteIsShortAtTheEndOfTheSlotAndLeavesTheLength) {
     EXPECT_TRUE(std::equal(buffer.begin(), buffer.begin() + 30, bytes.begin()));
 }
 
-TEST_F(StreamFileTest, LengthIsReadAnewByThoseWhoHaveTheFileOpen) {
+TEST_F(StreamFileTest, LengthIsReadAgainByThoseWhoHaveTheFileOpen) {
     Fill(1, 100, 100);
     StreamFileAccess reader(1, 0);
     StreamFileAccess writer(1, false, StreamMgrFileMgmnt::ControlStream2);

@@ -185,7 +185,7 @@ TEST_F(WriterTest, ChildThatInheritsAWriterTakesNothingFromItsParent) {
     EXPECT_EQ(ErrorOfOpening(2), 0);
 }
 
-TEST_F(WriterTest, AbandonedControllerIsToldFromALiveOne) {
+TEST_F(WriterTest, AbandonedControllerIsDistinguishedFromALiveOne) {
     auto const image = PoolImage::Open(root_.Pool());
     image->Set(1, EntryWord::controller, 5);
     StreamFileAccess const live(2, false, StreamMgrFileMgmnt::ControlStream1);

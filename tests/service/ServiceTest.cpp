@@ -72,7 +72,7 @@ protected:
     std::thread thread_;
 };
 
-TEST_F(ServiceTest, ServesUntilItIsToldToQuit) {
+TEST_F(ServiceTest, ServesUntilItIsAskedToQuit) {
     Start();
     ExpectThatItServes();
     ExpectThatItServes();
@@ -81,7 +81,7 @@ TEST_F(ServiceTest, ServesUntilItIsToldToQuit) {
                                    "quit requested by Client"));
 }
 
-TEST_F(ServiceTest, RequestsBehindAQuitAreNotHandled) {
+TEST_F(ServiceTest, RequestsAfterAQuitAreNotHandled) {
     Send(api::quitRequest);
     Send(api::getLogLevelRequest);
     service_.Run();
@@ -165,7 +165,7 @@ protected:
     std::string const pipe_ = RootDirectory() + "/pipe";
 };
 
-TEST_F(RecordingServiceTest, SubscribersAreToldOfStartAndStop) {
+TEST_F(RecordingServiceTest, SubscribersAreNotifiedOfStartAndStop) {
     {
         std::ofstream pipe(pipe_);
         WritePackets(pipe);
@@ -199,7 +199,7 @@ TEST_F(RecordingServiceTest, SubscriberWithoutRoomIsNotifiedWhenItReads) {
     EXPECT_EQ(id, startId);
 }
 
-TEST_F(RecordingServiceTest, EndOfTheServiceEndsTheRecordingAndIsTold) {
+TEST_F(RecordingServiceTest, EndOfTheServiceEndsTheRecordingAndNotifies) {
     std::ofstream pipe(pipe_);
     WritePackets(pipe);
     EXPECT_EQ(Next(), startId);

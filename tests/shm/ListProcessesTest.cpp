@@ -249,12 +249,12 @@ protected:
     std::string const line = "failed to initialize shared memory\n<flush>";
 };
 
-TEST_F(MissingTable, IsToldWhenItCannotBeInitialised) {
+TEST_F(MissingTable, IsReportedWhenItCannotBeInitialised) {
     platform.Script("Initialize", 1, {0});
     ExpectFailure();
 }
 
-TEST_F(MissingTable, IsToldWhenItIsNotMapped) {
+TEST_F(MissingTable, IsReportedWhenItIsNotMapped) {
     platform.pool.processTable.clear();
     ExpectFailure();
 }

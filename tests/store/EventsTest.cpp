@@ -19,7 +19,7 @@ protected:
     }
 };
 
-TEST_F(EventsTest, NewStoreHasNone) {
+TEST_F(EventsTest, NewStoreIsEmpty) {
     EXPECT_THAT(store_.Events(), IsEmpty());
     EXPECT_EQ(store_.FindEvent(""), std::nullopt);
     EXPECT_EQ(store_.FilesHeldByEvents(), HeldFiles{});

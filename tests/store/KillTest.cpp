@@ -218,7 +218,7 @@ protected:
     Random random_{20261121};
 };
 
-TEST_F(KillTest, DatabaseIsConsistentAndNothingToldIsLostOrUsedTwice) {
+TEST_F(KillTest, DatabaseIsConsistentAndNothingAnsweredIsLostOrUsedTwice) {
     std::string const database = root_.Path() / "events.db";
     std::string const copy = root_.Path() / "copy.db";
     Witness witness;

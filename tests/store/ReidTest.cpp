@@ -46,7 +46,7 @@ bool IsWellFormed(std::string const& reid) {
 
 using NewReidTest = StoreTest;
 
-TEST_F(NewReidTest, IsWellFormedAndBearsTheTime) {
+TEST_F(NewReidTest, IsWellFormedAndHasTheTime) {
     for (int i = 0; i < 100; ++i) {
         std::string const reid = store_.NewReid(1795228565);
         EXPECT_TRUE(IsWellFormed(reid)) << reid;

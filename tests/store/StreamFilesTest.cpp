@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 using StreamFilesTest = StoreTest;
 
-TEST_F(StreamFilesTest, NewStoreHasNone) {
+TEST_F(StreamFilesTest, NewStoreIsEmpty) {
     EXPECT_THAT(store_.FilesInUse(), IsEmpty());
     EXPECT_THAT(store_.UnfinishedFiles(), IsEmpty());
     EXPECT_THAT(store_.Chain(1, true), IsEmpty());

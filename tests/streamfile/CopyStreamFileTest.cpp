@@ -156,7 +156,7 @@ TEST_F(CopyStreamFileTest, CountOfCopiedBytesWrapsAt32Bits) {
 
 // ---------------------------------------------------------------------- failures on the way
 
-TEST_F(CopyStreamFileTest, StreamFileThatCannotBeOpenedIsToldWithTheSystemsReason) {
+TEST_F(CopyStreamFileTest, StreamFileThatCannotBeOpenedIsReportedWithTheSystemsReason) {
     PutOnHardDisk(output, "old");
     platform.Script("OpenStreamFile", 1, Fail(EBUSY));
     EXPECT_FALSE(Copy());
@@ -171,7 +171,7 @@ TEST_F(CopyStreamFileTest, ReasonFollowsItsNumberWithoutABlank) {
     ExpectOutput("", "could not open stream file: 2No such file or directory\n");
 }
 
-TEST_F(CopyStreamFileTest, LengthThatCannotBeHadIsToldWithTheSystemsReason) {
+TEST_F(CopyStreamFileTest, LengthThatCannotBeObtainedIsReportedWithTheSystemsReason) {
     PutOnHardDisk(output, "old");
     platform.AddStreamFiles({number}, 200);
     for (int ordinal = 1; ordinal <= 2; ++ordinal) {
@@ -215,18 +215,18 @@ protected:
     }
 };
 
-TEST_F(FailedOutput, IsToldWithPathAndReason) {
+TEST_F(FailedOutput, IsReportedWithPathAndReason) {
     platform.Script("open", 1, Fail(EACCES));
     ExpectFailure(platform.HardDisk(output), EACCES);
     EXPECT_EQ(platform.Calls(), CallsToChunks() + CloseCall(number));
 }
 
-TEST_F(FailedOutput, IsToldWhenADirectoryHasItsName) {
+TEST_F(FailedOutput, IsReportedWhenADirectoryHasItsName) {
     std::filesystem::create_directory(platform.HardDisk(output));
     ExpectFailure(platform.HardDisk(output), EISDIR);
 }
 
-TEST_F(FailedOutput, IsToldWhenTheHardDiskIsMissing) {
+TEST_F(FailedOutput, IsReportedWhenTheHardDiskIsMissing) {
     setenv("STREAMMGR_HD", platform.HardDisk("missing").c_str(), 1);
     ExpectFailure(platform.HardDisk("missing/5.ts"), ENOENT);
 }

@@ -345,7 +345,7 @@ TEST_F(EditTest, SizeOfTheSecondLookCounts) {
 }
 
 // The last tick was still within the file when it was searched.
-TEST_F(EditTest, LastTickBehindTheSizeLeavesAnEpilogOfNothing) {
+TEST_F(EditTest, LastTickAfterTheSizeLeavesAnEpilogOfNothing) {
     constexpr long size = 8 * chunk - 50;
     Cut const cut = Cut100To200();
     platform.Script("DataLength", 2, {size});
@@ -358,7 +358,7 @@ TEST_F(EditTest, LastTickBehindTheSizeLeavesAnEpilogOfNothing) {
     ExpectOnHardDisk(cut.output, Content(0, cut.prologEnd));
 }
 
-TEST_F(EditTest, TickThatIsNotThereIsTold) {
+TEST_F(EditTest, TickThatIsNotThereIsReported) {
     struct Case {
         int first;
         int last;
@@ -384,7 +384,7 @@ TEST_F(EditTest, TickThatIsNotThereIsTold) {
     EXPECT_TRUE(std::filesystem::is_empty(platform.HardDisk("")));
 }
 
-TEST_F(EditTest, OutputThatCannotBeCreatedIsToldWithPathAndReason) {
+TEST_F(EditTest, OutputThatCannotBeCreatedIsReportedWithPathAndReason) {
     platform.Script("open", 1, Fail(EACCES));
     Cut const cut = Cut100To200();
     EXPECT_FALSE(Edit(cut));

@@ -107,7 +107,7 @@ TEST_F(GetStreamFileTicksTest, MarksAndTheirEndAreFlushed) {
     EXPECT_EQ(platform.Recorded().FlushedOut(), ".<flush>\n<flush>");
 }
 
-TEST_F(GetStreamFileTicksTest, FileWithoutTicksIsToldAndEmptiesTheTable) {
+TEST_F(GetStreamFileTicksTest, FileWithoutTicksIsReportedAndEmptiesTheTable) {
     platform.AddStreamFiles({number}, 200);
     platform.pool.tickTables = {{}};
     EXPECT_FALSE(Scan());
@@ -242,7 +242,7 @@ TEST_F(GetStreamFileTicksTest, EmptyFileIsRefused) {
     ExpectTicksUntouched();
 }
 
-TEST_F(GetStreamFileTicksTest, MissingMemoryForTheBufferIsToldAfterTheSizeIsKnown) {
+TEST_F(GetStreamFileTicksTest, MissingMemoryForTheBufferIsReportedAfterTheSizeIsKnown) {
     platform.AddStreamFiles({number}, 200);
     {
         FailingNothrowNew const failing;

@@ -37,7 +37,7 @@ protected:
 
 class InsertOfSize : public InsertByNameTest, public ::testing::WithParamInterface<LengthCase> {};
 
-TEST_P(InsertOfSize, TakesOverLengthAndBytesAndTellsTheService) {
+TEST_P(InsertOfSize, TakesOverLengthAndBytesAndNotifiesTheService) {
     long const size = GetParam().length;
     PutOnHardDisk(source, Source(0, size));
     EXPECT_TRUE(Insert());
@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(Size, InsertOfSize,
                                            LengthCase{{"SixteenChunksAndABit"}, 16 * aChunk + 5}),
                          NameOfCase());
 
-TEST_F(InsertByNameTest, FailedNotificationIsToldAndNoFailure) {
+TEST_F(InsertByNameTest, FailedNotificationIsReportedAndNoFailure) {
     PutOnHardDisk(source, "abc");
     platform.Script("UpdateFileSize", 1, {0});
     EXPECT_TRUE(Insert());
@@ -105,7 +105,7 @@ TEST_F(InsertByNameTest, SourceThatCannotBeOpenedIsCalledAnOutfile) {
     EXPECT_EQ(platform.Calls(), initializeCall + OpenSourceCall(source));
 }
 
-TEST_F(InsertByNameTest, TargetThatCannotBeOpenedIsToldWithTheSystemsReason) {
+TEST_F(InsertByNameTest, TargetThatCannotBeOpenedIsReportedWithTheSystemsReason) {
     PutOnHardDisk(source, "abc");
     platform.Script("OpenStreamFile", 1, Fail(EBUSY));
     EXPECT_FALSE(Insert());
@@ -116,7 +116,7 @@ TEST_F(InsertByNameTest, TargetThatCannotBeOpenedIsToldWithTheSystemsReason) {
 }
 
 // A size of 2 GiB cannot be stated in a signed 32-bit length.
-TEST_F(InsertByNameTest, SizeThatCannotBeHadIsToldWithoutAReason) {
+TEST_F(InsertByNameTest, SizeThatCannotBeObtainedIsReportedWithoutAReason) {
     PutOnHardDisk(source, "abc");
     std::string out;
     std::string err;
@@ -180,7 +180,7 @@ TEST_P(InsertOfTenChunks, WriteErrorEndsItWithoutTruncatingOrTelling) {
     EXPECT_EQ(platform.pool.files[number].statedLength, 1000);
 }
 
-TEST_P(InsertOfTenChunks, ShortWriteIsTheLastAndTheServiceIsTold) {
+TEST_P(InsertOfTenChunks, ShortWriteIsTheLastAndTheServiceIsNotified) {
     platform.Script("Write", at.position, {40});
     EXPECT_TRUE(Insert());
     ExpectCounters(length, at.before + 40);

@@ -93,7 +93,7 @@ TEST_F(OverwriteStreamFileTest, SourceLiesOnTheUsualMountWhenNoOtherIsSet) {
     ExpectOutput("", "Could not open outfile '/mnt/hd/5.ts': 2No such file or directory\n");
 }
 
-TEST_F(OverwriteStreamFileTest, TargetThatCannotBeOpenedIsToldWithTheSystemsReason) {
+TEST_F(OverwriteStreamFileTest, TargetThatCannotBeOpenedIsReportedWithTheSystemsReason) {
     PutOnHardDisk(source, "abc");
     platform.Script("OpenStreamFile", 1, Fail(EBUSY));
     EXPECT_FALSE(Overwrite());
@@ -147,7 +147,7 @@ TEST_P(OverwriteOf512Chunks, WriteErrorEndsIt) {
     ExpectWritten(number, Source(0, before));
 }
 
-TEST_P(OverwriteOf512Chunks, ShortWriteIsToldAsAShortReadAndIsTheLast) {
+TEST_P(OverwriteOf512Chunks, ShortWriteIsReportedAsAShortReadAndIsTheLast) {
     platform.Script("Write", position, {40});
     EXPECT_TRUE(Overwrite());
     ExpectCounters(slot, before + 40);

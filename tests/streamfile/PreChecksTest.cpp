@@ -86,7 +86,7 @@ std::vector<Reason> Reasons() {
 class Refusal : public PreChecksTest,
                 public ::testing::WithParamInterface<std::tuple<Tool, Reason>> {};
 
-TEST_P(Refusal, IsToldBeforeThePoolIsTouched) {
+TEST_P(Refusal, IsReportedBeforeThePoolIsTouched) {
     auto const& [tool, reason] = GetParam();
     StreamFileAccess::fileSystemType = reason.fileSystemType;
     for (bool const unbounded : {false, true}) {

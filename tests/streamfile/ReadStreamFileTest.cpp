@@ -71,7 +71,7 @@ TEST_F(ReadStreamFileTest, UnboundedReadTakesTheWholeSlotWithoutAskingForALength
                                     CloseCall(number));
 }
 
-TEST_F(ReadStreamFileTest, FailuresBeforeTheFirstByteAreToldAsByTheCopy) {
+TEST_F(ReadStreamFileTest, FailuresBeforeTheFirstByteAreReportedAsByTheCopy) {
     EXPECT_FALSE(Read());
     platform.AddStreamFiles({number}, 0);
     EXPECT_FALSE(Read());

@@ -177,14 +177,14 @@ TEST_F(StreamFileStatsTest, UnreachablePoolIsTheOnlyFailure) {
     EXPECT_EQ(platform.Calls(), initializeCall);
 }
 
-TEST_F(StreamFileStatsTest, PoolLostOnTheWayIsToldAndNoFailure) {
+TEST_F(StreamFileStatsTest, PoolLostOnTheWayIsReportedAndNoFailure) {
     platform.Script("InitializeFileAccess", 2, {0});
     EXPECT_TRUE(Stats(3));
     ExpectOutput("No system ticks found\n\n\n\n",
                  "can not proceed without fileAccess initialized\n");
 }
 
-TEST_F(StreamFileStatsTest, FailedFilesAreToldAndTheWalkGoesOn) {
+TEST_F(StreamFileStatsTest, FailedFilesAreReportedAndTheWalkGoesOn) {
     platform.pool.size = 4;
     platform.AddStreamFiles({1, 3, 4}, length);
     platform.pool.files[3].statedLength = 0;
@@ -203,7 +203,7 @@ TEST_F(StreamFileStatsTest, FailedFilesAreToldAndTheWalkGoesOn) {
                  "Stream file number 3 is a zero-length file.\n");
 }
 
-TEST_F(StreamFileStatsTest, NumberOfNoFileIsToldAndNoFailure) {
+TEST_F(StreamFileStatsTest, NumberOfNoFileIsReportedAndNoFailure) {
     EXPECT_TRUE(Stats(-3));
     EXPECT_TRUE(Stats(9));
     ExpectOutput("No system ticks found\n\n\n\n"
@@ -212,7 +212,7 @@ TEST_F(StreamFileStatsTest, NumberOfNoFileIsToldAndNoFailure) {
                  "File number is invalid: 9\n");
 }
 
-TEST_F(StreamFileStatsTest, OtherFileSystemIsToldForEachFile) {
+TEST_F(StreamFileStatsTest, OtherFileSystemIsReportedForEachFile) {
     StreamFileAccess::fileSystemType = 1;
     platform.pool.size = 2;
     EXPECT_TRUE(Stats(0));

@@ -184,7 +184,7 @@ TEST_F(StreamFileTickInfoTest, UnreachablePoolIsTheOnlyFailure) {
     EXPECT_EQ(platform.Calls(), initializeCall);
 }
 
-TEST_F(StreamFileTickInfoTest, NumberOfNoFileIsToldAndNoFailure) {
+TEST_F(StreamFileTickInfoTest, NumberOfNoFileIsReportedAndNoFailure) {
     EXPECT_TRUE(TickInfo(-3, 0));
     EXPECT_TRUE(TickInfo(9, 'm'));
     ExpectOutput("No system ticks found in file number -3\n"

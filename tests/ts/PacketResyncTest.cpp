@@ -122,8 +122,8 @@ TEST(PacketResync, OneLostSyncByteCostsOnePacket) {
     EXPECT_THAT(Packets(stream), ElementsAre(0, 188, 376, 752, 940));
 }
 
-// Every packet has a sync byte at byte 50, with a plausible header behind it: only the alignment
-// that was followed before tells which is the true one.
+// Every packet has a sync byte at byte 50, with a plausible header after it: only the alignment
+// that was followed before shows which is the true one.
 TEST(PacketResync, OneLostSyncByteDoesNotLoseTheAlignmentToThePayload) {
     TestStream stream;
     for (unsigned int i = 0; i < 8; ++i) {

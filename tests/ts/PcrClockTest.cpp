@@ -29,7 +29,7 @@ TEST(PcrClock, ReadsBaseAndExtension) {
     }
 }
 
-TEST(PcrClock, PacketsWithoutPcrCarryNone) {
+TEST(PcrClock, PacketsWithoutPcrCarryNoPcr) {
     EXPECT_EQ(ProgramClockReference(View(MediaPacket())), std::nullopt);
     Bytes tooShort = PcrPacket(5);
     for (unsigned char length = 0; length < 7; ++length) {

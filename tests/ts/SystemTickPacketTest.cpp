@@ -92,7 +92,7 @@ TEST(SystemTickPacket, WrongWordCountIsRefused) {
     }
 }
 
-// What a file's end leaves of its last packet, in a buffer that is zero-filled behind it.
+// What a file's end leaves of its last packet, in a buffer that is filled with zeros after it.
 TEST(SystemTickPacket, TickCutOffAtAnyLengthIsRefused) {
     for (std::size_t length = 0; length < tsPacketSize; ++length) {
         auto packet = EncodeSystemTick(identifier, sample, 0);

@@ -61,7 +61,7 @@ inline Bytes TickPacket(unsigned int tick) {
     return {packet.begin(), packet.end()};
 }
 
-// A media packet that bears a tick packet's first bytes in its payload, and the sync byte at the
+// A media packet that has a tick packet's first bytes in its payload, and the sync byte at the
 // same place of its payload as all packets of this kind.
 inline Bytes MisleadingPacket(std::size_t at, unsigned int tick) {
     Bytes packet = MediaPacket();

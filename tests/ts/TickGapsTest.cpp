@@ -69,7 +69,7 @@ TEST(TickGaps, RestartAtTheStartTakesThePlaceOfTheFirst) {
     EXPECT_EQ(Numbers(numbers, 2), (Expected{7, 8}));
 }
 
-TEST(TickGaps, RestartWithinAGapHoldsBehindIt) {
+TEST(TickGaps, RestartWithinAGapHoldsAfterIt) {
     TickGaps numbers(10);
     numbers.LeaveOut(1, 3);
     numbers.RestartAt(2, 100);

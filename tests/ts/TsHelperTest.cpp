@@ -34,7 +34,7 @@ TEST(TsHelper, EmptyBufferHasNoTick) {
     EXPECT_EQ(Find({}), Ticks{});
 }
 
-TEST(TsHelper, StreamWithoutTicksHasNone) {
+TEST(TsHelper, StreamWithoutTicksGivesNothing) {
     EXPECT_EQ(Find(TestStream().Media(10).Zeros(500).Data()), Ticks{});
 }
 
@@ -162,7 +162,7 @@ TEST(TsHelper, TickCutInTwoIsNotReportedAndCostsNoOther) {
     }
 }
 
-// Every media packet bears a tick packet's first bytes at the same place of its payload.
+// Every media packet has a tick packet's first bytes at the same place of its payload.
 TEST(TsHelper, TickInThePayloadIsNotReported) {
     for (std::size_t at = 4; at < tsPacketSize; ++at) {
         TestStream stream;

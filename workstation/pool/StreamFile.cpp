@@ -68,8 +68,8 @@ std::unique_ptr<StreamFile> StreamFile::OpenForReading(PoolSession& session, int
 std::unique_ptr<StreamFile> StreamFile::OpenForWriting(PoolSession& session, int fileNumber,
                                                        Controller controller) {
     auto file = Open(session, fileNumber, SlotUse::writing);
-    // The controller is set while the thread is listed and the lock is held: a reaper that finds
-    // one that was left behind can tell.
+    // The controller is set while the thread is listed and the lock is held: a process that finds
+    // one without a lock knows that its writer died.
     file->pool_.Set(fileNumber, EntryWord::controller, static_cast<std::uint32_t>(controller));
     if (session.PoolIfLoaded() != &file->pool_) { // unloaded in the meantime
         throw NoPoolIsLoaded(fileNumber);

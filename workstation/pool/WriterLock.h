@@ -6,7 +6,7 @@ namespace workstation::pool {
 class PoolImage;
 
 // Takes the lock of a stream file, which is the byte range of its table entry. The lock belongs to
-// the open file behind `descriptor`, which must be open for writing, and ends with it: the kernel
+// the open file of `descriptor`, which must be open for writing, and ends with it: the kernel
 // releases it however the process ends. Throws Failure: EBUSY while another writer holds it.
 void LockForWriting(int descriptor, int fileNumber);
 

@@ -178,14 +178,14 @@ TEST_F(RecordingTest, DamagedLoopDoesNotFloodTheLog) {
     CheckTicks();
 }
 
-TEST_F(RecordingTest, SourceThatDoesNotExistIsTold) {
+TEST_F(RecordingTest, SourceThatDoesNotExistIsReported) {
     RecordFast(directory_.Path("clip.ts"));
     EXPECT_EQ(lines_, Lines({"stream 2: cannot open '" + directory_.Path("clip.ts") +
                              "': No such file or directory"}));
     EXPECT_EQ(target_.Calls(), "");
 }
 
-TEST_F(RecordingTest, SourceThatCannotBeReadIsTold) {
+TEST_F(RecordingTest, SourceThatCannotBeReadIsReported) {
     RecordFast("/proc/self/mem"); // nothing is at address 0
     EXPECT_EQ(lines_, Lines({"stream 2: cannot read '/proc/self/mem': Input/output error"}));
     EXPECT_EQ(target_.Calls(), "");
@@ -230,7 +230,7 @@ TEST_F(RecordingTest, LoopOfAFileThatBecomesEmptyEnds) {
     EXPECT_EQ(lines_, Lines({Line("has ended, 1020 packets recorded, 0 bytes dropped")}));
 }
 
-TEST_F(RecordingTest, MebibyteWithoutAPacketIsToldAndSearchedOnSlowly) {
+TEST_F(RecordingTest, MebibyteWithoutAPacketIsReportedAndSearchedOnSlowly) {
     auto const stream = DamagedStream().Bad(Garbage(4 << 20)).Good(100);
     RecordFast(Clip(stream.All()));
     EXPECT_EQ(Packets(), stream.Found());
@@ -242,7 +242,7 @@ TEST_F(RecordingTest, MebibyteWithoutAPacketIsToldAndSearchedOnSlowly) {
                              Line("has ended, 100 packets recorded, 4194304 bytes dropped")}));
 }
 
-TEST_F(RecordingTest, SourceThatStopsInAPacketIsToldAndKept) {
+TEST_F(RecordingTest, SourceThatStopsInAPacketIsReportedAndKept) {
     auto const stream = DamagedStream().Good(100).BadCut(187);
     RecordFast(Clip(stream.All()));
     EXPECT_EQ(Packets(), stream.Found());
@@ -250,7 +250,7 @@ TEST_F(RecordingTest, SourceThatStopsInAPacketIsToldAndKept) {
                              Line("has ended, 100 packets recorded, 187 bytes dropped")}));
 }
 
-TEST_F(RecordingTest, LossOfSyncIsTold) {
+TEST_F(RecordingTest, LossOfSyncIsReported) {
     auto const stream = DamagedStream().Good(100).Bad(Garbage(1000)).Good(100);
     RecordFast(Clip(stream.All()));
     EXPECT_EQ(Packets(), stream.Found());

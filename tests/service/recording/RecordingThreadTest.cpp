@@ -63,7 +63,7 @@ TEST_F(RecordingThreadTest, NeverStartedStops) {
     EXPECT_EQ(target_.Calls(), "");
 }
 
-TEST_F(RecordingThreadTest, SourceThatNobodyWritesIsLeft) {
+TEST_F(RecordingThreadTest, SourceThatNoProcessWritesIsLeft) {
     RecordingThread thread = MakeThread({2, directory_.Fifo("pipe")});
     thread.Start();
     thread.Stop();
@@ -128,7 +128,7 @@ TEST_F(RecordingThreadTest, LoopAsFastAsItCanBeIsLeft) {
 }
 
 // In random bytes what looks like packets is found now and then.
-TEST_F(RecordingThreadTest, EndlessSourceThatIsNoTransportStreamIsToldOnceAndLeft) {
+TEST_F(RecordingThreadTest, EndlessSourceThatIsNoTransportStreamIsReportedOnceAndLeft) {
     RecordingThread thread = MakeThread({2, "/dev/zero"});
     thread.Start();
     AwaitLine();

@@ -32,13 +32,13 @@ TEST_F(SyncReportTest, GoodStreamIsNotWorthALine) {
     EXPECT_EQ(lines_, Lines());
 }
 
-TEST_F(SyncReportTest, BytesBeforeTheFirstPacketAreTold) {
+TEST_F(SyncReportTest, BytesBeforeTheFirstPacketAreReported) {
     Update(0, 1000, false);
     Update(0, 1500, true);
     EXPECT_EQ(lines_, Lines({"found sync, 1500 bytes dropped"}));
 }
 
-TEST_F(SyncReportTest, LossAndRecoveryAreTold) {
+TEST_F(SyncReportTest, LossAndRecoveryAreReported) {
     Update(0, 0, true);
     Update(1, 100, false);
     Update(1, 300, false);

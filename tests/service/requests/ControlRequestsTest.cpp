@@ -73,7 +73,7 @@ TEST_F(ControlRequestsTest, InfoAndStorageGoToTheLog) {
                             "storage dump requested by Client", "storage: half full"));
 }
 
-TEST_F(ControlRequestsTest, LogLevelIsTold) {
+TEST_F(ControlRequestsTest, LogLevelIsReported) {
     LogClient::Instance()->Level(2);
     Ask(api::getLogLevelRequest);
     UIntItem level;

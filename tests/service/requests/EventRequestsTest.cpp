@@ -155,7 +155,7 @@ TEST_F(EventRequestsTest, FileChainIsLoggedWithOrWithoutTheWiped) {
                             "file chain of stream 2 (requested as 1): 1 files", second));
 }
 
-TEST_F(EventRequestsTest, ChainOfAStreamThatDoesNotExistIsToldSo) {
+TEST_F(EventRequestsTest, ChainOfAStreamThatDoesNotExistIsReported) {
     UIntItem stream(4);
     BoolItem withWiped(true);
     Tell(api::logFileChainRequest, ipc::EncodeItems({&stream, &withWiped}));

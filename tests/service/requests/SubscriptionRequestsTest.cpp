@@ -66,7 +66,7 @@ TEST_F(SubscriptionRequestsTest, EachOfTheThreeIsAccepted) {
     EXPECT_EQ(told->correlation, 0U);
 }
 
-TEST_F(SubscriptionRequestsTest, OnlyTheStorageIsToldAtOnce) {
+TEST_F(SubscriptionRequestsTest, OnlyTheStorageIsSentAtOnce) {
     EXPECT_TRUE(Subscribe(11));
     EXPECT_TRUE(Subscribe(12));
     EXPECT_THAT(newcomers_, IsEmpty());

@@ -39,7 +39,7 @@ TEST_F(FileAllocatorTest, FileShowsItsStreamWhileItIsRecordedInto) {
               (store::RecordedFile{chain[0].id, 1, 3, 1005, 1006, 5, 6, 376, true, false}));
 }
 
-TEST_F(FileAllocatorTest, EachAppendGoesBehindTheOneBefore) {
+TEST_F(FileAllocatorTest, EachAppendGoesAfterTheOneBefore) {
     auto const file = files_.Take(1);
     ASSERT_TRUE(file);
     file->Append(Packets(1), ContentsOf(188, 5, 5), 0);

@@ -30,7 +30,7 @@ TEST(StorageFigures, EmptyPoolHasNothing) {
               "event untransferred not in buffer 0 KiB (0.0 %), free 0 KiB (0.0 %)");
 }
 
-TEST(StorageFigures, SharesOfTheTotalAreTold) {
+TEST(StorageFigures, SharesOfTheTotalAreReported) {
     EXPECT_EQ(DescribeStorage({800, 300, 100, 50, 450}),
               "total 800 KiB, buffer 300 KiB (37.5 %), event untransferred in buffer 100 KiB (12.5 "
               "%), event untransferred not in buffer 50 KiB (6.2 %), free 450 KiB (56.2 %)");

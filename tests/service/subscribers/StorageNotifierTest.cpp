@@ -49,14 +49,14 @@ protected:
     StorageNotifier::Clock::time_point const start_ = StorageNotifier::Clock::now();
 };
 
-TEST_F(StorageNotifierTest, NewcomerIsToldAtOnce) {
+TEST_F(StorageNotifierTest, NewcomerIsNotifiedAtOnce) {
     notifier_.NotifyNewSubscriber("Client");
     EXPECT_THAT(Told(), ElementsAre(7));
     notifier_.NotifyOfChanges(start_);
     EXPECT_THAT(Told(), IsEmpty());
 }
 
-TEST_F(StorageNotifierTest, ChangesAreToldAtMostOnceASecond) {
+TEST_F(StorageNotifierTest, ChangesAreSentAtMostOnceASecond) {
     notifier_.NotifyNewSubscriber("Client");
     notifier_.NotifyOfChanges(start_);
     figures_.free = 6;
@@ -78,7 +78,7 @@ TEST_F(StorageNotifierTest, WithoutSubscribersNothingIsWaitedFor) {
     EXPECT_THAT(log_.Entries(), IsEmpty());
 }
 
-TEST_F(StorageNotifierTest, FiguresThatCannotBeCountedAreToldLater) {
+TEST_F(StorageNotifierTest, FiguresThatCannotBeCountedAreSentLater) {
     fails_ = true;
     EXPECT_THROW(notifier_.NotifyNewSubscriber("Client"), std::runtime_error);
     notifier_.NotifyOfChanges(start_);

@@ -41,7 +41,7 @@ protected:
     Subscribers subscribers_{service_};
 };
 
-TEST_F(SubscribersTest, EachIsToldOfWhatItSubscribedToUnderItsOwnId) {
+TEST_F(SubscribersTest, EachIsNotifiedOfWhatItSubscribedToUnderItsOwnId) {
     Endpoint first = Endpoint::Open("First");
     Endpoint second = Endpoint::Open("Second");
     subscribers_.Add("First", Subscription::storage, 100);
@@ -54,7 +54,7 @@ TEST_F(SubscribersTest, EachIsToldOfWhatItSubscribedToUnderItsOwnId) {
     EXPECT_THAT(Received(second), ElementsAre("201 start"));
 }
 
-TEST_F(SubscribersTest, OneCanBeToldAlone) {
+TEST_F(SubscribersTest, OneCanBeNotifiedAlone) {
     Endpoint first = Endpoint::Open("First");
     Endpoint second = Endpoint::Open("Second");
     subscribers_.Add("First", Subscription::storage, 100);
@@ -138,7 +138,7 @@ TEST_F(SubscribersTest, OneThatLeavesTooMuchUnreadIsDropped) {
     EXPECT_THAT(log_.Entries(), ElementsAre("subscriber Client does not read and is dropped"));
 }
 
-TEST_F(SubscribersTest, ManyThatDoNotReadKeepNobodyFromBeingTold) {
+TEST_F(SubscribersTest, ManyThatDoNotReadKeepNoOtherFromBeingNotified) {
     std::vector<Endpoint> sleepers;
     for (int number = 1; number <= 60; ++number) {
         std::string const name = "Sleeper" + std::to_string(number);
