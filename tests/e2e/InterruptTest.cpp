@@ -14,7 +14,17 @@ namespace fs = std::filesystem;
 
 // Small files make for many moments at which a file is opened or closed, large ones for many at
 // which data moves.
-class Interrupt : public testing::TestWithParam<std::size_t> {};
+class Interrupt : public testing::TestWithParam<std::size_t> {
+protected:
+    // The tool exits in its signal handler, as it is required to, and exit() frees memory. When the
+    // signal interrupts the address sanitizer's allocator, this would wait for a lock of the thread
+    // itself: the quarantine and the search for leaks take such locks, so they are switched off.
+    Interrupt() {
+        setenv("ASAN_OPTIONS",
+               "detect_leaks=0:quarantine_size_mb=0:thread_local_quarantine_size_kb=0", 1);
+    }
+    ~Interrupt() override { unsetenv("ASAN_OPTIONS"); }
+};
 
 TEST_P(Interrupt, AlwaysEndsTheCopyWith255AndLeavesThePoolUnharmed) {
     int const rounds = ToolIsEmulated() ? 40 : 200;

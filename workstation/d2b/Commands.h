@@ -14,4 +14,8 @@ void AddLoadCommand(CLI::App& tool);
 void AddSetCommand(CLI::App& tool);
 void AddTickCommand(CLI::App& tool);
 
+// The verbs that show what is in a pool and change nothing; no verb in a build without them.
+void AddEvidenceCommands(CLI::App& tool);
+void AddScanCommand(CLI::App& tool);
+
 } // namespace workstation::d2b

@@ -31,6 +31,7 @@ int RunD2b(int argc, char const* const* argv) {
     AddSetCommand(tool);
     AddTickCommand(tool);
     AddCheckCommand(tool);
+    AddEvidenceCommands(tool);
     try {
         tool.parse(argc, argv);
         return 0;

@@ -1,0 +1,10 @@
+// The evidence verbs of the pool tool.
+#include "d2b/Commands.h"
+
+namespace workstation::d2b {
+
+void AddEvidenceCommands(CLI::App& tool) {
+    AddScanCommand(tool);
+}
+
+} // namespace workstation::d2b

@@ -1,0 +1,52 @@
+// The bytes of a slot, as far as they can be read.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace workstation::evidence {
+
+// A range of bytes of a slot.
+struct Range {
+    std::uint64_t offset;
+    std::uint64_t bytes;
+
+    std::uint64_t End() const { return offset + bytes; }
+    bool operator==(Range const&) const = default;
+};
+
+// Reads a slot of a pool image. Only reads: the descriptor is open for reading.
+class SlotReader {
+public:
+    // The slot begins at byte `begin` of the file and states `length` bytes. The descriptor must
+    // outlive the reader.
+    SlotReader(int descriptor, std::uint64_t begin, std::uint64_t length)
+        : descriptor_(descriptor)
+        , begin_(begin)
+        , length_(length) {}
+    virtual ~SlotReader() = default;
+
+    SlotReader(SlotReader const&) = delete;
+    SlotReader& operator=(SlotReader const&) = delete;
+
+    std::uint64_t Length() const { return length_; }
+
+    // Fills `bytes` from byte `offset` of the slot. What cannot be read is filled with zeros and
+    // appended to `unreadable`, to the page. The range lies within the stated length.
+    void Read(std::uint64_t offset, std::span<unsigned char> bytes, std::vector<Range>& unreadable);
+
+protected:
+    // One pread(2). Replaced by tests, for disks that fail.
+    virtual long ReadOnce(unsigned char* bytes, std::uint64_t count, std::uint64_t fileOffset);
+
+private:
+    // Returns the bytes that were read before an error or the end of the file.
+    std::uint64_t ReadWhile(std::uint64_t offset, std::span<unsigned char> bytes);
+
+    int descriptor_;
+    std::uint64_t begin_;
+    std::uint64_t length_;
+};
+
+} // namespace workstation::evidence
