@@ -58,7 +58,7 @@ std::vector<int> SlotsToScan(PoolView const& pool, std::vector<int> slots) {
         }
     }
     std::ranges::sort(slots);
-    slots.erase(std::ranges::unique(slots).begin(), slots.end());
+    slots.erase(std::unique(slots.begin(), slots.end()), slots.end());
     return slots;
 }
 
