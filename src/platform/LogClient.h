@@ -9,7 +9,7 @@ public:
     // The log client of this process. Never destroyed.
     static LogClient* Instance();
 
-    // Level bits: 1 errors and notifications, 2 notes. Whoever logs checks the bit of the entry
+    // Level bits: 1 errors and notifications, 2 notes. The caller checks the bit of the entry
     // first and writes the entry only when the bit is set.
     unsigned int Level() const;
     void Level(unsigned int level);

@@ -113,8 +113,8 @@ private:
     unsigned char counter_ = 0;
 };
 
-// Packets around the ends of what a scan has in memory, and others. None of the twelve packets from
-// there on is a tick, and three packets stand before.
+// Packets around the ends of what a scan has in memory, and others. The twelve packets from there
+// on contain no tick, and three packets stand before.
 constexpr std::size_t windowPackets = 8 * 1024;
 constexpr std::size_t places[] = {3,    42,   8162, 8182,  8184,  8186,
                                   8202, 8205, 8222, 16382, 16384, 16387};
