@@ -1,6 +1,8 @@
 // How the bytes between packets are sorted into faults.
 #include "evidence/LostBytes.h"
 
+#include <random>
+
 using namespace workstation::evidence;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -57,6 +59,16 @@ TEST(LostBytesTest, FewZerosDoNotDivideALoss) {
     lost.Add(100, Bytes(100, 0), {});
     lost.Add(200, Bytes(100, 1), {});
     EXPECT_THAT(lost.Take(), ElementsAre(Of(FaultKind::sync, 0, 300)));
+}
+
+TEST(LostBytesTest, NoiseIsOneLossOfSync) {
+    std::mt19937 random(1);
+    std::vector<unsigned char> noise(1000000);
+    std::ranges::generate(noise, [&] { return static_cast<unsigned char>(random()); });
+    LostBytes lost;
+    lost.Add(0, std::span(noise).first(300000), {});
+    lost.Add(300000, std::span(noise).subspan(300000), {});
+    EXPECT_THAT(lost.Take(), ElementsAre(Of(FaultKind::sync, 0, 1000000)));
 }
 
 TEST(LostBytesTest, UnreadableRangeStandsForTheCutPacketsBesideIt) {

@@ -11,11 +11,25 @@ void LostBytes::Append(FaultKind kind, std::uint64_t offset, std::uint64_t bytes
     if (bytes == 0) {
         return;
     }
+    if (kind != FaultKind::zeros) {
+        EndRunOfZeros();
+    }
     if (!parts_.empty() && parts_.back().kind == kind) {
         parts_.back().range.bytes += bytes;
     } else {
         parts_.push_back({kind, {offset, bytes}});
     }
+}
+
+// A short run of zeros is bytes like any other. Decided at its end, so that noise is one part.
+void LostBytes::EndRunOfZeros() {
+    if (parts_.empty() || parts_.back().kind != FaultKind::zeros ||
+        parts_.back().range.bytes >= ts::tsPacketSize) {
+        return;
+    }
+    Range const run = parts_.back().range;
+    parts_.pop_back();
+    Append(FaultKind::sync, run.offset, run.bytes);
 }
 
 void LostBytes::AddReadable(std::uint64_t offset, std::span<unsigned char const> bytes) {
@@ -56,13 +70,7 @@ bool LostBytes::IsCutPacket(std::size_t part) const {
 }
 
 std::vector<Fault> LostBytes::Take() {
-    // Short runs of zeros are bytes like any other.
-    std::vector<Part> const parts = std::move(parts_);
-    parts_.clear();
-    for (Part const& part : parts) {
-        bool const isShort = part.kind == FaultKind::zeros && part.range.bytes < ts::tsPacketSize;
-        Append(isShort ? FaultKind::sync : part.kind, part.range.offset, part.range.bytes);
-    }
+    EndRunOfZeros();
     std::vector<Fault> faults;
     for (std::size_t part = 0; part < parts_.size(); ++part) {
         if (!IsCutPacket(part)) {

@@ -31,6 +31,7 @@ private:
     };
 
     void Append(FaultKind kind, std::uint64_t offset, std::uint64_t bytes);
+    void EndRunOfZeros();
     void AddReadable(std::uint64_t offset, std::span<unsigned char const> bytes);
     bool IsCutPacket(std::size_t part) const;
 
