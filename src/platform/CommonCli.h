@@ -37,7 +37,7 @@ public:
 
     // Carries out one option and returns 3 on success, 2 on failure. `option` is the value that
     // getopt_long returns, '?' for an unknown option and for an argument that belongs to no option.
-    // `argument` is the text of the option's argument, null when it has none.
+    // `argument` is the text of the option's argument, null for an option without one.
     virtual unsigned int ProcessOption(int option, char const* argument) = 0;
 
     // Called after PostInit; 3 on success. The base class does nothing.

@@ -231,7 +231,7 @@ TEST_F(LinxIpcContract, LastRegisteredHandlerIsCalled) {
 TEST_F(LinxIpcContract, RemovedHandlerIsNotCalled) {
     client_.SetHandler(noticeId, Calls::Note, &calls_);
     client_.SetHandler(noticeId, nullptr, nullptr);
-    client_.SetHandler(questionId, nullptr, nullptr); // there is none to remove
+    client_.SetHandler(questionId, nullptr, nullptr); // no handler is registered
     EXPECT_EQ(Send(other_, "Client", noticeId, "news"), 0);
     EXPECT_EQ(Send(other_, "Client", questionId, "news"), 0);
     EXPECT_EQ(Receive(), 0);

@@ -276,7 +276,7 @@ TEST_P(AtPlace, UnreadablePageIsPassedOver) {
 
 INSTANTIATE_TEST_SUITE_P(Table, AtPlace, testing::ValuesIn(places));
 
-// Packets at random, none near another, flipped, zeroed or dropped: each is in the list, and
+// Packets at random, far from each other, flipped, zeroed or dropped: each is in the list, and
 // nothing else.
 TEST(SlotScanTest, SeededDamageIsFoundAndNothingElse) {
     std::mt19937 random(1);

@@ -61,7 +61,7 @@ int TakeReply(unsigned int replyId, int timeoutMs, IpcMessage& reply) {
     return ETIMEDOUT;
 }
 
-// The next message for an endpoint; nothing when there is none left.
+// The next message for an endpoint; empty when all were taken.
 std::optional<FakeMessage> TakeIncoming(std::string const& name) {
     auto& incoming = FakePlatform::Get().incoming;
     auto const found = std::ranges::find_if(incoming, [&](FakeMessage const& message) {

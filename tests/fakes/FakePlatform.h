@@ -66,7 +66,7 @@ public:
     FakePlatform(FakePlatform const&) = delete;
     FakePlatform& operator=(FakePlatform const&) = delete;
 
-    // Null while there is none: before main, and in tests of other things.
+    // Null before main, and in tests that do not use it.
     static FakePlatform* Current();
     // The same where there must be one.
     static FakePlatform& Get();
@@ -123,7 +123,7 @@ public:
     std::map<int, void (*)(int)> signalHandlers;
 
     // ------------------------------------------------------------------ for the fakes
-    // Records a call and returns its scripted answer; nothing when it has none. errno is that of
+    // Records a call and returns its scripted answer; empty when none is scripted. errno is that of
     // the answer, or meaningless.
     std::optional<Answer> Enter(std::string_view object, std::string const& call,
                                 std::string const& arguments);

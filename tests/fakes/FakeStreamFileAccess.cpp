@@ -33,7 +33,7 @@ public:
     std::string Prefix() const { return "file" + Show(number) + "."; }
     FakePool::File& Entry() const { return FakePlatform::Get().pool.files.at(number); }
 
-    // The row of the file in the table of files; null when the test gave it none.
+    // The row of the file in the table of files; null when the test did not set one.
     StreamMgrFileMgmnt::FileMgmnt_t* Row() const {
         auto& table = FakePlatform::Get().pool.table;
         auto const found = table.find(number);
