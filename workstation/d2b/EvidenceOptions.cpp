@@ -2,10 +2,12 @@
 #include "d2b/EvidenceOptions.h"
 
 #include <CLI/CLI.hpp>
+#include <ctime>
 #include <filesystem>
 #include <iostream>
 
 #include "Root.h"
+#include "evidence/TimeArgument.h"
 
 namespace workstation::d2b {
 
@@ -30,6 +32,19 @@ void AddProgressOptions(CLI::App& command, ProgressOptions& options) {
     auto* const show = command.add_flag("--progress", options.show,
                                         "Shows progress, also if standard error is no terminal");
     command.add_flag("--no-progress", options.hide, "Shows no progress")->excludes(show);
+}
+
+void AddTimeOption(CLI::App& command, std::string const& name, std::optional<std::int64_t>& time,
+                   std::string const& description) {
+    auto const parse = [name, &time](std::string const& text) {
+        time = evidence::ParseTime(text, std::time(nullptr));
+        if (!time) {
+            throw CLI::ValidationError(name, "'" + text +
+                                                 "' is no time: YYYY-MM-DD HH:MM:SS, HH:MM[:SS], "
+                                                 "either with Z for UTC, or @SECONDS");
+        }
+    };
+    command.add_option_function<std::string>(name, parse, description)->type_name("TIME");
 }
 
 evidence::PoolView OpenPool(PoolOptions const& options) {

@@ -1,6 +1,8 @@
 // The options that the evidence verbs of the pool tool share.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "evidence/Catalogue.h"
@@ -32,6 +34,10 @@ void AddPoolOption(CLI::App& command, PoolOptions& options);     // --pool
 void AddDatabaseOption(CLI::App& command, PoolOptions& options); // --db
 void AddJsonOption(CLI::App& command, bool& json);               // --json
 void AddProgressOptions(CLI::App& command, ProgressOptions& options);
+
+// An option with a TIME, such as "--from". A text that names no time is a misuse.
+void AddTimeOption(CLI::App& command, std::string const& name, std::optional<std::int64_t>& time,
+                   std::string const& description);
 
 // Opens the pool, and shows what is wrong with the image as a whole on standard error. Throws
 // Failure.
