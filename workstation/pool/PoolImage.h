@@ -39,6 +39,9 @@ public:
         Set(fileNumber, EntryWord::dbMatch, isKnown ? 1 : 0);
     }
 
+    // Makes the header and the table durable as they are now, and no slot. Throws Failure.
+    void SyncTable() const;
+
     // Where the slot of a file begins, in bytes.
     std::uint64_t SlotOffset(int fileNumber) const {
         return PoolSlotOffset(fileCount_, fileNumber);

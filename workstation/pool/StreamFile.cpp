@@ -158,6 +158,12 @@ unsigned int StreamFile::Write(void const* buffer, unsigned int count) {
     return available;
 }
 
+void StreamFile::Sync() {
+    if (fdatasync(file_.Get()) != 0) {
+        throw SystemFailure(StreamFileName(fileNumber_) + ": cannot make its bytes durable");
+    }
+}
+
 void StreamFile::Seek(long offset) {
     position_ = CheckedPosition(fileNumber_, offset);
 }

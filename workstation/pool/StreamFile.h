@@ -51,6 +51,11 @@ public:
     // may have been written, and the position is unchanged.
     unsigned int Write(void const* buffer, unsigned int count);
 
+    // Makes the bytes written so far durable, and what the table of files states by now: it lies in
+    // the same image. PoolImage::SyncTable() is enough for the table alone and writes no slot.
+    // Throws Failure.
+    void Sync();
+
     // Moves the position to a byte offset. Throws Failure (EINVAL) for one outside the slot.
     void Seek(long offset);
 

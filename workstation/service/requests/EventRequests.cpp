@@ -72,6 +72,7 @@ private:
     template <typename Operation>
     bool Attempt(char const* what, Operation operation) const;
     void ReplyDone(ipc::Letter const& request, bool done) const;
+    void LogNoEvent(std::string const& reid) const;
 
     EventContext context_;
 };
@@ -93,13 +94,22 @@ void EventRequests::ReplyDone(ipc::Letter const& request, bool done) const {
     SendReply(context_.endpoint, request, api::doneReply, {&item});
 }
 
+// Subscribers also know the identifiers of recordings.
+void EventRequests::LogNoEvent(std::string const& reid) const {
+    log::LogNotification(context_.store.IsRecording(reid) ? reid + " is a recording, not an event"
+                                                          : "there is no event " + reid);
+}
+
 void EventRequests::DeleteEvent(ipc::Letter& request) const {
     StringItem reid;
     if (!ipc::DecodeItems(request.payload, {&reid})) {
         return;
     }
-    bool const known = context_.store.DeleteEvent(reid.Value());
-    log::LogNotification((known ? "deleted event " : "there is no event ") + reid.Value());
+    if (context_.store.DeleteEvent(reid.Value())) {
+        log::LogNotification("deleted event " + reid.Value());
+    } else {
+        LogNoEvent(reid.Value());
+    }
 }
 
 void EventRequests::LogFileChain(ipc::Letter& request) const {
@@ -151,8 +161,14 @@ void EventRequests::RecordAfterTheFact(ipc::Letter& request) const {
 void EventRequests::SetTagsComplete(ipc::Letter& request) const {
     ReplyDone(request, Attempt("set tags complete", [&] {
                   StringItem reid;
-                  return ipc::DecodeItems(request.payload, {&reid}) &&
-                         context_.store.SetTagsComplete(reid.Value());
+                  if (!ipc::DecodeItems(request.payload, {&reid})) {
+                      return false;
+                  }
+                  bool const isSet = context_.store.SetTagsComplete(reid.Value());
+                  if (!isSet) {
+                      LogNoEvent(reid.Value());
+                  }
+                  return isSet;
               }));
 }
 
@@ -168,7 +184,7 @@ void EventRequests::SplitEvent(ipc::Letter& request) const {
         unsigned int const limitKiB = SplitLimitKiB(size.Value());
         auto const events = context_.store.SplitEvent(reid.Value(), limitKiB);
         if (!events) {
-            log::LogNotification("there is no event " + reid.Value());
+            LogNoEvent(reid.Value());
             return false;
         }
         // It differs from the requested size only if that is smaller than a slot.

@@ -22,7 +22,9 @@ PoolTarget::PoolTarget(int stream, FileAllocator& files, store::EventStore& stor
 
 void PoolTarget::Begin() {
     std::int64_t const now = WallSeconds();
-    std::string const reid = retry_.Insist("begin to record", [&] { return store_.NewReid(now); });
+    std::string const reid = retry_.Insist("begin to record", [&] {
+        return store_.BeginRecording(static_cast<unsigned int>(stream_), now);
+    });
     recording_ = {reid, now, now, 1U << (stream_ - 1), false, ""};
     LogForStream(stream_, "recording " + reid + " started");
     startsAndStops_.Post(RecordStarted{reid});
