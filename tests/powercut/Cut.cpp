@@ -273,7 +273,8 @@ void Cut::NoteLog() {
     for (auto const& reid : Matches(log, "deleted event " + reidPattern)) {
         expected.deleted.insert(reid);
     }
-    for (auto const& reid : Matches(log, "event " + reidPattern + " now stands as ([2-9]|[0-9]{2,})")) {
+    for (auto const& reid :
+         Matches(log, "event " + reidPattern + " now stands as ([2-9]|[0-9]{2,})")) {
         expected.deleted.insert(reid);
     }
     for (auto const& reid : Matches(log, "  event " + reidPattern)) {

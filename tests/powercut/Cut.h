@@ -84,8 +84,8 @@ protected:
     Clock::time_point In(int fewestMs, int mostMs);
     unsigned int Random(unsigned int end) { return static_cast<unsigned int>(random_()) % end; }
 
-    // Cuts at a moment, and until then does the work again and again. Afterwards the disk is mounted
-    // as it was left.
+    // Cuts at a moment, and until then does the work again and again. Afterwards the disk is
+    // mounted as it was left.
     void CutAt(Clock::time_point moment, std::function<void()> const& work);
     void CutAt(Clock::time_point moment);
 

@@ -38,8 +38,8 @@ Feed::Feed(std::filesystem::path path, PacketName const& first, PacketRate const
     , count_(count) {
     // Open for reading as well, the FIFO takes data while no other process has it open.
     if (mkfifo(path_.c_str(), 0600) != 0 ||
-        !(fifo_ = workstation::FileDescriptor(
-              open(path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)))) {
+        !(fifo_ =
+              workstation::FileDescriptor(open(path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)))) {
         throw std::system_error(errno, std::generic_category(), path_);
     }
     fcntl(fifo_.Get(), F_SETPIPE_SZ, pipeSize);
@@ -68,8 +68,7 @@ std::uint64_t Feed::TakenAt(Clock::time_point time) const {
 }
 
 Clock::time_point Feed::TimeOf(std::uint64_t packets) const {
-    auto const at =
-        std::ranges::lower_bound(samples_, packets * tsPacketSize, {}, &Sample::bytes);
+    auto const at = std::ranges::lower_bound(samples_, packets * tsPacketSize, {}, &Sample::bytes);
     if (samples_.empty()) {
         return Clock::now();
     }

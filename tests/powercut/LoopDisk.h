@@ -34,8 +34,8 @@ public:
 
 private:
     std::string fileSystem_;
-    workstation::FileDescriptor device_;
     std::string devicePath_;
+    workstation::FileDescriptor device_;
     std::filesystem::path mountPoint_; // empty while it is not mounted
 };
 

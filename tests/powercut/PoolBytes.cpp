@@ -52,10 +52,9 @@ std::optional<FoundTick> TickIn(workstation::ts::TsPacketView packet) {
 PoolBytes::PoolBytes(std::filesystem::path const& path)
     : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     std::vector<unsigned char> header(pageSize);
-    Read(0, header);
-    if (!std::equal(magic.begin(), magic.end(), header.begin(), [](char a, unsigned char b) {
-            return static_cast<unsigned char>(a) == b;
-        })) {
+    Read(0, header.data(), header.size());
+    if (!std::equal(magic.begin(), magic.end(), header.begin(),
+                    [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; })) {
         throw std::runtime_error(path.string() + " is no pool image");
     }
     fileCount_ = static_cast<int>(GetBig32(header.data() + fileCountOffset));
@@ -63,15 +62,16 @@ PoolBytes::PoolBytes(std::filesystem::path const& path)
 
 TableEntry PoolBytes::Entry(int number) const {
     std::vector<unsigned char> entry(entrySize);
-    Read(tableOffset + static_cast<std::uint64_t>(number - 1) * entrySize, entry);
+    Read(tableOffset + static_cast<std::uint64_t>(number - 1) * entrySize, entry.data(),
+         entry.size());
     return {GetBig32(entry.data()), GetBig32(entry.data() + 4), GetBig32(entry.data() + 8),
             GetBig32(entry.data() + 12)};
 }
 
 std::string PoolBytes::Data(int number, std::uint32_t length) const {
-    std::vector<unsigned char> bytes(length);
-    Read(SlotOffset(number), bytes);
-    return {bytes.begin(), bytes.end()};
+    std::string bytes(length, '\0');
+    Read(SlotOffset(number), bytes.data(), bytes.size());
+    return bytes;
 }
 
 void PoolBytes::ForEachPacket(int number, std::uint32_t length,
@@ -94,10 +94,9 @@ void PoolBytes::ForEachPacketOfSlot(int number,
     }
 }
 
-void PoolBytes::Read(std::uint64_t offset, std::vector<unsigned char>& bytes) const {
-    ssize_t const count =
-        pread(file_.Get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
-    if (count != static_cast<ssize_t>(bytes.size())) {
+void PoolBytes::Read(std::uint64_t offset, void* bytes, std::size_t size) const {
+    ssize_t const count = pread(file_.Get(), bytes, size, static_cast<off_t>(offset));
+    if (count != static_cast<ssize_t>(size)) {
         throw std::runtime_error("the pool image is not readable at " + std::to_string(offset));
     }
 }
@@ -108,7 +107,7 @@ void PoolBytes::Scan(int number, std::uint64_t begin, std::uint64_t end,
     std::vector<unsigned char> chunk;
     for (std::uint64_t offset = begin; offset + tsPacketSize <= end;) {
         chunk.resize(std::min(chunkSize, (end - offset) / tsPacketSize * tsPacketSize));
-        Read(SlotOffset(number) + offset, chunk);
+        Read(SlotOffset(number) + offset, chunk.data(), chunk.size());
         for (std::size_t i = 0; i < chunk.size(); i += tsPacketSize) {
             auto const bytes = std::span(chunk).subspan(i).first<tsPacketSize>();
             look({offset + i, NameOf(bytes), TickIn(bytes), bytes});

@@ -6,7 +6,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "FileDescriptor.h"
 #include "powercut/SequencePacket.h"
@@ -50,11 +49,10 @@ public:
 
     // The same for the whole slot, what its stated length does not cover included. Parts that were
     // never written are left out.
-    void ForEachPacketOfSlot(int number,
-                             std::function<void(FoundPacket const&)> const& look) const;
+    void ForEachPacketOfSlot(int number, std::function<void(FoundPacket const&)> const& look) const;
 
 private:
-    void Read(std::uint64_t offset, std::vector<unsigned char>& bytes) const;
+    void Read(std::uint64_t offset, void* bytes, std::size_t size) const;
     void Scan(int number, std::uint64_t begin, std::uint64_t end,
               std::function<void(FoundPacket const&)> const& look) const;
     std::uint64_t SlotOffset(int number) const;

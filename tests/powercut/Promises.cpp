@@ -84,7 +84,7 @@ private:
     PoolBytes pool_;
     Expected const& expected_;
     std::vector<FileRow> files_;
-    std::map<std::uint32_t, FoundRecording> found_; // by run
+    std::map<std::uint32_t, FoundRecording> found_;   // by run
     std::map<int, std::vector<std::uint32_t>> ticks_; // by stream, in the order of recording
     Findings findings_;
 };
@@ -129,8 +129,7 @@ FedRecording const* Examination::Fed(int stream, std::uint32_t run) const {
 }
 
 // A packet belongs to the recording and follows the one before.
-void Examination::ExpectPacket(FileRow const& file, FoundPacket const& packet,
-                               std::uint32_t& run) {
+void Examination::ExpectPacket(FileRow const& file, FoundPacket const& packet, std::uint32_t& run) {
     std::string const where =
         "file " + std::to_string(file.number) + ", offset " + std::to_string(packet.offset);
     ASSERT_TRUE(packet.name) << where << ": not a packet that was recorded";
@@ -153,8 +152,8 @@ void Examination::ExpectPacket(FileRow const& file, FoundPacket const& packet,
 }
 
 void Examination::ExpectFile(FileRow const& file) {
-    std::string const what = "file " + std::to_string(file.number) + " of stream " +
-                             std::to_string(file.stream);
+    std::string const what =
+        "file " + std::to_string(file.number) + " of stream " + std::to_string(file.stream);
     EXPECT_TRUE(file.isFinished) << what;
     EXPECT_EQ(file.size % tsPacketSize, 0U) << what;
     std::uint32_t run = 0;

@@ -19,10 +19,10 @@ namespace powercut {
 // One recording of one stream, as the test fed it.
 struct FedRecording {
     std::shared_ptr<Feed> feed;
-    Clock::time_point end;      // when the recorder was stopped, or lost its power
-    std::uint64_t atLeast;      // packets that have to be there
-    std::uint64_t stamped;      // packets that had certainly got their ticks
-    bool mayBeWiped = false;    // from its beginning on
+    Clock::time_point end;   // when the recorder was stopped, or lost its power
+    std::uint64_t atLeast;   // packets that have to be there
+    std::uint64_t stamped;   // packets that had certainly got their ticks
+    bool mayBeWiped = false; // from its beginning on
 };
 
 // A stream file that an event holds, as it was when it was finished.
@@ -42,15 +42,15 @@ struct Contents {
 
 // What was recorded and answered until now.
 struct Expected {
-    std::vector<FedRecording> recordings;   // in their order
-    std::set<std::string> events;           // whose REID was printed
-    std::set<std::string> tagged;           // whose tags were confirmed to be complete
-    std::set<std::string> deleted;          // or replaced by their parts
-    std::set<std::string> undecided;        // to be deleted or split when the power went
-    std::set<std::string> notified;         // recordings whose start was notified
+    std::vector<FedRecording> recordings; // in their order
+    std::set<std::string> events;         // whose REID was printed
+    std::set<std::string> tagged;         // whose tags were confirmed to be complete
+    std::set<std::string> deleted;        // or replaced by their parts
+    std::set<std::string> undecided;      // to be deleted or split when the power went
+    std::set<std::string> notified;       // recordings whose start was notified
     std::vector<HeldFile> held;
     std::map<std::filesystem::path, std::set<std::string>> backups; // with the events in them
-    std::map<int, Contents> contents;       // of files that are not recorded into
+    std::map<int, Contents> contents; // of files that are not recorded into
 };
 
 struct Findings {

@@ -50,7 +50,10 @@ TEST_P(RecordingCut, IntoSlotsThatHeldOtherPackets) {
 
 TEST_P(RecordingCut, IntoARingThatIsWiped) {
     CreatePool(4);
-    RecordBriefly({{1, cameraRate, true}, {2, cameraRate, true}, {3, cameraRate, true}, {4, cameraRate, true}});
+    RecordBriefly({{1, cameraRate, true},
+                   {2, cameraRate, true},
+                   {3, cameraRate, true},
+                   {4, cameraRate, true}});
     Sync();
     StartRecording({{1, fastRate, true}});
     CutAt(In(500, 3500));
