@@ -71,7 +71,15 @@ FileDescriptor Attach(FileDescriptor const& image, std::string& path) {
     }
 }
 
-// What is mounted from now on is seen by this process and its children only.
+void Run(e2e::Command const& command) {
+    e2e::Outcome const outcome = e2e::RunToEnd(command);
+    if (outcome.status != 0) {
+        throw std::runtime_error(command.words.front() + ": " + outcome.out + outcome.err);
+    }
+}
+
+} // namespace
+
 void HideMounts() {
     static bool const hidden = [] {
         return unshare(CLONE_NEWNS) == 0 &&
@@ -81,15 +89,6 @@ void HideMounts() {
         Throw("mount namespace");
     }
 }
-
-void Run(e2e::Command const& command) {
-    e2e::Outcome const outcome = e2e::RunToEnd(command);
-    if (outcome.status != 0) {
-        throw std::runtime_error(command.words.front() + ": " + outcome.out + outcome.err);
-    }
-}
-
-} // namespace
 
 LoopDisk::LoopDisk(std::string fileSystem)
     : fileSystem_(std::move(fileSystem))

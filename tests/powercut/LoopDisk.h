@@ -8,6 +8,10 @@
 
 namespace powercut {
 
+// What this process mounts from now on is seen by it and its children only, and goes with them.
+// Throws std::runtime_error when that is not allowed.
+void HideMounts();
+
 // The image is a file without a name, the loop device detaches itself, and the disk is mounted in a
 // mount namespace of this process and its children: when they have ended, however they ended,
 // nothing is left of it.
