@@ -96,7 +96,7 @@ TEST_P(RecordingCut, AfterItsEnd) {
 
 // The second cut hits the service while it recovers from the first one.
 TEST_P(RecordingCut, AndTheRecoveryToo) {
-    CreatePool(4);
+    CreatePool(8);
     RecordBriefly({{3}});
     Sync();
     StartRecording({{1}, {2}});

@@ -101,6 +101,11 @@ void PoolImage::SyncTable() const {
     mapping_.Sync(PoolName(path_) + ": cannot make the table durable");
 }
 
+std::span<unsigned char> PoolImage::ServiceArea() const {
+    return {static_cast<unsigned char*>(mapping_.Data()) + poolServiceAreaOffset,
+            poolServiceAreaSize};
+}
+
 bool PoolImage::LiesAt(std::string const& path) const {
     struct stat status {};
     return path == path_ && stat(path.c_str(), &status) == 0 && status.st_dev == device_ &&

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "FileDescriptor.h"
@@ -41,6 +42,10 @@ public:
 
     // Makes the header and the table durable as they are now, and no slot. Throws Failure.
     void SyncTable() const;
+
+    // The service area of the header page. One thread of one process writes it at a time: the
+    // service.
+    std::span<unsigned char> ServiceArea() const;
 
     // Where the slot of a file begins, in bytes.
     std::uint64_t SlotOffset(int fileNumber) const {

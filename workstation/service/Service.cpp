@@ -100,6 +100,7 @@ Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession
 }
 
 void Service::Record(ServiceOptions const& options) {
+    flusher_.Start();
     for (recording::RecordingSettings const& settings : options) {
         recorders_.push_back(std::make_unique<Recorder>(*this, settings));
         recorders_.back()->thread.Start();

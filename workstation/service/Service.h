@@ -16,6 +16,7 @@
 #include "service/requests/RequestRouter.h"
 #include "service/ring/DatabaseTickSource.h"
 #include "service/ring/FileAllocator.h"
+#include "service/ring/Flusher.h"
 #include "service/ring/PoolTarget.h"
 #include "service/subscribers/StorageFigures.h"
 #include "service/subscribers/StorageNotifier.h"
@@ -70,7 +71,8 @@ private:
     ipc::Endpoint endpoint_;
     pool::PoolSession& session_;
     store::EventStore& store_;
-    ring::FileAllocator files_{session_, store_};
+    ring::Flusher flusher_{session_.Pool()};
+    ring::FileAllocator files_{session_, store_, flusher_};
     StartStopQueue startsAndStops_;
     subscribers::Subscribers subscribers_{endpoint_};
     subscribers::StorageNotifier storageNotifier_{subscribers_, [this] { return Storage(); }};

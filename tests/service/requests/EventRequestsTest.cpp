@@ -33,9 +33,8 @@ protected:
         for (unsigned int file = 0; file < count; ++file, ++nextTick_) {
             auto const taken = files_.Take(stream);
             ASSERT_TRUE(taken);
-            auto const contents = ContentsOf(188, nextTick_, nextTick_);
-            taken->Append(std::vector<unsigned char>(188, 0x47), contents, 0);
-            taken->Finish(contents, 0);
+            taken->Append(std::vector<unsigned char>(188, 0x47), RangeOf(nextTick_, nextTick_), {});
+            taken->Finish();
         }
     }
 
@@ -79,7 +78,8 @@ protected:
     }
 
     PoolAndStore parts_{6};
-    ring::FileAllocator files_{parts_.Session(), parts_.Store()};
+    ring::Flusher flusher_{parts_.Pool()};
+    ring::FileAllocator files_{parts_.Session(), parts_.Store(), flusher_};
     ipc::Endpoint service_ = ipc::Endpoint::Open("Service");
     ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     RequestRouter router_;
@@ -113,6 +113,13 @@ TEST_F(EventRequestsTest, IntervalOfWhichNothingIsHeldMakesNoEvent) {
     EXPECT_THAT(parts_.Log(),
                 testing::Contains("nothing is held of the interval from 1970-01-01 00:33:20 to "
                                   "1970-01-01 00:50:00"));
+}
+
+TEST_F(EventRequestsTest, RecordingIsNoEventAndTheLogSaysSo) {
+    std::string const reid = parts_.Store().BeginRecording(1, 1000);
+    Tell(api::deleteEventRequest, Encoded(reid));
+    EXPECT_THAT(parts_.Log(), testing::Contains(reid + " is a recording, not an event"));
+    EXPECT_TRUE(parts_.Store().IsRecording(reid));
 }
 
 TEST_F(EventRequestsTest, EventIsDeleted) {

@@ -74,7 +74,8 @@ TEST_F(ReaperTest, FileThatThePoolDoesNotHaveIsNotWiped) {
 
 TEST_F(ReaperTest, ATenthOfThePoolIsMadeFree) {
     PoolAndStore parts(25);
-    FileAllocator files(parts.Session(), parts.Store());
+    Flusher flusher(parts.Pool());
+    FileAllocator files(parts.Session(), parts.Store(), flusher);
     for (std::uint32_t tick = 0; tick < 25; ++tick) {
         ASSERT_NE(RecordPacket(files, 1, tick), 0);
     }
@@ -90,7 +91,8 @@ TEST_F(ReaperTest, ATenthOfThePoolIsMadeFree) {
 
 TEST_F(ReaperTest, FilesThatAreFreeAlreadyCount) {
     PoolAndStore parts(20);
-    FileAllocator files(parts.Session(), parts.Store());
+    Flusher flusher(parts.Pool());
+    FileAllocator files(parts.Session(), parts.Store(), flusher);
     for (std::uint32_t tick = 0; tick < 19; ++tick) {
         ASSERT_NE(RecordPacket(files, 1, tick), 0);
     }
