@@ -97,7 +97,7 @@ void Cut::TearDown() {
     std::ofstream(results, std::ios::app)
         << test->test_suite_name() << '.' << test->name() << ' '
         << Variable("STREAMMGR_CUT_DISK", "ext4") << ' ' << seed_ << ' '
-        << (HasFailure() ? "failed" : "kept") << ' ' << findings_.worstLossSeconds << ' '
+        << cuts_ << ' ' << (HasFailure() ? "failed" : "kept") << ' ' << findings_.worstLossSeconds << ' '
         << restartMs_ << '\n';
 }
 
@@ -237,6 +237,7 @@ void Cut::Strike() {
 
 void Cut::CutAt(Clock::time_point moment, std::function<void()> const& work) {
     isCut_ = false;
+    ++cuts_;
     std::thread cutter([&] {
         std::this_thread::sleep_until(moment);
         Strike();

@@ -120,6 +120,7 @@ private:
     Clock::time_point cutTime_;
     Findings findings_;
     long restartMs_ = 0;
+    int cuts_ = 0;
 };
 
 } // namespace powercut
