@@ -19,6 +19,13 @@ Failure CannotWrite(std::string const& path) {
 
 } // namespace
 
+void SyncDirectory(std::string const& path) {
+    FileDescriptor const directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory || fsync(directory.Get()) != 0) {
+        throw SystemFailure("cannot make the names in '" + path + "' durable");
+    }
+}
+
 UnfinishedFile::~UnfinishedFile() {
     if (!path_.empty()) {
         unlink(path_.c_str());

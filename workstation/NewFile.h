@@ -10,6 +10,10 @@
 
 namespace workstation {
 
+// Makes the names in a directory durable: a new file can be durable and its name not. Throws
+// Failure.
+void SyncDirectory(std::string const& path);
+
 // The temporary path of a file that is being made. The file is removed unless it was renamed.
 class UnfinishedFile {
 public:

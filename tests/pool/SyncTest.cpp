@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 
+#include "StreamFileAccess.h"
 #include "pool/StreamFile.h"
 #include "support/FailureOf.h"
 #include "support/SyncCalls.h"
@@ -61,6 +62,55 @@ TEST_F(SyncTest, TableThatCannotBeMadeDurableIsAFailure) {
               "pool '" + root_.Pool() +
                   "': cannot make the table durable: No space left on device");
     EXPECT_EQ(ErrorOf([&] { image->SyncTable(); }), ENOSPC);
+}
+
+TEST_F(SyncTest, LengthIsStatedAfterItsBytesAreDurable) {
+    auto const file = Writer();
+    SyncCalls const calls;
+    file->SetLengthDurably(188);
+    EXPECT_THAT(calls.Names(), ElementsAre("fdatasync", "msync"));
+    EXPECT_EQ(file->Length(), 188U);
+}
+
+TEST_F(SyncTest, LengthOfBytesThatAreNotDurableIsNotStated) {
+    auto const file = Writer();
+    file->SetLength(5);
+    SyncCalls const calls("fdatasync", EIO);
+    EXPECT_EQ(ErrorOf([&] { file->SetLengthDurably(188); }), EIO);
+    EXPECT_THAT(calls.Names(), ElementsAre("fdatasync"));
+    EXPECT_EQ(file->Length(), 5U);
+}
+
+TEST_F(SyncTest, LengthOutsideTheSlotIsRefusedAndTheTableLeft) {
+    auto const file = Writer();
+    SyncCalls const calls;
+    EXPECT_EQ(ErrorOf([&] { file->SetLengthDurably(0x5E00001); }), EINVAL);
+    EXPECT_THAT(calls.Names(), ElementsAre("fdatasync"));
+    EXPECT_EQ(file->Length(), 0U);
+}
+
+// The same through the seam, where the tool sets the length of what it inserted.
+TEST_F(SyncTest, TruncateStatesNothingWhenTheDiskFails) {
+    StreamFileAccess pool;
+    ASSERT_TRUE(pool.InitializeFileAccess(false, true));
+    StreamFileAccess file(1, false, StreamMgrFileMgmnt::ControlExternalProc);
+    {
+        SyncCalls const calls("fdatasync", ENOSPC);
+        errno = 0;
+        EXPECT_EQ(file.Truncate(188), -1);
+        EXPECT_EQ(errno, ENOSPC);
+        EXPECT_EQ(file.DataLength(), 0);
+    }
+    {
+        SyncCalls const calls("msync", EIO);
+        errno = 0;
+        EXPECT_EQ(file.Truncate(188), -1);
+        EXPECT_EQ(errno, EIO);
+    }
+    SyncCalls const calls;
+    EXPECT_EQ(file.Truncate(376), 0);
+    EXPECT_THAT(calls.Names(), ElementsAre("fdatasync", "msync"));
+    EXPECT_EQ(file.DataLength(), 376);
 }
 
 } // namespace

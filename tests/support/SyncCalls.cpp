@@ -2,6 +2,7 @@
 #include "support/SyncCalls.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <utility>
 
@@ -33,6 +34,9 @@ SyncCalls::~SyncCalls() {
 
 int SyncCalls::ErrorOf(char const* name) {
     names_.emplace_back(name);
+    if (names_.size() == killAt_) {
+        raise(SIGKILL);
+    }
     return name == failing_ ? error_ : 0;
 }
 

@@ -23,8 +23,8 @@ public:
     // header and of exactly the right size. The entries of the table are not checked.
     static std::unique_ptr<PoolImage> Open(std::string const& path);
 
-    // Makes an image of empty files, in place of whatever file is there. The image is sparse.
-    // Throws Failure, after which an unfinished file may be left.
+    // Makes an image of empty files, in place of whatever file is there. The image is sparse and,
+    // apart from its name, durable. Throws Failure, after which an unfinished file may be left.
     static void Create(std::string const& path, std::uint32_t fileCount);
 
     std::string const& Path() const { return path_; }

@@ -175,4 +175,10 @@ void StreamFile::SetLength(long length) {
     pool_.Set(fileNumber_, EntryWord::length, CheckedPosition(fileNumber_, length));
 }
 
+void StreamFile::SetLengthDurably(long length) {
+    Sync();
+    SetLength(length);
+    pool_.SyncTable();
+}
+
 } // namespace workstation::pool

@@ -63,6 +63,11 @@ public:
     // than the slot, EBADF when the file is not open for writing.
     void SetLength(long length);
 
+    // The same in an order that a loss of power cannot spoil: what was written becomes durable,
+    // then the length is stated, then the table becomes durable. Throws Failure; the length has not
+    // been stated unless only the last step failed.
+    void SetLengthDurably(long length);
+
 private:
     StreamFile(PoolSession& session, PoolImage& pool, int fileNumber, FileDescriptor file,
                SlotUse use);

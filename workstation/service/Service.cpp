@@ -94,9 +94,10 @@ Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession
                                   [this] { return Describe(); },
                                   [this] { return subscribers::DescribeStorage(Storage()); }});
     requests::AddEventRequests(router_, {endpoint_, session_.Pool(), store_});
-    requests::AddSubscriptionRequests(
-        router_, {endpoint_, subscribers_,
-                  [this](std::string const& name) { storageNotifier_.NotifyNewSubscriber(name); }});
+    requests::AddSubscriptionRequests(router_,
+                                      {endpoint_, subscribers_, [this](std::string const& name) {
+                                           storageNotifier_.NotifyNewSubscriber(name, Clock::now());
+                                       }});
 }
 
 void Service::Record(ServiceOptions const& options) {

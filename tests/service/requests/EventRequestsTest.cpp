@@ -177,8 +177,10 @@ TEST_F(EventRequestsTest, SplitUsesAtLeastTheSizeOfASlot) {
     };
     Record(1, 3);
     std::string const reid = AfterTheFact(1000, 1002, 3);
-    for (Case const& c : {Case{1, 1}, Case{1023, 1023}, Case{1024, 96256}, Case{96255, 96256},
-                          Case{96256, 96256}, Case{96257, 96257}, Case{0xFFFFFFFF, 0xFFFFFFFF}}) {
+    // In GiB what is no multiple of 1024, else in KiB.
+    for (Case const& c : {Case{1, 1}, Case{1023, 1023}, Case{1024, 96256}, Case{1025, 1025},
+                          Case{95232, 96256}, Case{96255, 96255}, Case{96256, 96256},
+                          Case{96257, 96257}, Case{0xFFFFFFFF, 0xFFFFFFFF}}) {
         StringItem event(reid);
         UIntItem size(c.size);
         BoolItem taken;
@@ -187,6 +189,21 @@ TEST_F(EventRequestsTest, SplitUsesAtLeastTheSizeOfASlot) {
                         api::splitEventReply, {&taken, &used}));
         EXPECT_TRUE(taken.Value());
         EXPECT_EQ(used.Value(), c.used) << c.size;
+    }
+}
+
+TEST_F(EventRequestsTest, LimitOfASplitIsInGibOrInMib) {
+    struct {
+        unsigned int size;
+        unsigned int limitKiB;
+    } const cases[] = {
+        {1, 1048576},        {1023, 1023 * 1048576U}, {1025, 1025 * 1048576U},
+        {4095, 4293918720U}, {4097, 0xFFFFFFFF},      {0xFFFFFFFF, 0xFFFFFFFF},
+        {1024, 96256},       {95232, 96256},          {96256, 96256},
+        {97280, 97280},      {4194304, 4194304},      {0xFFFFFC00, 0xFFFFFC00},
+    };
+    for (auto const& split : cases) {
+        EXPECT_EQ(SplitLimitKiB(split.size), split.limitKiB) << split.size;
     }
 }
 

@@ -114,10 +114,37 @@ TEST_F(FlusherTest, FlushThatWasCutOffKeepsTheOneBefore) {
     EXPECT_EQ(Link().lastTick, 6U);
 }
 
-TEST_F(FlusherTest, BytesThatNoFlushCoversAreNotKept) {
+// The kernel has what was written, whatever becomes of the process.
+TEST_F(FlusherTest, AfterAKillWhatNoFlushCoversIsKept) {
     Append(5);
     flusher_.Flush();
     Append(6);
+    Append(7);
+    Recover();
+    EXPECT_EQ(parts_.Length(1), 564U);
+    EXPECT_EQ(Link().lastTick, 7U);
+}
+
+TEST_F(FlusherTest, BytesThatNoFlushMadeDurableAreNotKept) {
+    Append(5);
+    flusher_.Flush();
+    Append(6);
+    Append(7);
+    file_.reset();
+    Damage(1);
+    Recover();
+    EXPECT_EQ(parts_.Length(1), 188U);
+    EXPECT_EQ(Link().lastTick, 5U);
+}
+
+TEST_F(FlusherTest, WhatWasGivenUpIsNotFoundAgain) {
+    Append(5);
+    flusher_.Flush();
+    Append(6);
+    {
+        SyncCalls const calls("fdatasync", EIO);
+        flusher_.Flush();
+    }
     Recover();
     EXPECT_EQ(parts_.Length(1), 188U);
 }

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <exception>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <system_error>
 
@@ -245,9 +246,13 @@ unsigned int StreamsKept(unsigned int state) {
 }
 
 unsigned int SplitLimitKiB(unsigned int size) {
-    constexpr unsigned int firstKiB = 1024;
-    constexpr unsigned int gibInKiB = 1024 * 1024;
-    return size < firstKiB ? size * gibInKiB : std::max(size, pool::poolSlotSizeKiB);
+    constexpr unsigned int mibInKiB = 1024;
+    constexpr std::uint64_t gibInKiB = 1024 * 1024;
+    constexpr std::uint64_t largest = std::numeric_limits<unsigned int>::max();
+    if (size % mibInKiB == 0) {
+        return std::max(size, pool::poolSlotSizeKiB);
+    }
+    return static_cast<unsigned int>(std::min(size * gibInKiB, largest));
 }
 
 void AddEventRequests(RequestRouter& router, EventContext const& context) {

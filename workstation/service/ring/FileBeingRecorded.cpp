@@ -43,6 +43,7 @@ void FileBeingRecorded::Append(std::span<unsigned char const> packets,
     Write(packets);
     checksum_.Add(packets);
     written_.Add(packets.size(), ticks);
+    Mark();
 }
 
 void FileBeingRecorded::BeginLink(recording::TickStamp first) {
@@ -68,6 +69,13 @@ void FileBeingRecorded::Write(std::span<unsigned char const> packets) {
     if (error != 0) {
         throw Failure(error, std::strerror(error));
     }
+}
+
+// What was appended after the last flush began: after a kill, it is kept as well.
+void FileBeingRecorded::Mark() {
+    WriteFlushMark(image_, stream_, turn_,
+                   {*link_, static_cast<std::uint32_t>(flushing_.size),
+                    static_cast<std::uint32_t>(written_.size), checksum_.Value()});
 }
 
 void FileBeingRecorded::CorrectFirstTick(std::uint32_t tick) {
@@ -101,10 +109,7 @@ bool FileBeingRecorded::BeginFlush() {
     if (written_.size == stated_.size) {
         return false;
     }
-    WriteFlushMark(image_, stream_, flushCount_,
-                   {*link_, static_cast<std::uint32_t>(stated_.size),
-                    static_cast<std::uint32_t>(written_.size), checksum_.Value()});
-    ++flushCount_;
+    ++turn_;
     flushing_ = written_;
     checksum_.Restart();
     return true;
@@ -119,7 +124,10 @@ void FileBeingRecorded::EndFlush() {
 std::size_t FileBeingRecorded::AbandonFlush() {
     std::lock_guard const lock(mutex_);
     std::size_t const lost = written_.size - stated_.size;
+    WriteFlushMark(image_, stream_, turn_, {});
+    WriteFlushMark(image_, stream_, turn_ - 1, {});
     written_ = stated_;
+    flushing_ = stated_;
     checksum_.Restart();
     return lost;
 }

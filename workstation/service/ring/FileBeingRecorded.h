@@ -45,10 +45,10 @@ public:
 
     // --- For the flusher, before and after it makes the pool durable ---
 
-    // Marks what was appended. False when all of it is stated already.
+    // What was appended is being flushed. False when all of it is stated already.
     bool BeginFlush();
 
-    // What BeginFlush marked is durable: states it.
+    // What was appended before BeginFlush is durable: states it.
     void EndFlush();
 
     // It may not be durable: gives up what is not stated yet. Returns how many bytes that is.
@@ -57,6 +57,7 @@ public:
 private:
     void BeginLink(recording::TickStamp first);
     void Write(std::span<unsigned char const> packets);
+    void Mark();
     void CorrectFirstTick(std::uint32_t tick);
     SlotContents Stated() const;
 
@@ -76,7 +77,7 @@ private:
     SlotContents flushing_;    // what is being flushed
     SlotContents stated_;      // what is durable, as the table states
     RunningChecksum checksum_; // of what was appended after `flushing_`
-    unsigned int flushCount_ = 0;
+    unsigned int turn_ = 0;    // of the marks
 };
 
 } // namespace workstation::service::ring

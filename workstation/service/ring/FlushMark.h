@@ -12,9 +12,9 @@ struct XXH3_state_s;
 
 namespace workstation::service::ring {
 
-// A mark is written into the pool before the flush, and becomes durable with the bytes that it
-// covers: one flush is enough for both. Where power is lost during the flush, either of them may be
-// missing, so the mark counts only if the bytes have its checksum.
+// A mark stands in the pool, and becomes durable with the bytes that it covers: one flush is enough
+// for both. Where power is lost during the flush, either of them may be missing, so a mark counts
+// only if the bytes have its checksum.
 struct FlushMark {
     std::int64_t link = 0;   // the file's row in the database; 0: no mark
     std::uint32_t begin = 0; // the bytes from `begin` to `end` of the slot
@@ -24,8 +24,9 @@ struct FlushMark {
     bool operator==(FlushMark const&) const = default;
 };
 
-// Two for each stream, written in turn: while one is being flushed, the other still holds.
-constexpr unsigned int marksPerStream = 2;
+// Used in turn: one for what is being appended, one for what is being flushed, and one for the
+// flush before, which holds until the next is complete.
+constexpr unsigned int marksPerStream = 3;
 
 // Streams count from 1. `turn` counts the flushes of the stream.
 void WriteFlushMark(pool::PoolImage& image, unsigned int stream, unsigned int turn,

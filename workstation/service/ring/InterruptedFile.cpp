@@ -72,10 +72,9 @@ std::optional<recording::TickStamp> LastTick(pool::StreamFile& file, std::uint32
 
 } // namespace
 
-// A mark continues what is known to be durable, or it is of an earlier flush, or of one that was
-// not completed.
-std::uint32_t FlushedLength(pool::StreamFile& file, std::int64_t link,
-                            std::array<FlushMark, marksPerStream> const& marks) {
+// A mark continues what is known; or it is of an earlier flush, or of one that was cut off.
+std::uint32_t RecordedLength(pool::StreamFile& file, std::int64_t link,
+                             std::array<FlushMark, marksPerStream> const& marks) {
     auto ordered = marks;
     std::ranges::sort(ordered, {}, &FlushMark::begin);
     std::uint32_t length = file.Length();

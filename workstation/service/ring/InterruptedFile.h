@@ -7,10 +7,11 @@
 
 namespace workstation::service::ring {
 
-// How many bytes of the file the last flush made durable: what the table states, and what the
-// stream's flush marks prove beyond it. Throws a Failure when the file cannot be read.
-std::uint32_t FlushedLength(pool::StreamFile& file, std::int64_t link,
-                            std::array<FlushMark, marksPerStream> const& marks);
+// How many bytes of the file were recorded, as far as can be known for certain: what the table
+// states, and what the stream's marks prove beyond it. Throws a Failure when the file cannot be
+// read.
+std::uint32_t RecordedLength(pool::StreamFile& file, std::int64_t link,
+                             std::array<FlushMark, marksPerStream> const& marks);
 
 // What the file has, as far as the table states. Only its ends are read, in blocks, unless it has
 // few ticks. Throws a Failure when the file cannot be read.

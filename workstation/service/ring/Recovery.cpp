@@ -60,7 +60,7 @@ void Recovery::FinishRecordings() {
     store_.EndInterruptedRecordings();
 }
 
-// States what the last flush made durable. A file that cannot be read, or that another process
+// States what was recorded. A file that cannot be read, or that another process
 // writes, keeps the length that is stated: the service starts all the same.
 SlotContents Recovery::Restore(store::RecordedFile const& file) {
     if (!image_.Has(file.fileNumber)) {
@@ -72,10 +72,10 @@ SlotContents Recovery::Restore(store::RecordedFile const& file) {
     try {
         auto const stream = pool::StreamFile::OpenForWriting(
             session_, file.fileNumber, StreamMgrFileMgmnt::ControlPrimaryThread);
-        std::uint32_t const flushed =
-            FlushedLength(*stream, file.id, ReadFlushMarks(image_, file.stream));
+        std::uint32_t const length =
+            RecordedLength(*stream, file.id, ReadFlushMarks(image_, file.stream));
         stream->Sync(); // after a kill it need not be durable yet
-        stream->SetLength(static_cast<long>(flushed));
+        stream->SetLength(static_cast<long>(length));
         return ReadContents(*stream);
     } catch (Failure const& failure) {
         LogForStream(static_cast<int>(file.stream),
