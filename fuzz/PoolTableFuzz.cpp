@@ -87,7 +87,7 @@ void ReadFile(pool::PoolSession& session, int number,
         std::vector<unsigned char> bytes(shortLength + 1);
         auto const count = file->Read(bytes.data(), static_cast<unsigned int>(bytes.size()), false);
         Require(count == std::min<std::size_t>(bytes.size(), stated));
-        Require(service::ring::FlushedLength(*file, 1, marks) <= pool::poolSlotSize);
+        Require(service::ring::RecordedLength(*file, 1, marks) <= pool::poolSlotSize);
         if (stated <= shortLength) {
             Require(service::ring::ReadContents(*file).size <= stated);
         }
@@ -104,7 +104,8 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     WriteEntries(plan, pool);
     std::vector<unsigned char> slot(shortLength);
     std::array<service::ring::FlushMark, service::ring::marksPerStream> marks;
-    auto const packets = plan.ConsumeBytes<unsigned char>(plan.ConsumeIntegralInRange(0, 1024));
+    auto const packets =
+        plan.ConsumeBytes<unsigned char>(plan.ConsumeIntegralInRange<std::size_t>(0, 1024));
     std::copy(packets.begin(), packets.end(), slot.begin());
     pool.Write(pool::PoolSlotOffset(fileCount, 1), slot);
     for (unsigned int turn = 0; turn < service::ring::marksPerStream; ++turn) {

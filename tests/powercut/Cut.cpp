@@ -96,8 +96,8 @@ void Cut::TearDown() {
     auto const* const test = testing::UnitTest::GetInstance()->current_test_info();
     std::ofstream(results, std::ios::app)
         << test->test_suite_name() << '.' << test->name() << ' '
-        << Variable("STREAMMGR_CUT_DISK", "ext4") << ' ' << seed_ << ' '
-        << cuts_ << ' ' << (HasFailure() ? "failed" : "kept") << ' ' << findings_.worstLossSeconds << ' '
+        << Variable("STREAMMGR_CUT_DISK", "ext4") << ' ' << seed_ << ' ' << cuts_ << ' '
+        << (HasFailure() ? "failed" : "kept") << ' ' << findings_.worstLossSeconds << ' '
         << restartMs_ << '\n';
 }
 

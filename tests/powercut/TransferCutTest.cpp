@@ -27,14 +27,15 @@ protected:
     template <typename Write>
     void CutWhileWriting(Write write) {
         std::size_t next = 1;
+        auto former = static_cast<std::uint32_t>(contents_[0].size());
         CutAt(In(50, 1500), [&] {
             Contents& file = expected.contents[3];
             std::string const& content = contents_[next];
-            auto const former = file.whole.begin()->size();
             file.whole.insert(content);
-            file.overwrittenLength = static_cast<std::uint32_t>(former);
+            file.overwrittenLength = former;
             if (write(next)) {
                 file = {{content}, {}};
+                former = static_cast<std::uint32_t>(content.size());
                 next = (next + 1) % contents_.size();
             }
         });
