@@ -2,9 +2,11 @@
 #include "store/EventSchema.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 
 #include "Failure.h"
+#include "NewFile.h"
 #include "store/Database.h"
 #include "store/Statement.h"
 #include "store/Transaction.h"
@@ -153,6 +155,7 @@ void PrepareEventDatabase(Database& database) {
     SetUp(database);
     if (isNew) {
         Create(database);
+        SyncDirectory(std::filesystem::path(database.Path()).parent_path());
     } else if (Version(database) != eventSchemaVersion) {
         Upgrade(database);
     }

@@ -21,7 +21,7 @@ protected:
     EventRequestsTest() {
         setenv("TZ", "UTC", 1);
         tzset();
-        AddEventRequests(router_, {service_, parts_.Pool(), parts_.Store()});
+        AddEventRequests(router_, {service_, &parts_.Pool(), parts_.Store()});
     }
     ~EventRequestsTest() override {
         unsetenv("TZ");

@@ -2,6 +2,7 @@
 #include "service/ring/Flusher.h"
 
 #include <cerrno>
+#include <fstream>
 
 #include "Failure.h"
 #include "service/ring/InterruptedFile.h"
@@ -27,6 +28,15 @@ Bytes TickPacket(std::uint32_t tick) {
     return {packet.begin(), packet.end()};
 }
 
+Bytes TickPackets(std::vector<std::uint32_t> const& ticks) {
+    Bytes packets;
+    for (std::uint32_t const tick : ticks) {
+        auto const packet = TickPacket(tick);
+        packets.insert(packets.end(), packet.begin(), packet.end());
+    }
+    return packets;
+}
+
 class FlusherTest : public RecordedPoolTest {
 protected:
     FlusherTest() { file_ = files_.Take(1); }
@@ -43,11 +53,11 @@ protected:
 
     // Writes over a packet, as a disk does that lost it.
     void Damage(unsigned int packet) {
-        auto const file = pool::StreamFile::OpenForWriting(parts_.Session(), 1,
-                                                           StreamMgrFileMgmnt::ControlExternalProc);
-        file->Seek(long{packet} * long{ts::tsPacketSize});
         Bytes const zeros(ts::tsPacketSize);
-        file->Write(zeros.data(), ts::tsPacketSize);
+        std::fstream image(PoolPath(), std::ios::binary | std::ios::in | std::ios::out);
+        image.seekp(
+            static_cast<std::streamoff>(parts_.Pool().SlotOffset(1) + packet * ts::tsPacketSize));
+        image.write(reinterpret_cast<char const*>(zeros.data()), ts::tsPacketSize);
     }
 
     std::unique_ptr<FileBeingRecorded> file_;
@@ -81,14 +91,6 @@ TEST_F(FlusherTest, ThreadFlushesByItself) {
     }
 }
 
-TEST_F(FlusherTest, PeriodIsASecondAtMostAndNoMoreThanOneFlushASecondAndStream) {
-    using std::chrono::milliseconds;
-    EXPECT_EQ(FlushPeriod(0), milliseconds(1000));
-    EXPECT_EQ(FlushPeriod(1), milliseconds(1000));
-    EXPECT_EQ(FlushPeriod(2), milliseconds(500));
-    EXPECT_EQ(FlushPeriod(4), milliseconds(500));
-}
-
 // The table is flushed with the next flush only: the mark stands for it.
 TEST_F(FlusherTest, FlushedBytesAreKeptThoughTheTableDoesNotStateThem) {
     Append(5);
@@ -107,8 +109,7 @@ TEST_F(FlusherTest, FlushThatWasCutOffKeepsTheOneBefore) {
         flusher_.Flush();
     }
     parts_.Pool().Set(1, pool::EntryWord::length, 188); // after the first flush
-    file_.reset();
-    Damage(2); // of the last flush
+    Damage(2);                                          // of the last flush
     Recover();
     EXPECT_EQ(parts_.Length(1), 376U);
     EXPECT_EQ(Link().lastTick, 6U);
@@ -130,23 +131,10 @@ TEST_F(FlusherTest, BytesThatNoFlushMadeDurableAreNotKept) {
     flusher_.Flush();
     Append(6);
     Append(7);
-    file_.reset();
     Damage(1);
     Recover();
     EXPECT_EQ(parts_.Length(1), 188U);
     EXPECT_EQ(Link().lastTick, 5U);
-}
-
-TEST_F(FlusherTest, WhatWasGivenUpIsNotFoundAgain) {
-    Append(5);
-    flusher_.Flush();
-    Append(6);
-    {
-        SyncCalls const calls("fdatasync", EIO);
-        flusher_.Flush();
-    }
-    Recover();
-    EXPECT_EQ(parts_.Length(1), 188U);
 }
 
 TEST_F(FlusherTest, MarkOfAnEarlierRecordingIsNotUsed) {
@@ -174,7 +162,7 @@ TEST_F(FlusherTest, RecoveryThatIsRepeatedChangesNothing) {
     EXPECT_EQ(parts_.Contents(1), TickPacket(5));
 }
 
-TEST_F(FlusherTest, WhatAFailedFlushMayHaveLostIsGivenUp) {
+TEST_F(FlusherTest, FlushThatFailsForAWhileLosesNothing) {
     Append(5);
     flusher_.Flush();
     Append(6);
@@ -187,15 +175,69 @@ TEST_F(FlusherTest, WhatAFailedFlushMayHaveLostIsGivenUp) {
     EXPECT_EQ(parts_.Length(1), 188U);
     Append(8);
     flusher_.Flush();
-    auto expected = TickPacket(5);
-    auto const last = TickPacket(8);
-    expected.insert(expected.end(), last.begin(), last.end());
-    EXPECT_EQ(parts_.Contents(1), expected);
+    EXPECT_EQ(parts_.Contents(1), TickPackets({5, 6, 7, 8}));
+    EXPECT_THAT(parts_.Log(), ElementsAre("cannot make recordings durable: Input/output error",
+                                          "recordings are durable again, 0 bytes were lost"));
+}
+
+TEST_F(FlusherTest, KillWhileFlushesFailLosesNothing) {
+    Append(5);
+    flusher_.Flush();
+    Append(6);
+    {
+        SyncCalls const calls("fdatasync", EIO);
+        flusher_.Flush();
+        Append(7);
+    }
+    Recover();
+    EXPECT_EQ(parts_.Contents(1), TickPackets({5, 6, 7}));
+}
+
+// What the kernel no longer has after the failure cannot be recorded.
+TEST_F(FlusherTest, WhatAFailedFlushLostIsGivenUp) {
+    Append(5);
+    flusher_.Flush();
+    Append(6);
+    Append(7);
+    Damage(1);
+    {
+        SyncCalls const calls("fdatasync", EIO);
+        flusher_.Flush();
+    }
+    Append(8);
+    flusher_.Flush();
+    EXPECT_EQ(parts_.Contents(1), TickPackets({5, 8}));
     file_->Finish();
     EXPECT_EQ(Link().lastTick, 8U);
     EXPECT_EQ(Link().size, 376U);
     EXPECT_THAT(parts_.Log(), ElementsAre("cannot make recordings durable: Input/output error",
                                           "recordings are durable again, 376 bytes were lost"));
+}
+
+TEST_F(FlusherTest, WhatWasGivenUpIsNotFoundAgain) {
+    Append(5);
+    flusher_.Flush();
+    Append(6);
+    Append(7);
+    Damage(1);
+    {
+        SyncCalls const calls("fdatasync", EIO);
+        flusher_.Flush();
+    }
+    Recover();
+    EXPECT_EQ(parts_.Contents(1), TickPacket(5));
+}
+
+TEST_F(FlusherTest, FileIsNotFinishedWhileItsBytesAreNotDurable) {
+    Append(5);
+    {
+        SyncCalls const calls("fdatasync", EIO);
+        EXPECT_THROW(file_->Finish(), Failure);
+        EXPECT_FALSE(Link().finished);
+    }
+    file_->Finish();
+    EXPECT_TRUE(Link().finished);
+    EXPECT_EQ(parts_.Contents(1), TickPacket(5));
 }
 
 TEST_F(FlusherTest, FileIsFinishedAfterItsBytesAndItsLengthAreDurable) {
@@ -240,9 +282,10 @@ TEST_F(FlusherTest, RecordingThatBeganWithoutATickIsKeptAfterAKill) {
 TEST_F(FlusherTest, FileOfATickThatWasGivenUpHasTheOneBefore) {
     file_->Append(Packets(3), std::nullopt, {4, 1004});
     flusher_.Flush();
+    Append(5);
+    Damage(3);
     {
         SyncCalls const calls("fdatasync", EIO);
-        Append(5);
         flusher_.Flush();
     }
     file_->Finish();

@@ -217,13 +217,13 @@ void EventRequests::BackupDatabase(ipc::Letter& request) const {
 void EventRequests::UpdateFileSize(ipc::Letter& request) const {
     ReplyDone(request, Attempt("update of a file size", [&] {
                   IntItem item;
-                  if (!ipc::DecodeItems(request.payload, {&item}) ||
-                      !context_.pool.Has(item.Value())) {
+                  if (!ipc::DecodeItems(request.payload, {&item}) || context_.pool == nullptr ||
+                      !context_.pool->Has(item.Value())) {
                       return false;
                   }
                   int const number = item.Value();
-                  std::uint32_t const size = context_.pool.Get(number, pool::EntryWord::length);
-                  context_.pool.MarkKnown(number, context_.store.UpdateFileSize(number, size));
+                  std::uint32_t const size = context_.pool->Get(number, pool::EntryWord::length);
+                  context_.pool->MarkKnown(number, context_.store.UpdateFileSize(number, size));
                   log::LogNotification(pool::StreamFileName(number) + " has " +
                                        std::to_string(size) + " bytes");
                   return true;

@@ -11,7 +11,7 @@ namespace workstation::service::requests {
 // What the handlers need of the service. Everything outlives the router.
 struct EventContext {
     ipc::Endpoint& endpoint;
-    pool::PoolImage& pool;
+    pool::PoolImage* pool; // null when the pool is a directory
     store::EventStore& store;
 };
 

@@ -1,11 +1,15 @@
 // The stream file that a recording is being written into.
 #include "service/ring/FileBeingRecorded.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include "Failure.h"
 #include "service/ring/Flusher.h"
+#include "ts/TsPacket.h"
 
 namespace workstation::service::ring {
 
@@ -42,6 +46,7 @@ void FileBeingRecorded::Append(std::span<unsigned char const> packets,
     std::lock_guard const lock(mutex_);
     Write(packets);
     checksum_.Add(packets);
+    nextChecksum_.Add(packets);
     written_.Add(packets.size(), ticks);
     Mark();
 }
@@ -71,10 +76,10 @@ void FileBeingRecorded::Write(std::span<unsigned char const> packets) {
     }
 }
 
-// What was appended after the last flush began: after a kill, it is kept as well.
+// Marks all that is not stated, also before it is flushed: after a kill it is kept as well.
 void FileBeingRecorded::Mark() {
     WriteFlushMark(image_, stream_, turn_,
-                   {*link_, static_cast<std::uint32_t>(flushing_.size),
+                   {*link_, static_cast<std::uint32_t>(stated_.size),
                     static_cast<std::uint32_t>(written_.size), checksum_.Value()});
 }
 
@@ -90,8 +95,8 @@ void FileBeingRecorded::Finish() {
         return;
     }
     flusher_.Flush();
+    SlotContents const contents = StatedContents();
     image_.SyncTable(); // before the database says that the file is finished
-    SlotContents const contents = Stated();
     TickRange const ticks = contents.ticks.value_or(TickRange{inForce_, inForce_});
     CorrectFirstTick(ticks.first.tick);
     store_.FinishFile(*link_, static_cast<unsigned int>(contents.size), ticks.last.time,
@@ -99,8 +104,11 @@ void FileBeingRecorded::Finish() {
     image_.MarkKnown(Number(), true);
 }
 
-SlotContents FileBeingRecorded::Stated() const {
+SlotContents FileBeingRecorded::StatedContents() const {
     std::lock_guard const lock(mutex_);
+    if (stated_.size != written_.size) {
+        throw Failure(EIO, "it cannot be made durable");
+    }
     return stated_;
 }
 
@@ -109,9 +117,9 @@ bool FileBeingRecorded::BeginFlush() {
     if (written_.size == stated_.size) {
         return false;
     }
-    ++turn_;
     flushing_ = written_;
-    checksum_.Restart();
+    nextChecksum_.Restart();
+    ++turn_;
     return true;
 }
 
@@ -119,17 +127,48 @@ void FileBeingRecorded::EndFlush() {
     std::lock_guard const lock(mutex_);
     file_->SetLength(static_cast<long>(flushing_.size));
     stated_ = flushing_;
+    std::swap(checksum_, nextChecksum_);
+    Mark();
 }
 
-std::size_t FileBeingRecorded::AbandonFlush() {
+// After a failure the kernel takes the pages that it could not write for clean: the next flush
+// would succeed without them. So they are written again, from the kernel's own copy.
+std::size_t FileBeingRecorded::FlushFailed() {
     std::lock_guard const lock(mutex_);
+    if (WriteAgain()) {
+        return 0;
+    }
     std::size_t const lost = written_.size - stated_.size;
-    WriteFlushMark(image_, stream_, turn_, {});
-    WriteFlushMark(image_, stream_, turn_ - 1, {});
-    written_ = stated_;
-    flushing_ = stated_;
-    checksum_.Restart();
+    GiveUp();
     return lost;
+}
+
+// False when the bytes are no longer those that were appended, or cannot be written.
+bool FileBeingRecorded::WriteAgain() {
+    RunningChecksum checksum;
+    std::vector<unsigned char> block(ts::tsBlockSize);
+    try {
+        for (std::size_t offset = stated_.size; offset < written_.size; offset += block.size()) {
+            block.resize(std::min(block.size(), written_.size - offset));
+            auto const count = static_cast<unsigned int>(block.size());
+            file_->Seek(static_cast<long>(offset));
+            file_->Read(block.data(), count, true);
+            file_->Seek(static_cast<long>(offset));
+            file_->Write(block.data(), count);
+            checksum.Add(block);
+        }
+    } catch (Failure const&) {
+        return false;
+    }
+    return checksum.Value() == checksum_.Value();
+}
+
+void FileBeingRecorded::GiveUp() {
+    for (unsigned int turn = 0; turn < 2; ++turn) {
+        WriteFlushMark(image_, stream_, turn_ - turn, {});
+    }
+    written_ = stated_;
+    checksum_.Restart();
 }
 
 } // namespace workstation::service::ring

@@ -51,15 +51,18 @@ public:
     // What was appended before BeginFlush is durable: states it.
     void EndFlush();
 
-    // It may not be durable: gives up what is not stated yet. Returns how many bytes that is.
-    std::size_t AbandonFlush();
+    // The flush failed: writes again what is not stated yet, or gives it up where the kernel has
+    // lost it. Returns how many bytes were given up.
+    std::size_t FlushFailed();
 
 private:
     void BeginLink(recording::TickStamp first);
     void Write(std::span<unsigned char const> packets);
     void Mark();
+    bool WriteAgain();
+    void GiveUp();
     void CorrectFirstTick(std::uint32_t tick);
-    SlotContents Stated() const;
+    SlotContents StatedContents() const;
 
     std::unique_ptr<pool::StreamFile> file_;
     pool::PoolImage& image_;
@@ -72,12 +75,13 @@ private:
     bool hasTick_ = false;             // a tick of its own has come
     std::uint32_t knownFirstTick_ = 0; // to the database
 
-    mutable std::mutex mutex_; // of what follows
-    SlotContents written_;     // what was appended
-    SlotContents flushing_;    // what is being flushed
-    SlotContents stated_;      // what is durable, as the table states
-    RunningChecksum checksum_; // of what was appended after `flushing_`
-    unsigned int turn_ = 0;    // of the marks
+    mutable std::mutex mutex_;     // of what follows
+    SlotContents written_;         // what was appended
+    SlotContents flushing_;        // what is being flushed
+    SlotContents stated_;          // what is durable, as the table states
+    RunningChecksum checksum_;     // of what was appended after `stated_`
+    RunningChecksum nextChecksum_; // of what was appended after `flushing_`
+    unsigned int turn_ = 0;        // of the marks
 };
 
 } // namespace workstation::service::ring

@@ -12,10 +12,6 @@
 
 namespace workstation::service::ring {
 
-std::chrono::milliseconds FlushPeriod(std::size_t streams) {
-    return std::chrono::milliseconds(streams > 1 ? 500 : 1000);
-}
-
 Flusher::Flusher(pool::PoolImage const& image)
     : pool_(image.OpenDescriptor(O_RDWR, pool::PoolName(image.Path()))) {}
 
@@ -41,7 +37,7 @@ void Flusher::Flush() {
 void Flusher::Run(std::stop_token const& stop) {
     std::unique_lock lock(mutex_);
     while (!stop.stop_requested()) {
-        wake_.wait_for(lock, stop, FlushPeriod(files_.size()), [] { return false; });
+        wake_.wait_for(lock, stop, period, [] { return false; });
         FlushFiles();
     }
 }
@@ -59,19 +55,17 @@ void Flusher::FlushFiles() {
     try {
         Sync();
     } catch (Failure const& failure) {
-        // The kernel forgets which pages it could not write: a later flush would succeed although
-        // they are lost.
         std::size_t lost = 0;
         for (FileBeingRecorded* const file : flushed) {
-            lost += file->AbandonFlush();
+            lost += file->FlushFailed();
         }
-        LogLoss(failure.what(), lost);
+        LogFailure(failure.what(), lost);
         return;
     }
     for (FileBeingRecorded* const file : flushed) {
         file->EndFlush();
     }
-    LogRecovery();
+    LogSuccess();
 }
 
 void Flusher::Sync() const {
@@ -80,15 +74,15 @@ void Flusher::Sync() const {
     }
 }
 
-void Flusher::LogLoss(char const* reason, std::size_t bytes) {
-    lostBytes_ += bytes;
+void Flusher::LogFailure(char const* reason, std::size_t lost) {
+    lostBytes_ += lost;
     if (!isFailing_) {
         log::LogNotification(reason);
     }
     isFailing_ = true;
 }
 
-void Flusher::LogRecovery() {
+void Flusher::LogSuccess() {
     if (isFailing_) {
         log::LogNotification("recordings are durable again, " + std::to_string(lostBytes_) +
                              " bytes were lost");

@@ -16,9 +16,9 @@ namespace workstation::service::ring {
 
 class FileBeingRecorded;
 
-// A flush serves the files of all streams. There is one a second while one stream is recorded, and
-// two while there are more: at most one a second and stream. A flush that fails is logged once, and
-// again when flushing works.
+// A flush serves the files of all streams. There are two a second, unless nothing was recorded:
+// what a loss of power takes is then younger than a second, also if the disk is slow. A flush that
+// fails is logged once, and again when flushing works.
 class Flusher {
 public:
     // `image` outlives the object. Throws a Failure.
@@ -34,15 +34,18 @@ public:
     void Add(FileBeingRecorded& file);
     void Remove(FileBeingRecorded& file);
 
-    // Flushes at once: what was appended before is durable and stated, or given up.
+    static constexpr std::chrono::milliseconds period{500};
+
+    // Flushes at once. Returns when what was appended before is durable and stated, or when that
+    // failed.
     void Flush();
 
 private:
     void Run(std::stop_token const& stop);
     void FlushFiles();
     void Sync() const;
-    void LogLoss(char const* reason, std::size_t bytes);
-    void LogRecovery();
+    void LogFailure(char const* reason, std::size_t lost);
+    void LogSuccess();
 
     FileDescriptor pool_;
     std::mutex mutex_; // of what follows
@@ -52,8 +55,5 @@ private:
     bool isFailing_ = false;
     std::jthread thread_; // the last member: stops before the others are destroyed
 };
-
-// How long to wait between two flushes while so many streams are recorded.
-std::chrono::milliseconds FlushPeriod(std::size_t streams);
 
 } // namespace workstation::service::ring

@@ -2,6 +2,7 @@
 #include "service/ring/InterruptedFile.h"
 
 #include <algorithm>
+#include <functional>
 #include <vector>
 
 #include "TsHelper.h"
@@ -75,15 +76,17 @@ std::optional<recording::TickStamp> LastTick(pool::StreamFile& file, std::uint32
 // A mark continues what is known; or it is of an earlier flush, or of one that was cut off.
 std::uint32_t RecordedLength(pool::StreamFile& file, std::int64_t link,
                              std::array<FlushMark, marksPerStream> const& marks) {
-    auto ordered = marks;
-    std::ranges::sort(ordered, {}, &FlushMark::begin);
+    auto longestFirst = marks;
+    std::ranges::sort(longestFirst, std::ranges::greater(), &FlushMark::end);
     std::uint32_t length = file.Length();
-    for (FlushMark const& mark : ordered) {
-        bool const continues = mark.link == link && mark.begin == length && mark.end > length &&
-                               mark.end <= pool::poolSlotSize;
-        if (continues && ChecksumOf(file, mark.begin, mark.end) == mark.checksum) {
-            length = mark.end;
-        }
+    auto const continues = [&](FlushMark const& mark) {
+        return mark.link == link && mark.begin == length && mark.end > length &&
+               mark.end <= pool::poolSlotSize &&
+               ChecksumOf(file, mark.begin, mark.end) == mark.checksum;
+    };
+    for (auto mark = std::ranges::find_if(longestFirst, continues); mark != longestFirst.end();
+         mark = std::ranges::find_if(longestFirst, continues)) {
+        length = mark->end;
     }
     return length;
 }
