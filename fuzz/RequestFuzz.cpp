@@ -66,7 +66,7 @@ public:
         service::requests::AddControlRequests(
             router_, {service_, [] {}, [this] { files_->Reap(); }, [] { return "info"; },
                       [this] { return service::subscribers::DescribeStorage(Storage()); }});
-        service::requests::AddEventRequests(router_, {service_, session_.Pool(), store_});
+        service::requests::AddEventRequests(router_, {service_, &session_.Pool(), store_});
         service::requests::AddSubscriptionRequests(
             router_, {service_, subscribers_, [this](std::string const& name) {
                           notifier_.NotifyNewSubscriber(name, {});
