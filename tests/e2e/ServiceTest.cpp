@@ -66,7 +66,7 @@ TEST(Service, ServesADirectoryAndRecordsNothing) {
     Recorder recorder;
     ASSERT_EQ(recorder.PoolTool({"create", "--files", "2", "--ext4"}).status, 0);
     recorder.StartService({"--record", "1=" CLIP_PATH, "--record", "2=" CLIP_PATH, "--fast"});
-    EXPECT_EQ(recorder.Tool({"-p", "-i", "-r", "-s"}).status, 0);
+    EXPECT_EQ(recorder.Tool({"-p", "-i", "-r", "-S"}).status, 0);
     EXPECT_EQ(recorder.Tool({"--bkupdb", recorder.HardDisk() / "copy"}),
               (Outcome{0, "backup successful\n", ""}));
     std::string const nothing =

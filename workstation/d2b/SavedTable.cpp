@@ -66,7 +66,7 @@ std::string SaveTable(std::string const& image, std::uint32_t fileCount) {
         fsync(file.Get()) != 0) {
         throw SystemFailure("cannot write '" + name + "'");
     }
-    std::string const path = LinkAs(temporary, name);
+    std::string path = LinkAs(temporary, name);
     SyncDirectory(std::filesystem::path(image).parent_path());
     return path;
 }

@@ -247,7 +247,7 @@ unsigned int StreamsKept(unsigned int state) {
 
 unsigned int SplitLimitKiB(unsigned int size) {
     constexpr unsigned int mibInKiB = 1024;
-    constexpr std::uint64_t gibInKiB = 1024 * 1024;
+    constexpr std::uint64_t gibInKiB = 1024 * std::uint64_t{mibInKiB};
     constexpr std::uint64_t largest = std::numeric_limits<unsigned int>::max();
     if (size % mibInKiB == 0) {
         return std::max(size, pool::poolSlotSizeKiB);
