@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -60,10 +61,12 @@ public:
         setenv("STREAMMGR_LOG", "/dev/null", 1);
         pool::PoolImage::Create(PoolPath(), fileCount);
         session_.Load(true);
+        flusher_.emplace(session_.Pool());
+        files_.emplace(session_, store_, *flusher_);
         service::requests::AddControlRequests(
-            router_, {service_, [] {}, [this] { files_.Reap(); }, [] { return "info"; },
+            router_, {service_, [] {}, [this] { files_->Reap(); }, [] { return "info"; },
                       [this] { return service::subscribers::DescribeStorage(Storage()); }});
-        service::requests::AddEventRequests(router_, {service_, session_.Pool(), store_});
+        service::requests::AddEventRequests(router_, {service_, &session_.Pool(), store_});
         service::requests::AddSubscriptionRequests(
             router_, {service_, subscribers_, [this](std::string const& name) {
                           notifier_.NotifyNewSubscriber(name, {});
@@ -124,12 +127,12 @@ public:
 
 private:
     void Record(int stream, std::uint32_t tick) {
-        auto const file = files_.Take(stream);
+        auto const file = files_->Take(stream);
         Require(file != nullptr);
         service::recording::TickStamp const stamp{tick, static_cast<int>(tick)};
         std::vector<unsigned char> const packet(188, 0x47);
-        file->Append(packet, {packet.size(), service::ring::TickRange{stamp, stamp}}, 0);
-        file->Finish({packet.size(), service::ring::TickRange{stamp, stamp}}, 0);
+        file->Append(packet, service::ring::TickRange{stamp, stamp}, {});
+        file->Finish();
     }
 
     service::subscribers::StorageFigures Storage() const {
@@ -139,7 +142,8 @@ private:
     TemporaryRoot root_;
     pool::PoolSession session_;
     store::EventStore store_{DatabasePath()};
-    service::ring::FileAllocator files_{session_, store_};
+    std::optional<service::ring::Flusher> flusher_;     // of the pool, once it is loaded
+    std::optional<service::ring::FileAllocator> files_; // the same
     ipc::Endpoint service_ = ipc::Endpoint::Open("StreamMgr");
     ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     service::subscribers::Subscribers subscribers_{service_};

@@ -1,0 +1,108 @@
+// Loaded before the C library: input and output of some files fail with EIO on command.
+//
+// STREAMMGR_FAULTY_FILES is the beginning of the paths of these files. STREAMMGR_FAULTS is a file
+// of one byte, which says what fails at the moment: the sum of 1 for reading, 2 for writing and 4
+// for flushing.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr unsigned char reading = 1;
+constexpr unsigned char writing = 2;
+constexpr unsigned char flushing = 4;
+
+unsigned char const* MapFaults() {
+    char const* const path = std::getenv("STREAMMGR_FAULTS");
+    int const file = path != nullptr ? open(path, O_RDONLY | O_CLOEXEC) : -1;
+    void* const byte = file >= 0 ? mmap(nullptr, 1, PROT_READ, MAP_SHARED, file, 0) : MAP_FAILED;
+    if (file >= 0) {
+        close(file);
+    }
+    return byte != MAP_FAILED ? static_cast<unsigned char const*>(byte) : nullptr;
+}
+
+bool Has(unsigned char fault) {
+    static unsigned char const* const faults = MapFaults();
+    return faults != nullptr && (*static_cast<unsigned char const volatile*>(faults) & fault) != 0;
+}
+
+bool IsFaulty(int file) {
+    static std::string const files = [] {
+        char const* const text = std::getenv("STREAMMGR_FAULTY_FILES");
+        return std::string(text != nullptr ? text : "");
+    }();
+    std::array<char, 4096> path{};
+    std::string const link = "/proc/self/fd/" + std::to_string(file);
+    ssize_t const size = readlink(link.c_str(), path.data(), path.size());
+    return size > 0 && !files.empty() &&
+           std::string_view(path.data(), static_cast<std::size_t>(size)).starts_with(files);
+}
+
+bool Fails(unsigned char fault, int file) {
+    if (!Has(fault) || !IsFaulty(file)) {
+        return false;
+    }
+    errno = EIO;
+    return true;
+}
+
+// The function of this name in the C library.
+template <typename Function>
+Function* Original(char const* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+extern "C" {
+
+ssize_t pread(int file, void* bytes, size_t size, off_t offset) {
+    static auto* const original = Original<decltype(pread)>("pread");
+    return Fails(reading, file) ? -1 : original(file, bytes, size, offset);
+}
+
+ssize_t pread64(int file, void* bytes, size_t size, off64_t offset) {
+    static auto* const original = Original<decltype(pread64)>("pread64");
+    return Fails(reading, file) ? -1 : original(file, bytes, size, offset);
+}
+
+ssize_t pwrite(int file, void const* bytes, size_t size, off_t offset) {
+    static auto* const original = Original<decltype(pwrite)>("pwrite");
+    return Fails(writing, file) ? -1 : original(file, bytes, size, offset);
+}
+
+ssize_t pwrite64(int file, void const* bytes, size_t size, off64_t offset) {
+    static auto* const original = Original<decltype(pwrite64)>("pwrite64");
+    return Fails(writing, file) ? -1 : original(file, bytes, size, offset);
+}
+
+int fsync(int file) {
+    static auto* const original = Original<decltype(fsync)>("fsync");
+    return Fails(flushing, file) ? -1 : original(file);
+}
+
+int fdatasync(int file) {
+    static auto* const original = Original<decltype(fdatasync)>("fdatasync");
+    return Fails(flushing, file) ? -1 : original(file);
+}
+
+// The path of a mapping is not known: the pool's table is the only one that is flushed.
+int msync(void* memory, size_t size, int flags) {
+    static auto* const original = Original<decltype(msync)>("msync");
+    if (Has(flushing)) {
+        errno = EIO;
+        return -1;
+    }
+    return original(memory, size, flags);
+}
+
+} // extern "C"
