@@ -1,8 +1,5 @@
 // d2b scan: what it prints, its exit status, and that it changes nothing.
-#include <sys/stat.h>
-
 #include <cstdlib>
-#include <map>
 
 #include <nlohmann/json.hpp>
 
@@ -13,6 +10,7 @@
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
 #include "support/Files.h"
+#include "support/Snapshot.h"
 #include "support/TestRoot.h"
 #include "ts/TestStream.h"
 
@@ -234,22 +232,6 @@ TEST_F(ScanCommandTest, WhatIsNoPoolOrNoSlotIsRefused) {
     EXPECT_EQ(Scan({"--progress", "--no-progress"}).status, 2);
     EXPECT_EQ(Scan({"one"}).status, 2);
     EXPECT_EQ(Scan({"--map", root_.Path() + "/missing/map"}).status, 1);
-}
-
-// Names, sizes and times of all files of the recorder.
-std::map<std::string, std::vector<std::int64_t>> Snapshot(std::string const& directory) {
-    std::map<std::string, std::vector<std::int64_t>> files;
-    std::vector<std::string> paths{directory};
-    for (auto const& entry : std::filesystem::recursive_directory_iterator(directory)) {
-        paths.push_back(entry.path());
-    }
-    for (std::string const& path : paths) {
-        struct stat status {};
-        EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
-        files[path] = {status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec,
-                       status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
-    }
-    return files;
 }
 
 // The header, the table of files and the start of the first slot.

@@ -15,6 +15,9 @@ namespace {
 constexpr std::int64_t eventApplicationId = 0x534D4752; // "SMGR"
 constexpr std::int64_t eventSchemaVersion = 1;
 
+constexpr std::int64_t oldestReadableVersion = 1;
+constexpr std::int64_t newestReadableVersion = 2;
+
 constexpr char createTables[] = R"(
 CREATE TABLE file (
     id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -76,10 +79,14 @@ bool IsNew(Database const& database) {
            ReadNumber(database, "PRAGMA application_id") == 0;
 }
 
-void CheckOrigin(Database const& database) {
+void CheckProgram(Database const& database) {
     if (ReadNumber(database, "PRAGMA application_id") != eventApplicationId) {
         Refuse(database, "made by another program, not an event database");
     }
+}
+
+void CheckOrigin(Database const& database) {
+    CheckProgram(database);
     std::int64_t const version = ReadNumber(database, "PRAGMA user_version");
     if (version != eventSchemaVersion) {
         Refuse(database, "version " + std::to_string(version) + ", this program knows version " +
@@ -123,6 +130,21 @@ void PrepareEventDatabase(Database& database) {
     if (isNew) {
         Create(database);
     }
+}
+
+std::optional<std::int64_t> ReadableVersion(Database const& database) {
+    if (IsNew(database)) {
+        return std::nullopt;
+    }
+    CheckProgram(database);
+    std::int64_t const version = ReadNumber(database, "PRAGMA user_version");
+    if (version < oldestReadableVersion || version > newestReadableVersion) {
+        Refuse(database, "version " + std::to_string(version) + ", this program reads versions " +
+                             std::to_string(oldestReadableVersion) + " to " +
+                             std::to_string(newestReadableVersion));
+    }
+    CheckContent(database);
+    return version;
 }
 
 } // namespace workstation::store
