@@ -5,6 +5,8 @@ namespace workstation::d2b {
 
 void AddEvidenceCommands(CLI::App& tool) {
     AddScanCommand(tool);
+    AddExportCommand(tool);
+    AddVerifyCommand(tool);
 }
 
 } // namespace workstation::d2b

@@ -85,7 +85,6 @@ SlotSummary SlotScanner::Run() {
         Fill();
         isLast = windowOffset_ + filled_ == slot_.Length();
         ScanWindow(isLast ? filled_ : filled_ - lookAheadSize);
-        observer_.OnScanned();
     }
     EndLoss();
     std::uint64_t const ticks =

@@ -32,11 +32,8 @@ class ScanObserver {
 public:
     virtual ~ScanObserver() = default;
 
-    // The next bytes of the slot were read. They stay as they are until OnScanned.
+    // The next bytes of the slot were read.
     virtual void OnRead(std::span<unsigned char const> bytes) = 0;
-
-    // More bytes are about to be read.
-    virtual void OnScanned() {}
 
     // Each fault, in the order of offsets.
     virtual void OnFault(Fault const& fault) = 0;

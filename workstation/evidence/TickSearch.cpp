@@ -21,13 +21,13 @@ constexpr std::uint64_t lookAheadSize = 32 * tsPacketSize;
 
 } // namespace
 
-bool IsGap(TickAt const& before, TickAt const& after) {
+bool IsGap(PlacedTick const& before, PlacedTick const& after) {
     std::uint32_t const step = after.tick - before.tick;
     return step > 1 || std::abs(std::int64_t{after.time} - before.time) > 1;
 }
 
 // The first of these ticks whose time is not before `time`.
-std::optional<TickAt> TickSearch::FirstOf(std::uint64_t from, std::uint64_t end,
+std::optional<PlacedTick> TickSearch::FirstOf(std::uint64_t from, std::uint64_t end,
                                           std::int64_t time) {
     block_.clear();
     std::vector<Range> unreadable;
@@ -45,7 +45,7 @@ std::optional<TickAt> TickSearch::FirstOf(std::uint64_t from, std::uint64_t end,
                 std::span<unsigned char const>(block_).subspan(place).first<tsPacketSize>();
             auto const tick = ts::DecodeSystemTick(packet, TsHelper::StreamSystickSystem);
             if (tick && tick->time >= time) {
-                return TickAt{begin + place, tick->tick, tick->time};
+                return PlacedTick{begin + place, tick->tick, tick->time};
             }
         }
         block_.erase(block_.begin(),
@@ -54,11 +54,11 @@ std::optional<TickAt> TickSearch::FirstOf(std::uint64_t from, std::uint64_t end,
     return std::nullopt;
 }
 
-std::optional<TickAt> TickSearch::FirstNotBefore(std::int64_t time, std::uint64_t from) {
+std::optional<PlacedTick> TickSearch::FirstNotBefore(std::int64_t time, std::uint64_t from) {
     std::uint64_t low = from;              // every tick before it has a time before `time`
     std::uint64_t high = slot_.Length();   // every tick from here on is not before `found`
-    std::optional<TickAt> before;
-    std::optional<TickAt> found;
+    std::optional<PlacedTick> before;
+    std::optional<PlacedTick> found;
     while (high - low > blockSize) {
         std::uint64_t const middle = low + (high - low) / 2;
         auto const tick = First(middle, high);

@@ -10,17 +10,17 @@
 namespace workstation::evidence {
 
 // A tick and the offset of its packet.
-struct TickAt {
+struct PlacedTick {
     std::uint64_t offset;
     std::uint32_t tick;
     std::int32_t time; // seconds since the epoch
 
-    bool operator==(TickAt const&) const = default;
+    bool operator==(PlacedTick const&) const = default;
 };
 
 // Whether something is missing between two ticks in a row: numbers, or more than a second. A
 // repetition of a tick is no gap.
-bool IsGap(TickAt const& before, TickAt const& after);
+bool IsGap(PlacedTick const& before, PlacedTick const& after);
 
 // Reads a slot from a place until there is a tick. So a search reads about the distance of two ticks
 // for each halving of the slot, and more only where a slot has no ticks for a long way.
@@ -31,16 +31,16 @@ public:
         : slot_(slot) {}
 
     // The first tick whose packet begins at `from` or later and before `end`.
-    std::optional<TickAt> First(std::uint64_t from, std::uint64_t end) {
+    std::optional<PlacedTick> First(std::uint64_t from, std::uint64_t end) {
         return FirstOf(from, end, INT64_MIN);
     }
 
     // The first tick from `from` on whose time is not before `time`. Times must not decrease in the
     // slot.
-    std::optional<TickAt> FirstNotBefore(std::int64_t time, std::uint64_t from = 0);
+    std::optional<PlacedTick> FirstNotBefore(std::int64_t time, std::uint64_t from = 0);
 
 private:
-    std::optional<TickAt> FirstOf(std::uint64_t from, std::uint64_t end, std::int64_t time);
+    std::optional<PlacedTick> FirstOf(std::uint64_t from, std::uint64_t end, std::int64_t time);
 
     ByteSource& slot_;
     std::vector<unsigned char> block_;

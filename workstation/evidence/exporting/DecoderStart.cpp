@@ -31,7 +31,7 @@ bool IsRandomAccessPoint(ts::TsPacketView packet) {
 class BackwardSearch {
 public:
     BackwardSearch(PoolSlots& slots, std::vector<int> const& chain, std::size_t link,
-                   TickAt const& tick)
+                   PlacedTick const& tick)
         : slots_(slots)
         , chain_(chain)
         , end_{link, tick.offset}
@@ -51,8 +51,8 @@ private:
     // What a block of a slot holds, after its last gap.
     struct Block {
         std::vector<Mark> marks;
-        std::optional<TickAt> firstTick;
-        std::optional<TickAt> lastTick;
+        std::optional<PlacedTick> firstTick;
+        std::optional<PlacedTick> lastTick;
         ProgramTables tables;
     };
 
@@ -65,7 +65,7 @@ private:
     std::vector<int> const& chain_;
     ChainPlace end_;      // everything from here to the tick has been looked at
     ChainPlace earliest_; // of the first tick from `end_` on
-    TickAt earliestTick_;
+    PlacedTick earliestTick_;
     bool hasGap_ = false;
     std::optional<std::uint16_t> leadingPid_;
     std::vector<Mark> marks_; // from the tick backwards
@@ -118,7 +118,7 @@ void BackwardSearch::TakePacket(Block& found, std::uint64_t offset, ts::TsPacket
     }
     std::uint16_t const pid = ts_get_pid(packet.data());
     if (auto const metadata = ts::DecodeSystemTick(packet, TsHelper::StreamSystickSystem)) {
-        TickAt const tick{offset, metadata->tick, metadata->time};
+        PlacedTick const tick{offset, metadata->tick, metadata->time};
         if (found.lastTick && IsGap(*found.lastTick, tick)) {
             found = {};
             hasGap_ = true;
@@ -159,7 +159,7 @@ std::optional<ChainPlace> BackwardSearch::Start() const {
 } // namespace
 
 ChainPlace FindDecoderStart(PoolSlots& slots, std::vector<int> const& chain, std::size_t link,
-                            TickAt const& tick) {
+                            PlacedTick const& tick) {
     auto const start = BackwardSearch(slots, chain, link, tick).Run();
     return start.value_or(ChainPlace{link, tick.offset});
 }

@@ -28,6 +28,6 @@ struct ChainPlace {
 // `chain` are the numbers of slots in the order of recording. Throws Failure (ESTALE) when one of
 // them was recorded over.
 ChainPlace FindDecoderStart(PoolSlots& slots, std::vector<int> const& chain, std::size_t link,
-                            TickAt const& tick);
+                            PlacedTick const& tick);
 
 } // namespace workstation::evidence::exporting

@@ -1,13 +1,24 @@
 // Which bytes of which slots an export consists of.
 #include "evidence/exporting/ExportPlan.h"
 
-#include <algorithm>
+#include <cerrno>
 
+#include "Failure.h"
 #include "evidence/TickSearch.h"
 #include "evidence/exporting/DecoderStart.h"
+#include "pool/PoolLayout.h"
 
 namespace workstation::evidence::exporting {
 namespace {
+
+// Whether the link may hold the tick. A stream uses no number twice.
+bool MayHold(store::RecordedFile const& file, PlacedTick const& tick) {
+    std::uint32_t const number = tick.tick - file.firstTick;
+    bool const isBefore = number > UINT32_MAX / 2 || tick.time < file.startTime;
+    bool const isAfter = file.finished && (number > file.lastTick - file.firstTick ||
+                                           tick.time > file.stopTime);
+    return !isBefore && !isAfter;
+}
 
 class IntervalPlanner {
 public:
@@ -25,7 +36,7 @@ public:
 private:
     bool MayOverlap(store::RecordedFile const& file) const;
     bool IsInside(store::RecordedFile const& file) const;
-    void Begin(std::size_t link, TickAt const& first);
+    void Begin(std::size_t link, PlacedTick const& first);
     void Add(int slot, std::uint64_t from, std::uint64_t to);
 
     PoolSlots& slots_;
@@ -54,7 +65,7 @@ void IntervalPlanner::Add(int slot, std::uint64_t from, std::uint64_t to) {
 }
 
 // The first tick of the export has been found. What is before it comes first.
-void IntervalPlanner::Begin(std::size_t link, TickAt const& first) {
+void IntervalPlanner::Begin(std::size_t link, PlacedTick const& first) {
     std::vector<int> numbers;
     for (store::RecordedFile const& file : chain_) {
         numbers.push_back(file.fileNumber);
@@ -76,11 +87,17 @@ void IntervalPlanner::Take(std::size_t link) {
     }
     OpenedSlot& slot = slots_.At(file.fileNumber);
     TickSearch search(slot);
+    auto first = search.First(0, slot.Length());
+    if (first && !MayHold(file, *first)) {
+        throw Failure(ESTALE, pool::StreamFileName(file.fileNumber) +
+                                  " was recorded over: it begins with tick " +
+                                  std::to_string(first->tick) + ", which is not in the database");
+    }
     std::uint64_t begin = 0;
     if (pieces_.empty() || file.startTime < interval_.from) {
-        auto const first = file.startTime < interval_.from
-                               ? search.FirstNotBefore(interval_.from)
-                               : search.First(0, slot.Length());
+        if (first && first->time < interval_.from) {
+            first = search.FirstNotBefore(interval_.from, first->offset);
+        }
         if (first && !interval_.Has(first->time)) {
             return;
         }

@@ -29,6 +29,7 @@ std::vector<Piece> PlanSlots(PoolSlots& slots, std::vector<int> const& numbers);
 // The packets of a stream from the first tick of the interval up to the first one after it.
 // `chain` is what is recorded of the stream, in the order of recording. `isWanted` (by link) says
 // which links may be used; the decoder may start in another one. Empty when there is no such tick.
+// Throws Failure (ESTALE) when a slot holds other ticks than the chain says: it was recorded over.
 //
 // Times of ticks must not decrease in a slot; from slot to slot they may.
 std::vector<Piece> PlanInterval(PoolSlots& slots, std::vector<store::RecordedFile> const& chain,

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "evidence/exporting/Sha256.h"
@@ -17,17 +18,17 @@ public:
     explicit PieceHashes(std::vector<std::uint64_t> begins)
         : begins_(std::move(begins)) {}
 
-    // Takes the next bytes of the file. More than the pieces have count for the file alone.
+    // Takes the next bytes of the file, not more than the pieces have.
     void Add(std::span<unsigned char const> bytes);
 
     // The hash of each piece that is complete.
     std::vector<std::string> const& Pieces() const { return pieces_; }
 
-    // The hash of the file, at its end.
-    std::string TakeWhole();
+    // The hash of the file, when all pieces are complete.
+    std::string TakeWhole() { return IsOnePiece() ? pieces_.front() : whole_.Take(); }
 
 private:
-    // One piece is the file: its bytes are hashed once.
+    // Such a piece is the file: its bytes are hashed once.
     bool IsOnePiece() const { return begins_.size() == 2; }
 
     std::vector<std::uint64_t> begins_;
