@@ -5,10 +5,8 @@
 
 #include <bitstream/mpeg/ts.h>
 
-#include "d2b/D2b.h"
+#include "CommandRun.h"
 #include "pool/PoolImage.h"
-#include "support/ChildProcess.h"
-#include "support/Execute.h"
 #include "support/Files.h"
 #include "support/Snapshot.h"
 #include "support/TestRoot.h"
@@ -17,12 +15,6 @@
 using namespace workstation;
 
 namespace {
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
 
 // Two ticks with three packets after each; the second tick has the time 51.
 std::string Clip() {
@@ -49,11 +41,7 @@ protected:
     }
     ~ScanCommandTest() override { unsetenv("TZ"); }
 
-    void Load(int slot, std::string const& bytes) const {
-        auto const image = pool::PoolImage::Open(root_.Pool());
-        WriteBytes(root_.Pool(), bytes, image->SlotOffset(slot));
-        image->Set(slot, pool::EntryWord::length, static_cast<std::uint32_t>(bytes.size()));
-    }
+    void Load(int slot, std::string const& bytes) const { LoadSlot(root_.Pool(), slot, bytes); }
 
     // Writes over bytes of a slot.
     void Damage(int slot, std::size_t offset, std::string const& bytes) const {
@@ -61,16 +49,9 @@ protected:
         WriteBytes(root_.Pool(), bytes, image->SlotOffset(slot) + offset);
     }
 
-    static Outcome Scan(std::vector<std::string> const& arguments) {
-        std::vector<char const*> argv{"d2b", "scan"};
-        for (std::string const& argument : arguments) {
-            argv.push_back(argument.c_str());
-        }
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        int const status = d2b::RunD2b(static_cast<int>(argv.size()), argv.data());
-        std::string const out = testing::internal::GetCapturedStdout();
-        return {status, out, testing::internal::GetCapturedStderr()};
+    static Outcome Scan(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "scan");
+        return RunCommand(arguments);
     }
 
     static void Expect(int status, std::string const& out, std::string const& err,
@@ -174,12 +155,7 @@ TEST_F(ScanCommandTest, JsonIsWholeAndFitsItsSchema) {
                                      {"faults", 3}};
     EXPECT_EQ(nlohmann::json::parse(outcome.out), expected) << outcome.out;
 
-    std::string const document = root_.Path() + "/scan.json";
-    std::ofstream(document) << outcome.out;
-    ChildProcess validator([&] {
-        return Execute({"/usr/bin/python3", "-m", "jsonschema", "-i", document, SCAN_SCHEMA});
-    });
-    EXPECT_EQ(validator.Wait(), 0);
+    EXPECT_TRUE(FitsSchema(outcome.out, SCAN_SCHEMA));
 }
 
 TEST_F(ScanCommandTest, MapCoversTheImage) {

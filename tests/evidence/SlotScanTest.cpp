@@ -5,7 +5,7 @@
 
 #include <bitstream/mpeg/ts.h>
 
-#include "evidence/TestSlot.h"
+#include "TestSlot.h"
 #include "ts/TestStream.h"
 
 using namespace workstation;

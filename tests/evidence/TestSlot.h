@@ -1,17 +1,16 @@
-// A slot in memory.
+// A slot in memory, of which some pages cannot be read.
 #pragma once
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
-#include <utility>
 #include <vector>
 
 #include "evidence/SlotReader.h"
 
 namespace workstation::evidence {
 
-// The bytes of a slot in memory, of which some pages cannot be read.
 class TestSlot : public SlotReader {
 public:
     explicit TestSlot(std::vector<unsigned char> bytes, std::vector<Range> bad = {})
@@ -19,8 +18,8 @@ public:
         , bytes_(std::move(bytes))
         , bad_(std::move(bad)) {}
 
-    // How many bytes have been read.
-    std::uint64_t BytesRead() const { return read_; }
+    // How many bytes were read so far.
+    std::uint64_t BytesRead() const { return bytesRead_; }
 
 protected:
     long ReadOnce(unsigned char* bytes, std::uint64_t count, std::uint64_t offset) override {
@@ -35,14 +34,14 @@ protected:
             }
         }
         std::memcpy(bytes, bytes_.data() + offset, end - offset);
-        read_ += end - offset;
+        bytesRead_ += end - offset;
         return static_cast<long>(end - offset);
     }
 
 private:
     std::vector<unsigned char> bytes_;
     std::vector<Range> bad_;
-    std::uint64_t read_ = 0;
+    std::uint64_t bytesRead_ = 0;
 };
 
 } // namespace workstation::evidence

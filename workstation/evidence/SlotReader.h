@@ -27,6 +27,10 @@ public:
     void Read(std::uint64_t offset, std::span<unsigned char> bytes,
               std::vector<Range>& unreadable) override;
 
+    // Where the image has data at byte `offset` of the slot or later: beyond the stated length when
+    // it has a hole until there, which reads as zeros. It is `offset` where this is not known.
+    std::uint64_t NextData(std::uint64_t offset) const;
+
 protected:
     // One pread(2). Replaced by tests, for disks that fail.
     virtual long ReadOnce(unsigned char* bytes, std::uint64_t count, std::uint64_t fileOffset);

@@ -6,17 +6,9 @@
 #include <vector>
 
 #include "evidence/ByteSource.h"
+#include "evidence/SlotEnds.h"
 
 namespace workstation::evidence {
-
-// A tick and the offset of its packet.
-struct PlacedTick {
-    std::uint64_t offset;
-    std::uint32_t tick;
-    std::int32_t time; // seconds since the epoch
-
-    bool operator==(PlacedTick const&) const = default;
-};
 
 // Whether something is missing between two ticks in a row: numbers, or more than a second. A
 // repetition of a tick is no gap.
