@@ -12,8 +12,8 @@
 namespace workstation {
 
 // A file in the directory of its later path. Unlike NewFile it leaves nothing if the process is
-// killed, and never takes the place of a file. Where the file system has no files without a name, it
-// has a temporary one, which is removed with the object.
+// killed, and never takes the place of a file. Where the file system has no files without a name,
+// it has a temporary one, which is removed with the object.
 class UnnamedFile {
 public:
     // Throws Failure, as the other operations do.
@@ -31,8 +31,8 @@ public:
     // Returns when what was written is on the disk.
     void Flush();
 
-    // Gives the file its name, to be called once. Fails with EEXIST when something has the name. The
-    // file is removed with the object unless it is kept. SyncDirectory makes the name durable.
+    // Gives the file its name, to be called once. Fails with EEXIST when something has the name.
+    // The file is removed with the object unless it is kept. SyncDirectory makes the name durable.
     void Publish();
     void Keep() { isPublished_ = false; }
 

@@ -69,9 +69,10 @@ std::optional<int> NumberOf(std::string_view text) {
 // "3,5-7" are 3, 5, 6 and 7.
 std::vector<int> SlotsOf(std::string const& list) {
     std::vector<int> slots;
-    for (std::string_view rest = list; !rest.empty() || slots.empty();) {
-        std::string_view const item = rest.substr(0, rest.find(','));
-        rest.remove_prefix(std::min(item.size() + 1, rest.size()));
+    for (std::size_t begin = 0; begin <= list.size();) {
+        std::size_t const end = std::min(list.find(',', begin), list.size());
+        std::string_view const item = std::string_view(list).substr(begin, end - begin);
+        begin = end + 1;
         auto const dash = item.find('-');
         auto const first = NumberOf(item.substr(0, dash));
         auto const last = dash == std::string_view::npos ? first : NumberOf(item.substr(dash + 1));
@@ -88,10 +89,11 @@ std::vector<int> SlotsOf(std::string const& list) {
 exporting::ExportRequest RequestOf(ExportOptions const& options) {
     exporting::ExportRequest request;
     bool const hasInterval = !options.from.empty() || !options.to.empty();
-    int const ways = (options.reid.empty() ? 0 : 1) + (hasInterval ? 1 : 0) +
-                     (options.slots.empty() ? 0 : 1);
+    int const ways =
+        (options.reid.empty() ? 0 : 1) + (hasInterval ? 1 : 0) + (options.slots.empty() ? 0 : 1);
     if (ways != 1 || (hasInterval && (options.from.empty() || options.to.empty()))) {
-        throw CLI::ValidationError("export", "needs REID, or --stream, --from and --to, or --slots");
+        throw CLI::ValidationError("export",
+                                   "needs REID, or --stream, --from and --to, or --slots");
     }
     if (hasInterval != (options.stream != 0) && (hasInterval || !options.slots.empty())) {
         throw CLI::ValidationError("--stream", "goes with --from and --to, or with REID");
@@ -130,9 +132,8 @@ std::string PathIn(std::string const& directory, exporting::Asked const& asked) 
 
 // Throws Failure for a file that an export must not replace.
 void RefuseOwnFile(std::string const& path, PoolOptions const& options) {
-    for (std::string const& used :
-         {options.pool.empty() ? PoolPath() : options.pool,
-          options.database.empty() ? DatabasePath() : options.database}) {
+    for (std::string const& used : {options.pool.empty() ? PoolPath() : options.pool,
+                                    options.database.empty() ? DatabasePath() : options.database}) {
         std::error_code ignored;
         if (std::filesystem::equivalent(path, used, ignored)) {
             throw Failure(EINVAL, "'" + path + "' is what is exported");
@@ -193,6 +194,9 @@ void PrintManifests(std::list<OpenExport> const& exports, bool isDirectory) {
         isFirst = false;
     }
     std::cout << (isDirectory ? "]\n" : "") << std::flush;
+    if (!std::cout) {
+        throw Failure(EIO, "the files are complete, but the manifest cannot be printed");
+    }
 }
 
 class Exporter {
@@ -242,8 +246,7 @@ void Exporter::Copy(OpenExport& file, std::function<void(std::uint64_t)> const& 
     auto const target = file.files ? file.files->Target()
                                    : exporting::CopyTarget{STDOUT_FILENO, file.shownPath, false};
     exporting::Findings& findings = file.files ? file.files->Draft() : noList;
-    file.copied =
-        exporting::PieceCopy(slots_, file.pieces, target, findings, progress).Run();
+    file.copied = exporting::PieceCopy(slots_, file.pieces, target, findings, progress).Run();
     if (file.files) {
         file.files->Complete(file.asked, file.pieces, file.copied, progress);
     }

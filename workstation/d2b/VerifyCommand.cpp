@@ -32,9 +32,8 @@ int Verify(VerifyOptions const& options) {
     exporting::Verification verification;
     {
         evidence::Progress progress(stated.bytes * (pool ? 2 : 1), WhenToShow(options.progress));
-        verification =
-            exporting::Verify(options.manifest, stated, pool ? &*pool : nullptr,
-                              [&](std::uint64_t bytes) { progress.Add(bytes); });
+        verification = exporting::Verify(options.manifest, stated, pool ? &*pool : nullptr,
+                                         [&](std::uint64_t bytes) { progress.Add(bytes); });
     }
     auto const print = options.json ? exporting::PrintJson : exporting::PrintText;
     print(verification, stated, std::cout);

@@ -28,7 +28,7 @@ bool IsGap(PlacedTick const& before, PlacedTick const& after) {
 
 // The first of these ticks whose time is not before `time`.
 std::optional<PlacedTick> TickSearch::FirstOf(std::uint64_t from, std::uint64_t end,
-                                          std::int64_t time) {
+                                              std::int64_t time) {
     block_.clear();
     std::vector<Range> unreadable;
     for (std::uint64_t begin = from; begin < end; begin += blockSize) {
@@ -55,8 +55,8 @@ std::optional<PlacedTick> TickSearch::FirstOf(std::uint64_t from, std::uint64_t 
 }
 
 std::optional<PlacedTick> TickSearch::FirstNotBefore(std::int64_t time, std::uint64_t from) {
-    std::uint64_t low = from;              // every tick before it has a time before `time`
-    std::uint64_t high = slot_.Length();   // every tick from here on is not before `found`
+    std::uint64_t low = from;            // every tick before it has a time before `time`
+    std::uint64_t high = slot_.Length(); // every tick from here on is not before `found`
     std::optional<PlacedTick> before;
     std::optional<PlacedTick> found;
     while (high - low > blockSize) {

@@ -147,12 +147,13 @@ void BackwardSearch::Add(Block const& found) {
 }
 
 std::optional<ChainPlace> BackwardSearch::Start() const {
-    auto const point = std::ranges::find_if(
-        marks_, [&](Mark const& mark) { return mark.pid == leadingPid_; });
+    auto const point =
+        std::ranges::find_if(marks_, [&](Mark const& mark) { return mark.pid == leadingPid_; });
     auto const pat =
         std::find_if(point, marks_.end(), [](Mark const& mark) { return mark.pid == patPid; });
     // Without a tick before it, a gap may follow it.
-    bool const isSure = pat != marks_.end() && (earliest_ <= pat->place || end_ == ChainPlace{0, 0});
+    bool const isSure =
+        pat != marks_.end() && (earliest_ <= pat->place || end_ == ChainPlace{0, 0});
     return isSure ? std::optional(pat->place) : std::nullopt;
 }
 

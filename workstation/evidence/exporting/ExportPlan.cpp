@@ -15,8 +15,8 @@ namespace {
 bool MayHold(store::RecordedFile const& file, PlacedTick const& tick) {
     std::uint32_t const number = tick.tick - file.firstTick;
     bool const isBefore = number > UINT32_MAX / 2 || tick.time < file.startTime;
-    bool const isAfter = file.finished && (number > file.lastTick - file.firstTick ||
-                                           tick.time > file.stopTime);
+    bool const isAfter =
+        file.finished && (number > file.lastTick - file.firstTick || tick.time > file.stopTime);
     return !isBefore && !isAfter;
 }
 
@@ -70,9 +70,8 @@ void IntervalPlanner::Begin(std::size_t link, PlacedTick const& first) {
     for (store::RecordedFile const& file : chain_) {
         numbers.push_back(file.fileNumber);
     }
-    ChainPlace start = startAt_ == StartAt::tick
-                           ? ChainPlace{link, first.offset}
-                           : FindDecoderStart(slots_, numbers, link, first);
+    ChainPlace start = startAt_ == StartAt::tick ? ChainPlace{link, first.offset}
+                                                 : FindDecoderStart(slots_, numbers, link, first);
     for (; start.link < link; start = {start.link + 1, 0}) {
         Add(numbers[start.link], start.offset, slots_.At(numbers[start.link]).Length());
     }

@@ -57,9 +57,9 @@ std::string const& Replaceable(std::string const& path, bool isReplaceable) {
         IsThere(path + ".sha256") && (isThere || !IsChecksumOf(path + ".sha256", NameOf(path)));
     bool const hasForeignManifest =
         IsThere(path + ".json") && (isThere || !BeginsWith(path + ".json", manifestBegin));
-    for (auto const& [suffix, isInTheWay] : {std::pair("", isThere),
-                                             std::pair(".sha256", hasForeignChecksum),
-                                             std::pair(".json", hasForeignManifest)}) {
+    for (auto const& [suffix, isInTheWay] :
+         {std::pair("", isThere), std::pair(".sha256", hasForeignChecksum),
+          std::pair(".json", hasForeignManifest)}) {
         if (isInTheWay && !isReplaceable) {
             throw Failure(EEXIST, "'" + path + suffix + "' exists (--force replaces it)");
         }

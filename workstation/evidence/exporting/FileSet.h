@@ -31,9 +31,9 @@ public:
     void Complete(Asked const& asked, JoinedPieces const& pieces, CopiedPieces const& copied,
                   std::function<void(std::uint64_t bytes)> const& progress);
 
-    // Gives the files their names, durably. A file that is replaced is removed first, so that OUT.ts
-    // never stands beside the manifest of another file. The files are removed with the object unless
-    // they are kept.
+    // Gives the files their names, durably. A file that is replaced is removed first, so that
+    // OUT.ts never stands beside the manifest of another file. The files are removed with the
+    // object unless they are kept.
     void Publish();
     void Keep();
 

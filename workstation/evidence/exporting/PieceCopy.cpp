@@ -47,8 +47,8 @@ void PieceCopy::OnRead(std::span<unsigned char const> bytes) {
 // A piece that has been read is what its slot held, if the slot is unchanged after that.
 void PieceCopy::CheckSlotsUpTo(std::uint64_t offset) {
     auto const& begins = pieces_.Begins();
-    std::size_t const read = offset == begins.back() ? pieces_.Pieces().size()
-                                                     : pieces_.PieceAt(offset) + 1;
+    std::size_t const read =
+        offset == begins.back() ? pieces_.Pieces().size() : pieces_.PieceAt(offset) + 1;
     for (std::size_t piece = checked_; piece < read; ++piece) {
         slots_.At(pieces_.Pieces()[piece].slot).CheckUnchanged();
     }

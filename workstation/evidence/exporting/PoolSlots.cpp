@@ -27,8 +27,8 @@ void OpenedSlot::CheckUnchanged() {
     // The length last: it is 0 before the first packet changes.
     bool const hasFirstPacket = FirstPacket() == firstPacket_;
     if (pool_.Length(number_) < Length() || !hasFirstPacket) {
-        throw Failure(ESTALE, pool::StreamFileName(number_) +
-                                  " was recorded over while it was exported");
+        throw Failure(ESTALE,
+                      pool::StreamFileName(number_) + " was recorded over while it was exported");
     }
 }
 

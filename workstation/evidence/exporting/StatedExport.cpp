@@ -23,12 +23,18 @@ constexpr std::int64_t latest = INT32_MAX;
 constexpr std::int64_t largestTick = UINT32_MAX;
 constexpr std::int64_t largestPid = 0x1FFF;
 
+std::string NotAManifest(std::string const& path) {
+    return "'" + path + "' is not a manifest: ";
+}
+
 // An object of a manifest. `where` names it in messages.
 class Checked {
 public:
     // Throws Failure unless the value is an object with exactly these members.
-    Checked(Json const& value, std::string where, std::initializer_list<std::string_view> members)
-        : value_(value)
+    Checked(std::string const& path, Json const& value, std::string where,
+            std::initializer_list<std::string_view> members)
+        : path_(path)
+        , value_(value)
         , where_(std::move(where)) {
         Require(value.is_object(), "is not an object");
         for (std::string_view const member : members) {
@@ -39,7 +45,7 @@ public:
 
     void Require(bool condition, std::string const& fault) const {
         if (!condition) {
-            throw Failure(EINVAL, "is not a manifest: " + where_ + " " + fault);
+            throw Failure(EINVAL, NotAManifest(path_) + where_ + " " + fault);
         }
     }
 
@@ -74,18 +80,20 @@ public:
 
     std::string Hash(char const* member) const {
         std::string const hash = Text(member);
-        Require(hash.size() == 64 && hash.find_first_not_of("0123456789abcdef") == std::string::npos,
+        Require(hash.size() == 64 &&
+                    hash.find_first_not_of("0123456789abcdef") == std::string::npos,
                 std::string("has no right ") + member);
         return hash;
     }
 
 private:
+    std::string const& path_;
     Json const& value_;
     std::string where_;
 };
 
-void CheckAsked(Json const& value) {
-    Checked const asked(value, "asked", {"reid", "stream", "from", "to"});
+void CheckAsked(std::string const& path, Json const& value) {
+    Checked const asked(path, value, "asked", {"reid", "stream", "from", "to"});
     if (!asked.Value("reid").is_null()) {
         asked.Text("reid");
     }
@@ -94,8 +102,8 @@ void CheckAsked(Json const& value) {
     asked.IntegerOrNull("to", INT64_MIN, INT64_MAX);
 }
 
-void CheckHeld(Json const& value) {
-    Checked const held(value, "held", {"from", "to", "first_tick", "last_tick", "ticks"});
+void CheckHeld(std::string const& path, Json const& value) {
+    Checked const held(path, value, "held", {"from", "to", "first_tick", "last_tick", "ticks"});
     bool const hasTicks = held.Integer("ticks", 0, INT64_MAX) > 0;
     for (char const* const time : {"from", "to"}) {
         held.Require(held.IntegerOrNull(time, earliest, latest) == hasTicks,
@@ -107,20 +115,21 @@ void CheckHeld(Json const& value) {
     }
 }
 
-void CheckGap(Json const& value) {
-    Checked const gap(value, "a gap", {"after_tick", "before_tick", "from", "to"});
+void CheckGap(std::string const& path, Json const& value) {
+    Checked const gap(path, value, "a gap", {"after_tick", "before_tick", "from", "to"});
     gap.Integer("after_tick", 0, largestTick);
     gap.Integer("before_tick", 0, largestTick);
     gap.Integer("from", earliest, latest);
     gap.Integer("to", earliest, latest);
 }
 
-void CheckFault(Json const& value) {
+void CheckFault(std::string const& path, Json const& value) {
     Checked const fault(
-        value, "a fault",
+        path, value, "a fault",
         {"slot", "kind", "offset", "bytes", "pid", "missing", "time", "output_offset"});
-    constexpr std::array kinds = {FaultKind::sync,  FaultKind::continuity, FaultKind::tick,
-                                  FaultKind::zeros, FaultKind::unreadable, FaultKind::transportError};
+    constexpr std::array kinds = {FaultKind::sync,       FaultKind::continuity,
+                                  FaultKind::tick,       FaultKind::zeros,
+                                  FaultKind::unreadable, FaultKind::transportError};
     std::string const kind = fault.Text("kind");
     fault.Require(std::ranges::any_of(kinds, [&](FaultKind known) { return kind == Name(known); }),
                   "has no right kind");
@@ -137,6 +146,9 @@ void CheckFault(Json const& value) {
 // them.
 class ListCheck {
 public:
+    explicit ListCheck(std::string const& path)
+        : path_(path) {}
+
     // To be called by the parser. Returns whether the value is kept.
     bool Take(int depth, Json::parse_event_t event, Json const& value) {
         if (event == Json::parse_event_t::key && depth == 1) {
@@ -149,9 +161,9 @@ public:
             return true;
         }
         if (list_ == "gaps") {
-            CheckGap(value);
+            CheckGap(path_, value);
         } else {
-            CheckFault(value);
+            CheckFault(path_, value);
         }
         ++elements_;
         return false;
@@ -160,22 +172,23 @@ public:
     std::uint64_t Elements() const { return elements_; }
 
 private:
+    std::string const& path_;
     std::string list_; // the member of the manifest that is being read
     std::uint64_t elements_ = 0;
 };
 
-void ReadPieces(Checked const& manifest, StatedExport& stated) {
+void ReadPieces(std::string const& path, Checked const& manifest, StatedExport& stated) {
     Json const& pieces = manifest.Value("pieces");
     manifest.Require(pieces.is_array() && !pieces.empty(), "has no right pieces");
     std::uint64_t bytes = 0;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
-        Checked const piece(pieces[i], "piece " + std::to_string(i + 1),
+        Checked const piece(path, pieces[i], "piece " + std::to_string(i + 1),
                             {"slot", "offset", "bytes", "sha256"});
         std::int64_t const offset = piece.Integer("offset", 0, pool::poolSlotSize - 1);
         std::int64_t const size = piece.Integer("bytes", 1, pool::poolSlotSize - offset);
-        stated.pieces.push_back(
-            {static_cast<int>(piece.Integer("slot", 1, pool::poolMaxFileCount)),
-             static_cast<std::uint64_t>(offset), static_cast<std::uint64_t>(size)});
+        stated.pieces.push_back({static_cast<int>(piece.Integer("slot", 1, pool::poolMaxFileCount)),
+                                 static_cast<std::uint64_t>(offset),
+                                 static_cast<std::uint64_t>(size)});
         stated.pieceHashes.push_back(piece.Hash("sha256"));
         bytes += static_cast<std::uint64_t>(size);
     }
@@ -184,31 +197,31 @@ void ReadPieces(Checked const& manifest, StatedExport& stated) {
                                                 std::to_string(stated.bytes));
 }
 
-StatedExport Parse(std::ifstream& file) {
-    ListCheck lists;
+StatedExport Parse(std::string const& path, std::ifstream& file) {
+    ListCheck lists(path);
     auto const take = [&](int depth, Json::parse_event_t event, Json const& value) {
         return lists.Take(depth, event, value);
     };
     Json const document = Json::parse(file, take, false);
     if (document.is_discarded()) {
-        throw Failure(EINVAL, "is not a manifest: it is not JSON");
+        throw Failure(EINVAL, NotAManifest(path) + "it is not JSON");
     }
-    Checked const manifest(document, "it",
-                           {"program", "version", "asked", "held", "output", "pieces", "gaps",
-                            "faults", "complete"});
+    Checked const manifest(
+        path, document, "it",
+        {"program", "version", "asked", "held", "output", "pieces", "gaps", "faults", "complete"});
     manifest.Require(manifest.Text("program") == "d2b", "is from another program");
     manifest.Text("version");
-    CheckAsked(manifest.Value("asked"));
-    CheckHeld(manifest.Value("held"));
+    CheckAsked(path, manifest.Value("asked"));
+    CheckHeld(path, manifest.Value("held"));
     StatedExport stated;
-    Checked const output(manifest.Value("output"), "output", {"name", "bytes", "sha256"});
+    Checked const output(path, manifest.Value("output"), "output", {"name", "bytes", "sha256"});
     stated.name = output.Text("name");
     output.Require(stated.name.find_first_of(std::string("/\0", 2)) == std::string::npos &&
                        stated.name != "." && stated.name != "..",
                    "has a name that is not one of a file");
     stated.bytes = static_cast<std::uint64_t>(output.Integer("bytes", 1, INT64_MAX));
     stated.sha256 = output.Hash("sha256");
-    ReadPieces(manifest, stated);
+    ReadPieces(path, manifest, stated);
     for (char const* const list : {"gaps", "faults"}) {
         manifest.Require(manifest.Value(list).is_array(), std::string("has no right ") + list);
     }
@@ -226,7 +239,7 @@ StatedExport ReadManifest(std::string const& path) {
     if (!file || file.peek() == std::ifstream::traits_type::eof()) {
         throw Failure(EIO, "cannot read '" + path + "'");
     }
-    return Parse(file);
+    return Parse(path, file);
 }
 
 } // namespace workstation::evidence::exporting

@@ -17,8 +17,8 @@ struct StatedExport {
     std::vector<std::string> pieceHashes; // one for each piece
 };
 
-// Reads a manifest as docs/manifest.schema.json describes it. Throws Failure when the file cannot be
-// read, and (EINVAL) with the first thing that is not as described, or that contradicts itself.
+// Reads a manifest as docs/manifest.schema.json describes it. Throws Failure when the file cannot
+// be read, and (EINVAL) with the first thing that is not as described, or that contradicts itself.
 StatedExport ReadManifest(std::string const& path);
 
 } // namespace workstation::evidence::exporting

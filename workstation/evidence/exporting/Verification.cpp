@@ -176,7 +176,7 @@ void PrintText(Verification const& verification, StatedExport const& stated, std
         << (verification.mismatches.empty() ? "as exported" : "not as exported") << ", "
         << Plural(stated.pieces.size(), "piece")
         << (verification.isPoolCompared ? ", compared with the pool" : "") << ", "
-        << PluralOrNo(verification.mismatches.size(), "mismatch") << std::endl;
+        << PluralOrNo(verification.mismatches.size(), "difference") << std::endl;
 }
 
 void PrintJson(Verification const& verification, StatedExport const& stated, std::ostream& out) {

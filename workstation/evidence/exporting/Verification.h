@@ -27,8 +27,8 @@ struct Mismatch {
 };
 
 struct Verification {
-    std::string path;            // of the exported file
-    std::uint64_t bytes = 0;     // that it has
+    std::string path;        // of the exported file
+    std::uint64_t bytes = 0; // that it has
     bool isPoolCompared = false;
     std::vector<Mismatch> mismatches;
 };
@@ -36,8 +36,7 @@ struct Verification {
 // The exported file lies beside its manifest. `pool` may be null. `progress` is called with numbers
 // of bytes. Throws Failure when the file cannot be opened.
 Verification Verify(std::string const& manifestPath, StatedExport const& stated,
-                    PoolView const* pool,
-                    std::function<void(std::uint64_t bytes)> const& progress);
+                    PoolView const* pool, std::function<void(std::uint64_t bytes)> const& progress);
 
 // A line for each mismatch, and at the end one that says whether there is any.
 void PrintText(Verification const& verification, StatedExport const& stated, std::ostream& out);
