@@ -17,8 +17,7 @@ namespace {
 using ts::tsPacketSize;
 
 constexpr std::uint64_t furthest = 16U << 20U;
-constexpr std::uint64_t firstBlockSize = 256U << 10U;
-constexpr std::uint64_t largestBlockSize = 1U << 20U;
+constexpr std::uint64_t blockSize = 256U << 10U;
 
 // More than PacketResync looks ahead before it decides where a packet begins.
 constexpr std::uint64_t lookAheadSize = 32 * tsPacketSize;
@@ -73,7 +72,6 @@ private:
 };
 
 std::optional<ChainPlace> BackwardSearch::Run() {
-    std::uint64_t size = firstBlockSize;
     std::uint64_t looked = 0;
     while (!hasGap_ && looked < furthest) {
         if (end_.offset == 0) {
@@ -84,13 +82,12 @@ std::optional<ChainPlace> BackwardSearch::Run() {
             end_.offset = slots_.At(chain_[end_.link]).Length();
             continue;
         }
-        std::uint64_t const begin = end_.offset - std::min(size, end_.offset);
+        std::uint64_t const begin = end_.offset - std::min(blockSize, end_.offset);
         looked += end_.offset - begin;
         TakeBlock(begin);
         if (auto const start = Start()) {
             return start;
         }
-        size = std::min(2 * size, largestBlockSize);
     }
     return std::nullopt;
 }

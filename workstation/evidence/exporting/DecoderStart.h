@@ -22,11 +22,10 @@ struct ChainPlace {
 // chain: the tick itself where there is no such place within 16 MiB, or none after the last gap.
 //
 // A random access point is a packet with random_access_indicator on the PID of the first video
-// stream in the PMT, or of the first stream where there is no video. Reads backwards in growing
-// blocks, into slots before that of the tick where it has to.
+// stream in the PMT, or of the first stream where there is no video. Reads backwards block by
+// block, into slots before that of the tick where it has to.
 //
-// `chain` are the numbers of slots in the order of recording. Throws Failure (ESTALE) when one of
-// them was recorded over.
+// `chain` are the numbers of slots in the order of recording.
 ChainPlace FindDecoderStart(PoolSlots& slots, std::vector<int> const& chain, std::size_t link,
                             PlacedTick const& tick);
 
