@@ -65,8 +65,9 @@ public:
                       [this] { return service::subscribers::DescribeStorage(Storage()); }});
         service::requests::AddEventRequests(router_, {service_, session_.Pool(), store_});
         service::requests::AddSubscriptionRequests(
-            router_, {service_, subscribers_,
-                      [this](std::string const& name) { notifier_.NotifyNewSubscriber(name); }});
+            router_, {service_, subscribers_, [this](std::string const& name) {
+                          notifier_.NotifyNewSubscriber(name, {});
+                      }});
     }
     Service(Service const&) = delete;
     Service& operator=(Service const&) = delete;

@@ -47,9 +47,9 @@ bool RecordAfterTheFact(LinxIpc& ipc, long start, long stop, std::string& reid, 
 // Marks the tags of the event complete. True when the service confirmed it.
 bool SetTagsComplete(std::string reid, LinxIpc& ipc, int timeoutMs);
 
-// Splits the event into sub-events no larger than `splitSize`: below 1024 in GiB, from 1024 on in
-// KiB. Stores the size that the service uses in `splitSize`. True when the service accepted the
-// request.
+// Splits the event into sub-events no larger than `splitSize`, which counts GiB, or KiB when it is
+// a multiple of 1024: a caller with MiB passes 1024 times as many. Stores the size that the service
+// uses in `splitSize`. True when the service accepted the request.
 bool SplitEvent(LinxIpc& ipc, std::string& reid, unsigned int& splitSize);
 
 // Makes the service write a consistent copy of its event database to `path`; an existing file is

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "Version.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
 #include "support/Files.h"
@@ -40,6 +41,17 @@ protected:
         EXPECT_EQ(outcome.err, err);
     }
 
+    // A repair, after the line that shows where the table was saved.
+    void ExpectRepair(std::string const& out) const {
+        Outcome const outcome = D2b({"check", "--repair"});
+        std::string const saved =
+            "pool '" + root_.Pool() + "': header and table of files saved as '" + root_.Pool();
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_TRUE(outcome.out.starts_with(saved + ".table-")) << outcome.out;
+        EXPECT_EQ(outcome.out.substr(outcome.out.find('\n') + 1), out);
+        EXPECT_EQ(outcome.err, "");
+    }
+
     // Misuse: status 2, one line on standard error and nothing else.
     void ExpectMisuse(std::vector<std::string> const& arguments) const {
         Outcome const outcome = D2b(arguments);
@@ -72,8 +84,7 @@ TEST_F(CommandLineTest, PoolIsMadeFilledChangedAndChecked) {
     EXPECT_EQ(image->Get(2, pool::EntryWord::atomicReaders), 4U);
     EXPECT_EQ(image->SlotOffset(2), 8192U + 98566144U);
     Expect(1, "stream file 2: controller 9 without a live writer\n", "", {"check"});
-    Expect(0, "stream file 2: controller 9 without a live writer; reset\n", "",
-           {"check", "--repair"});
+    ExpectRepair("stream file 2: controller 9 without a live writer; reset\n");
     Expect(0, "", "", {"set", "2", "--db-match", "false"});
     EXPECT_EQ(image->Get(2, pool::EntryWord::dbMatch), 0U);
     Expect(0, "", "", {"create", "--ext4", "--files", "3", "--force"});
@@ -105,12 +116,35 @@ TEST_F(CommandLineTest, CheckThatLeavesAnythingIsStatus1) {
            "", {"check", "--repair"});
 }
 
+TEST_F(CommandLineTest, KilledProcessInTheTableIsNoDamage) {
+    root_.MakePool(1);
+    ChildProcess writer([](auto const& parent) {
+        StreamFileAccess().InitializeFileAccess(false, true);
+        StreamFileAccess const file(1, false, StreamMgrFileMgmnt::ControlStream3);
+        parent.Tell();
+        parent.Await();
+        return 0;
+    });
+    ASSERT_TRUE(writer.Await());
+    std::string const record =
+        "process table: process " + std::to_string(writer.Pid()) + " is gone";
+    std::string const controller = "stream file 1: controller 4 without a live writer";
+    std::string const cleared = "; the next process that uses the pool clears it\n";
+    std::string const sound = "pool '" + root_.Pool() + "': nothing is wrong\n";
+    writer.Kill();
+    Expect(0, controller + cleared + record + cleared + sound, "", {"check"});
+    Expect(0, controller + "; reset\n" + record + "; record cleared\n" + sound, "",
+           {"check", "--repair"});
+    Expect(0, sound, "", {"check"});
+}
+
 TEST_F(CommandLineTest, FailureIsOneLineAndStatus1) {
     std::string const missing =
         "d2b: pool '" + root_.Pool() + "': cannot open: No such file or directory\n";
     Expect(1, "", missing, {"set", "1", "--length", "0"});
     Expect(1, "", missing, {"load", "1", "/dev/../etc/passwd"});
-    Expect(1, missing.substr(5), "", {"check"});
+    Expect(1, "", missing, {"check"});
+    Expect(1, "", missing, {"check", "--repair"});
     Expect(0, "", "", {"create", "--files", "1"});
     Expect(1, "", "d2b: pool '" + root_.Pool() + "' exists already (--force replaces it)\n",
            {"create", "--files", "1"});
@@ -165,6 +199,10 @@ TEST_F(CommandLineTest, HelpIsStatus0) {
         EXPECT_NE(outcome.out.find("Usage: "), std::string::npos) << outcome.out;
         EXPECT_EQ(outcome.err, "");
     }
+}
+
+TEST_F(CommandLineTest, VersionIsStatus0) {
+    Expect(0, std::string("d2b ") + version + "\n", "", {"--version"});
 }
 
 } // namespace

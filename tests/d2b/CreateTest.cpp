@@ -9,6 +9,7 @@
 #include "pool/RootLock.h"
 #include "support/FailureOf.h"
 #include "support/Files.h"
+#include "support/SyncCalls.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {
@@ -53,6 +54,39 @@ TEST(Create, MakesTheRootWithItsParents) {
     EXPECT_EQ(status.st_mode & 07777U, 0700U);
     ASSERT_EQ(stat((deep + "/pool").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+// The image, then its name.
+TEST(Create, PoolIsDurable) {
+    TestRoot const root;
+    SyncCalls const calls;
+    EXPECT_EQ(Create({1, false, false}), "");
+    EXPECT_EQ(calls.Names(), (std::vector<std::string>{"fsync", "fsync"}));
+}
+
+// The names of three directories, the image, then its name.
+TEST(Create, NamesOfNewDirectoriesAreDurable) {
+    TestRoot const root;
+    setenv("STREAMMGR_ROOT", (root.Path() + "/a/b/c").c_str(), 1);
+    SyncCalls const calls;
+    EXPECT_EQ(Create({1, false, false}), "");
+    EXPECT_EQ(calls.Names(), std::vector<std::string>(3 + 2, "fsync"));
+}
+
+TEST(Create, DiskThatFailsLeavesNoPool) {
+    TestRoot const root;
+    SyncCalls const calls("fsync", EIO);
+    EXPECT_EQ(Create({1, false, false}),
+              "cannot write '" + root.Pool() + ".new': Input/output error");
+    EXPECT_TRUE(Contents(root.Path()).empty());
+}
+
+TEST(Create, WhatAnInterruptedCreateLeftIsReplaced) {
+    TestRoot const root;
+    std::ofstream(root.Pool() + ".new") << "half an image";
+    EXPECT_EQ(Create({2, false, false}), "");
+    EXPECT_EQ(FileCount(root), 2);
+    EXPECT_EQ(Contents(root.Path()), std::vector<std::string>{"pool"});
 }
 
 TEST(Create, DirectoryPoolIsForTheOwnerOnly) {

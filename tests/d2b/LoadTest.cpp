@@ -7,6 +7,7 @@
 #include "pool/StreamFile.h"
 #include "support/FailureOf.h"
 #include "support/Files.h"
+#include "support/SyncCalls.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {
@@ -64,6 +65,18 @@ TEST_F(LoadTest, FullSlotFitsAndOneByteMoreChangesNothing) {
     EXPECT_EQ(Load(1, source),
               "'" + source + "': 98566145 bytes do not fit into a slot of 98566144");
     EXPECT_EQ(Get(1, pool::EntryWord::length), 4711U);
+}
+
+TEST_F(LoadTest, LengthIsStatedAfterTheBytesAreDurable) {
+    std::string const source = MakeSource(1000);
+    {
+        SyncCalls const calls;
+        EXPECT_EQ(Load(1, source), "");
+        EXPECT_EQ(calls.Names(), (std::vector<std::string>{"fdatasync", "msync"}));
+    }
+    SyncCalls const calls("fdatasync", EIO);
+    EXPECT_EQ(Load(2, source), "stream file 2: cannot make its bytes durable: Input/output error");
+    EXPECT_EQ(Get(2, pool::EntryWord::length), 0U);
 }
 
 TEST_F(LoadTest, OnlyTheLengthOfTheEntryChanges) {

@@ -7,6 +7,7 @@
 
 #include "StreamFileAccess.h"
 #include "support/FailureOf.h"
+#include "support/SyncCalls.h"
 #include "support/TestRoot.h"
 
 namespace workstation::d2b {
@@ -47,6 +48,17 @@ TEST_F(SetTest, EachValueIsSetAloneAndAllTogether) {
     EXPECT_EQ(Set(2, {1, 2, false, 3}), "");
     EXPECT_EQ(Entry(2), (EntryWords{2, 0, 3, 1}));
     EXPECT_EQ(Entry(1), (EntryWords{0, 0, 0, 0}));
+}
+
+TEST_F(SetTest, EntryIsDurable) {
+    {
+        SyncCalls const calls;
+        EXPECT_EQ(Set(1, {5, {}, {}, {}}), "");
+        EXPECT_EQ(calls.Names(), std::vector<std::string>{"msync"});
+    }
+    SyncCalls const calls("msync", EIO);
+    EXPECT_EQ(Set(1, {5, {}, {}, {}}),
+              "pool '" + root_.Pool() + "': cannot make the table durable: Input/output error");
 }
 
 TEST_F(SetTest, FileBeingWrittenIsBusy) {

@@ -293,8 +293,10 @@ bool Child::HasEnded(Deadline deadline) const {
 void Child::Reap() {
     kill(-pid_, SIGKILL);
     int status = 0;
-    waitpid(pid_, &status, 0);
+    rusage usage{};
+    wait4(pid_, &status, 0, &usage);
     ended_ = true;
+    peakMemoryKiB_ = usage.ru_maxrss;
     outcome_.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 

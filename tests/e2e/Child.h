@@ -64,6 +64,10 @@ public:
     // does not end within the patience is killed, and the test fails.
     Outcome Finish();
 
+    // The largest resident memory that the program had, or the test when it started it. After the
+    // end only.
+    long PeakMemoryKiB() const { return peakMemoryKiB_; }
+
 private:
     using Deadline = std::chrono::steady_clock::time_point;
 
@@ -82,6 +86,7 @@ private:
     std::string unfed_; // of the input
     bool inputEnds_ = false;
     Outcome outcome_{};
+    long peakMemoryKiB_ = 0;
 };
 
 // Starts a program and waits for its end.

@@ -228,11 +228,15 @@ TEST_F(Split, PutsFilesTogetherThatAreSmallEnough) {
 }
 
 TEST_F(Split, LeavesAnEventThatIsSmallEnough) {
-    EXPECT_EQ(recorder.Tool({"--split", reid + ",1"}),
-              (Outcome{0, "Split request submitted for REID: '" + reid + "', split size = 1\n",
-                       Banner(reid, "1 GiB")}));
-    EXPECT_EQ(Events(), reid + "|1|\n");
-    EXPECT_EQ(FilesOf(reid), files);
+    for (std::string const size : {"1", "1023", "1500", "5000", "96255"}) {
+        EXPECT_EQ(
+            recorder.Tool({"--split", reid + "," + size}),
+            (Outcome{
+                0, "Split request submitted for REID: '" + reid + "', split size = " + size + "\n",
+                Banner(reid, size + " GiB")}));
+        EXPECT_EQ(Events(), reid + "|1|\n");
+        EXPECT_EQ(FilesOf(reid), files);
+    }
 }
 
 TEST_F(Split, OfAnUnknownEventFails) {

@@ -138,6 +138,22 @@ TEST_F(Insert, WithoutASourceIsRefused) {
               (Outcome{99, notRunning, "File number is invalid: 0\n" + Result(0, 0)}));
 }
 
+// The source is missing, whether or not this machine has that mount.
+TEST_F(Insert, TakesItsSourceFromTheUsualMountWhenNoOtherIsGiven) {
+    std::string const name = "no-clip-" + std::to_string(getpid());
+    Outcome const expected{99, notRunning + EchoOfNumberAndName("1", name),
+                           "Could not open outfile '/mnt/hd/" + name +
+                               ".ts': 2No such file or directory\n" + Result(0, 0)};
+    Command withEmptyVariable = recorder.ToolCommand({"-y", "1," + name});
+    withEmptyVariable.environment["STREAMMGR_HD"] = "";
+    EXPECT_EQ(RunToEnd(withEmptyVariable), expected);
+
+    Command withoutVariable = recorder.ToolCommand({"-y", "1," + name});
+    Words const unset{"env", "-u", "STREAMMGR_HD"};
+    withoutVariable.words.insert(withoutVariable.words.begin(), unset.begin(), unset.end());
+    EXPECT_EQ(RunToEnd(withoutVariable), expected);
+}
+
 TEST_F(Insert, IntoAFileThatThePoolDoesNotHaveIsRefused) {
     WriteSource("4", "x");
     EXPECT_EQ(recorder.Tool({"-Y", "4"}),

@@ -1,11 +1,16 @@
-// The tool where memory runs out.
+// The tool where memory runs out, and how much it takes.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "Recorder.h"
+#include "TransportStream.h"
 #include "support/Sanitizers.h"
 
 namespace e2e {
 namespace {
+
+namespace fs = std::filesystem;
 
 // Too little for the buffer that holds a slot, enough for everything else.
 constexpr rlim_t memory = 0x4000000;
@@ -42,6 +47,40 @@ TEST_F(TickBuffer, ThatCannotBeObtainedIsReportedAndThePingIsSent) {
 
 TEST_F(TickBuffer, ThatCannotBeObtainedIsReportedWithoutAService) {
     ExpectFailure({99, notRunning, "std::bad_alloc\nError sending request ping\n"});
+}
+
+// One buffer for all files, of the size of a slot: a second one would be seen. 16 MiB are more than
+// enough for all the rest, which needs 3 to 4.
+TEST(TickStatistics, OfAFullPoolNeedTheMemoryOfOneSlot) {
+    if (hasAddressSanitizer || hasThreadSanitizer) {
+        GTEST_SKIP() << "the sanitizers keep memory that was given back";
+    }
+    if (ToolIsEmulated()) {
+        GTEST_SKIP() << "the memory would be the emulator's";
+    }
+    constexpr int files = 4;
+    constexpr long slotKiB = slotSize / 1024;
+    constexpr long restKiB = 16 * 1024;
+    Recorder recorder;
+    recorder.CreatePool(files);
+    fs::path const source = recorder.Directory() / "slot";
+    {
+        std::string const clip = TickedClip(recorder, {"--first", "1", "--time", "0"});
+        std::ofstream slot(source, std::ios::binary);
+        while (slot.tellp() < static_cast<std::streamoff>(slotSize)) {
+            slot << clip;
+        }
+    }
+    fs::resize_file(source, slotSize);
+    for (int number = 1; number <= files; ++number) {
+        ASSERT_EQ(recorder.PoolTool({"load", std::to_string(number), source}).status, 0);
+    }
+    Child tool(recorder.ToolCommand({"--stats", "0"}));
+    Outcome const outcome = tool.Finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_GT(tool.PeakMemoryKiB(), slotKiB);
+    EXPECT_LT(tool.PeakMemoryKiB(), slotKiB + restKiB);
 }
 
 } // namespace

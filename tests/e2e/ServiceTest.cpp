@@ -61,6 +61,26 @@ TEST(Service, RefusesToStartWithoutARoot) {
                            "': No such file or directory\n"}));
 }
 
+// The files of such a pool are not the service's, but requests can be made.
+TEST(Service, ServesADirectoryAndRecordsNothing) {
+    Recorder recorder;
+    ASSERT_EQ(recorder.PoolTool({"create", "--files", "2", "--ext4"}).status, 0);
+    recorder.StartService({"--record", "1=" CLIP_PATH, "--record", "2=" CLIP_PATH, "--fast"});
+    EXPECT_EQ(recorder.Tool({"-p", "-i", "-r", "-S"}).status, 0);
+    EXPECT_EQ(recorder.Tool({"--bkupdb", recorder.HardDisk() / "copy"}),
+              (Outcome{0, "backup successful\n", ""}));
+    std::string const nothing =
+        "the pool '" + recorder.Pool().string() + "' is a directory: nothing is recorded\n";
+    std::string const log = recorder.Log();
+    EXPECT_NE(log.find(nothing), std::string::npos) << log;
+    EXPECT_EQ(log.find(nothing), log.rfind(nothing)) << log;
+    EXPECT_EQ(log.find(" started"), std::string::npos) << log;
+    EXPECT_NE(log.find("storage: total 0 KiB"), std::string::npos) << log;
+    EXPECT_NE(log.find("reaped 0 dead processes, wiped 0 files\n"), std::string::npos) << log;
+    EXPECT_EQ(recorder.StopService(SIGTERM), quietEnd);
+    EXPECT_TRUE(fs::is_empty(recorder.Pool()));
+}
+
 TEST(Service, RefusesToStartWithoutAPool) {
     Recorder const recorder;
     EXPECT_EQ(RunToEnd(recorder.ServiceCommand()),

@@ -72,8 +72,8 @@ TEST_F(CatalogueTest, RecordingsOfVersionTwoAreReadAlsoWhileTheyLast) {
         "NULL)");
     Catalogue const catalogue(Path());
     EXPECT_THAT(catalogue.Recordings(),
-                ElementsAre(RecordingRow{"19700101-000140:00000001", 1, 100, 200},
-                            RecordingRow{"19700101-000320:00000002", 2, 200, std::nullopt}));
+                ElementsAre(store::RecordingRow{"19700101-000140:00000001", 1, 100, 200},
+                            store::RecordingRow{"19700101-000320:00000002", 2, 200, std::nullopt}));
     EXPECT_EQ(catalogue.FindRecording("19700101-000320:00000002"), &catalogue.Recordings()[1]);
     EXPECT_EQ(catalogue.FindRecording("no recording"), nullptr);
 }
@@ -96,9 +96,9 @@ TEST_F(CatalogueTest, OtherVersionsAndOtherProgramsAreRefused) {
     auto const refusal = [&] { return FailureOf([&] { Catalogue const catalogue(Path()); }); };
     std::string const name = "database '" + Path() + "': ";
     Run("PRAGMA user_version = 3");
-    EXPECT_EQ(refusal(), name + "version 3, this program reads versions 1 to 2");
+    EXPECT_EQ(refusal(), name + "version 3, this program knows versions 1 to 2");
     Run("PRAGMA user_version = 0");
-    EXPECT_EQ(refusal(), name + "version 0, this program reads versions 1 to 2");
+    EXPECT_EQ(refusal(), name + "version 0, this program knows versions 1 to 2");
     Run("PRAGMA application_id = 1");
     EXPECT_EQ(refusal(), name + "made by another program, not an event database");
 }

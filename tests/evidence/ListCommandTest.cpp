@@ -226,7 +226,7 @@ TEST_F(ListCommandTest, EventsAreWhatSqlSays) {
             'bytes', (SELECT sum(size) FROM file JOIN event_file ON file.id = file
                       WHERE event = e.id),
             'tags_complete', json(iif(tags_complete, 'true', 'false')),
-            'parent', nullif(parent, ''))))
+            'parent', parent)))
         FROM (SELECT * FROM event ORDER BY id) AS e)"));
 }
 

@@ -23,6 +23,8 @@
 #include "ipc/MessageHeader.h"
 #include "ipc/RawSocket.h"
 #include "support/ChildProcess.h"
+#include "support/FailureOf.h"
+#include "support/OtherUser.h"
 #include "support/Stopwatch.h"
 #include "support/TemporaryRoot.h"
 
@@ -255,6 +257,59 @@ TEST_F(EndpointTest, MessagesOfAForeignUserAreDropped) {
     ASSERT_TRUE(receiver.Wait(0)) << "the datagram did not even arrive";
     auto const letter = receiver.Receive();
     EXPECT_EQ(letter.has_value(), geteuid() != 0);
+}
+
+// A process of another user that holds the name "Foreigner".
+class Foreigner : public ChildProcess {
+public:
+    Foreigner(std::filesystem::path const& ipc, uid_t user)
+        : ChildProcess([&](Parent const& parent) {
+            if (!BecomeUser(user)) {
+                return 1;
+            }
+            RawSocket const socket(ipc / "Foreigner");
+            parent.Tell();
+            parent.Await();
+            return socket.Receive().empty() ? 0 : 2;
+        }) {
+        EXPECT_TRUE(Await());
+    }
+};
+
+// That user's receiver would drop the message, so sending it would only seem to succeed.
+TEST_F(EndpointTest, NothingIsSentToAForeignUser) {
+    SKIP_UNLESS_ROOT();
+    Endpoint const sender = Endpoint::Open("Sender");
+    ASSERT_EQ(chmod(root_.Path().c_str(), 0777), 0);
+    ASSERT_EQ(chmod(root_.Ipc().c_str(), 0777), 0);
+    struct {
+        uid_t user;
+        char const* name;
+    } const cases[] = {{otherUser, "user 'nobody' (uid 65534)"}, {userWithoutName, "uid 59998"}};
+    for (auto const& foreign : cases) {
+        Foreigner process(root_.Ipc(), foreign.user);
+        EXPECT_EQ(SendError(sender, "Foreigner"), EACCES);
+        EXPECT_EQ(FailureOf([&] { sender.Send("Foreigner", 1, {}, 0, 0); }),
+                  std::string("Foreigner is served by ") + foreign.name +
+                      ", not by user 'root' (uid 0): not used");
+        process.Tell();
+        EXPECT_EQ(process.Wait(), 0) << "it received something";
+        EXPECT_EQ(SendError(sender, "Foreigner"), ECONNREFUSED) << "it has ended";
+        std::filesystem::remove(root_.Ipc() / "Foreigner");
+    }
+}
+
+TEST_F(EndpointTest, NothingIsSentToRootByAnotherUser) {
+    SKIP_UNLESS_ROOT();
+    Endpoint receiver = Endpoint::Open("Receiver");
+    ASSERT_EQ(chmod(root_.Path().c_str(), 0777), 0);
+    ASSERT_EQ(chmod(root_.Ipc().c_str(), 0777), 0);
+    ASSERT_EQ(chmod((root_.Ipc() / "Receiver").c_str(), 0777), 0);
+    ChildProcess user([&] {
+        return BecomeUser(otherUser) ? SendError(Endpoint::Open("Sender"), "Receiver") : -1;
+    });
+    EXPECT_EQ(user.Wait(), EACCES);
+    EXPECT_FALSE(receiver.Wait(0));
 }
 
 TEST_F(EndpointTest, NameThatNoProcessServesIsAnErrorAtOnce) {

@@ -2,6 +2,7 @@
 #include "LinxIpc.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <cerrno>
@@ -21,6 +22,7 @@
 #include "ipc/ServerThread.h"
 #include "support/ChildProcess.h"
 #include "support/LogFile.h"
+#include "support/OtherUser.h"
 #include "support/Stopwatch.h"
 #include "support/TemporaryRoot.h"
 
@@ -202,6 +204,31 @@ TEST_F(LinxIpcTest, NameThatNoProcessServesFailsAtOnce) {
         EXPECT_EQ(client_.Request(server, question_, 0, -1, nullptr), error) << server;
         EXPECT_EQ(client_.Request(server, question_, 0, -1, &reply_), ECONNREFUSED) << server;
     }
+}
+
+TEST_F(LinxIpcTest, ServerOfAnotherUserFailsAtOnceWithItsOwnerInTheLog) {
+    SKIP_UNLESS_ROOT();
+    LogFile const log(root_.Path() / "log");
+    ASSERT_EQ(chmod(root_.Path().c_str(), 0777), 0);
+    ASSERT_EQ(chmod(root_.Ipc().c_str(), 0777), 0);
+    ChildProcess server([](auto const& parent) {
+        if (!BecomeUser(otherUser)) {
+            return 1;
+        }
+        Endpoint endpoint = Endpoint::Open("Server");
+        parent.Tell();
+        parent.Await();
+        return endpoint.Receive() ? 2 : 0;
+    });
+    ASSERT_TRUE(server.Await());
+    std::string const owner =
+        "Server is served by user 'nobody' (uid 65534), not by user 'root' (uid 0): not used";
+    EXPECT_EQ(client_.Request("Server", question_, 0, -1, nullptr), EACCES);
+    EXPECT_THAT(log.Entries(), ElementsAre(owner));
+    EXPECT_EQ(client_.Request("Server", question_, answerId, -1, &reply_), EACCES);
+    EXPECT_THAT(log.Entries(), ElementsAre(owner, owner));
+    server.Tell();
+    EXPECT_EQ(server.Wait(), 0);
 }
 
 TEST_F(LinxIpcTest, ServerThatNeverReadsEndsTheRequestInBoundedTime) {

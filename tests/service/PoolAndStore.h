@@ -12,7 +12,7 @@
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 #include "pool/StreamFile.h"
-#include "service/ring/SlotCutter.h"
+#include "service/ring/SlotContents.h"
 #include "store/EventStore.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
@@ -78,11 +78,10 @@ private:
     store::EventStore store_{DatabasePath()};
 };
 
-// The contents of a file with this size and these ticks, one tick a second.
-inline service::ring::SlotContents ContentsOf(std::size_t size, std::uint32_t firstTick,
-                                              std::uint32_t lastTick) {
-    return {size, service::ring::TickRange{{firstTick, static_cast<int>(1000 + firstTick)},
-                                           {lastTick, static_cast<int>(1000 + lastTick)}}};
+// These ticks, one a second.
+inline service::ring::TickRange RangeOf(std::uint32_t firstTick, std::uint32_t lastTick) {
+    return {{firstTick, static_cast<int>(1000 + firstTick)},
+            {lastTick, static_cast<int>(1000 + lastTick)}};
 }
 
 } // namespace workstation

@@ -1,9 +1,9 @@
 // Databases that are only looked at.
 #include "store/DatabaseCopy.h"
 
-#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <stop_token>
 #include <thread>
 
 #include "StoreInvariants.h"
@@ -119,10 +119,9 @@ TEST_F(DatabaseCopyTest, CopyBesideAWriterIsConsistent) {
     }
     Database database(Path(), Database::Mode::existing);
     Execute(database, "UPDATE file SET start_time = 100, stop_time = 100");
-    std::atomic<bool> stop = false;
-    std::thread writer([&] {
-        database.Execute("PRAGMA wal_autocheckpoint = 5");
-        for (std::int64_t time = 1000; !stop; ++time) {
+    std::jthread const writer([&](std::stop_token const& stop) {
+        database.Execute("PRAGMA wal_autocheckpoint = 50");
+        for (std::int64_t time = 1000; !stop.stop_requested(); ++time) {
             Execute(database, "UPDATE file SET start_time = ?1, stop_time = ?1", time);
         }
     });
@@ -133,8 +132,6 @@ TEST_F(DatabaseCopyTest, CopyBesideAWriterIsConsistent) {
             QueryFirst(copy, ReadFirstNumber, "SELECT count(DISTINCT start_time) FROM file");
         EXPECT_EQ(times, 1);
     }
-    stop = true;
-    writer.join();
 }
 
 TEST_F(DatabaseCopyTest, WhatIsNoDatabaseIsRefused) {

@@ -70,7 +70,7 @@ protected:
 TEST_F(EventSchemaTest, MissingFileBecomesAnEventDatabase) {
     EventStore const store(Path());
     EXPECT_EQ(Number("PRAGMA application_id"), 0x534D4752);
-    EXPECT_EQ(Number("PRAGMA user_version"), 1);
+    EXPECT_EQ(Number("PRAGMA user_version"), 2);
 }
 
 TEST_F(EventSchemaTest, ConnectionIsSetUpForDurableWriting) {
@@ -78,7 +78,7 @@ TEST_F(EventSchemaTest, ConnectionIsSetUpForDurableWriting) {
     PrepareEventDatabase(database);
     auto const text = [](Statement const& row) { return row.Text(0); };
     EXPECT_EQ(QueryFirst(database, text, "PRAGMA journal_mode"), "wal");
-    EXPECT_EQ(QueryFirst(database, text, "PRAGMA synchronous"), "1");
+    EXPECT_EQ(QueryFirst(database, text, "PRAGMA synchronous"), "2");
     EXPECT_EQ(QueryFirst(database, text, "PRAGMA foreign_keys"), "1");
 }
 
@@ -116,8 +116,9 @@ TEST_F(EventSchemaTest, EmptyDatabaseOfAnotherProgramIsRefused) {
 
 TEST_F(EventSchemaTest, OtherVersionIsRefused) {
     Fill();
-    Database(Path(), Database::Mode::existing).Execute("PRAGMA user_version = 2");
-    EXPECT_EQ(Refusal(), "database '" + Path() + "': version 2, this program knows version 1 only");
+    Database(Path(), Database::Mode::existing).Execute("PRAGMA user_version = 3");
+    EXPECT_EQ(Refusal(),
+              "database '" + Path() + "': version 3, this program knows versions 1 to 2");
 }
 
 TEST_F(EventSchemaTest, TextFileIsRefused) {

@@ -144,9 +144,9 @@ TEST_F(EventsTest, HeldFileIsNeitherWipedNorOffered) {
     RecordedFile const next = Record(1, 2, 300, 400);
     MakeEvent(100, 200);
     EXPECT_FALSE(store_.Wipe(held.id));
-    EXPECT_EQ(store_.OldestUnprotected(), next);
+    EXPECT_THAT(store_.UnprotectedFiles(), ElementsAre(next));
     EXPECT_TRUE(store_.Wipe(next.id));
-    EXPECT_EQ(store_.OldestUnprotected(), std::nullopt);
+    EXPECT_THAT(store_.UnprotectedFiles(), IsEmpty());
     EXPECT_THAT(store_.FilesInUse(), ElementsAre(held));
 }
 
@@ -166,7 +166,7 @@ TEST_F(EventsTest, DeletedEventFreesWhatNoOtherHolds) {
     EXPECT_EQ(store_.FindEvent(one.reid), std::nullopt);
     EXPECT_THAT(store_.FilesOf(one.reid), IsEmpty());
     EXPECT_THAT(store_.Events(), ElementsAre(other));
-    EXPECT_EQ(store_.OldestUnprotected(), first);
+    EXPECT_THAT(store_.UnprotectedFiles(), ElementsAre(first));
     EXPECT_TRUE(store_.Wipe(first.id));
     EXPECT_FALSE(store_.Wipe(shared.id));
     EXPECT_TRUE(store_.DeleteEvent(other.reid));

@@ -130,8 +130,9 @@ private:
     }
 
     void WipeFile() {
-        if (auto const file = store_.OldestUnprotected()) {
-            store_.Wipe(file->id);
+        auto const files = store_.UnprotectedFiles();
+        if (!files.empty()) {
+            store_.Wipe(files[0].id);
         }
     }
 

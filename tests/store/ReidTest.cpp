@@ -44,25 +44,25 @@ bool IsWellFormed(std::string const& reid) {
            reid.find_first_not_of("0123456789abcdefABCDEF:-") == std::string::npos;
 }
 
-using NewReidTest = StoreTest;
+using StoredReidTest = StoreTest;
 
-TEST_F(NewReidTest, IsWellFormedAndHasTheTime) {
+TEST_F(StoredReidTest, IsWellFormedAndHasTheTime) {
     for (int i = 0; i < 100; ++i) {
-        std::string const reid = store_.NewReid(1795228565);
+        std::string const reid = store_.BeginRecording(1, 1795228565);
         EXPECT_TRUE(IsWellFormed(reid)) << reid;
         EXPECT_EQ(reid.substr(0, 16), "20261121-023605:");
     }
 }
 
-TEST_F(NewReidTest, TwoOfOneSecondDiffer) {
+TEST_F(StoredReidTest, TwoOfOneSecondDiffer) {
     std::set<std::string> reids;
     for (int i = 0; i < 100; ++i) {
-        reids.insert(store_.NewReid(1795228565));
+        reids.insert(store_.BeginRecording(1, 1795228565));
     }
     EXPECT_EQ(reids.size(), 100U);
 }
 
-TEST_F(NewReidTest, EventsBearTheTimeTheyBeginAt) {
+TEST_F(StoredReidTest, EventsBearTheTimeTheyBeginAt) {
     Record(1, 1, 1795228565, 1795228600);
     auto const event = store_.RecordAfterTheFact(0, 1795228700, allStreams, 0);
     ASSERT_TRUE(event);

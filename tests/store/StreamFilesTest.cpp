@@ -16,7 +16,7 @@ TEST_F(StreamFilesTest, NewStoreIsEmpty) {
     EXPECT_THAT(store_.FilesInUse(), IsEmpty());
     EXPECT_THAT(store_.UnfinishedFiles(), IsEmpty());
     EXPECT_THAT(store_.Chain(1, true), IsEmpty());
-    EXPECT_EQ(store_.OldestUnprotected(), std::nullopt);
+    EXPECT_THAT(store_.UnprotectedFiles(), IsEmpty());
 }
 
 TEST_F(StreamFilesTest, BegunFileIsUnfinished) {
@@ -25,7 +25,7 @@ TEST_F(StreamFilesTest, BegunFileIsUnfinished) {
     RecordedFile const expected{*id, 12, 3, 100, 100, 2000, 2000, 0, false, false};
     EXPECT_THAT(store_.UnfinishedFiles(), ElementsAre(expected));
     EXPECT_THAT(store_.FilesInUse(), ElementsAre(expected));
-    EXPECT_EQ(store_.OldestUnprotected(), std::nullopt);
+    EXPECT_THAT(store_.UnprotectedFiles(), IsEmpty());
 }
 
 TEST_F(StreamFilesTest, FinishedFileHasWhatItWasFinishedWith) {
@@ -34,7 +34,7 @@ TEST_F(StreamFilesTest, FinishedFileHasWhatItWasFinishedWith) {
     RecordedFile const expected{*id, 12, 3, 100, 200, 2000, 4000, 98566144, true, false};
     EXPECT_THAT(store_.UnfinishedFiles(), IsEmpty());
     EXPECT_THAT(store_.FilesInUse(), ElementsAre(expected));
-    EXPECT_EQ(store_.OldestUnprotected(), expected);
+    EXPECT_THAT(store_.UnprotectedFiles(), ElementsAre(expected));
 }
 
 TEST_F(StreamFilesTest, LargestValuesComeBack) {
@@ -103,14 +103,21 @@ TEST_F(StreamFilesTest, ChainIsOfOneStreamWithOrWithoutWipedFiles) {
     EXPECT_THAT(store_.Chain(std::numeric_limits<unsigned int>::max(), true), IsEmpty());
 }
 
-TEST_F(StreamFilesTest, OldestUnprotectedIsTheFirstRecordedThatIsNotWiped) {
+TEST_F(StreamFilesTest, FirstTickIsCorrected) {
+    RecordedFile file = Begin(1, 1, 100);
+    store_.SetFirstTick(file.id, 130);
+    file.firstTick = 130;
+    EXPECT_THAT(store_.FilesInUse(), ElementsAre(file));
+}
+
+TEST_F(StreamFilesTest, UnprotectedFilesAreInTheOrderOfRecording) {
     RecordedFile const first = Record(2, 9, 500, 600); // the clock was set back after it
     RecordedFile const second = Record(1, 1, 100, 200);
-    EXPECT_EQ(store_.OldestUnprotected(), first);
+    EXPECT_THAT(store_.UnprotectedFiles(), ElementsAre(first, second));
     EXPECT_TRUE(store_.Wipe(first.id));
-    EXPECT_EQ(store_.OldestUnprotected(), second);
+    EXPECT_THAT(store_.UnprotectedFiles(), ElementsAre(second));
     EXPECT_TRUE(store_.Wipe(second.id));
-    EXPECT_EQ(store_.OldestUnprotected(), std::nullopt);
+    EXPECT_THAT(store_.UnprotectedFiles(), IsEmpty());
 }
 
 TEST_F(StreamFilesTest, FileIsWipedOnce) {

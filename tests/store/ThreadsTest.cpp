@@ -48,8 +48,8 @@ protected:
 
     void WipeFiles() {
         while (!isDone_) {
-            if (auto const file = store_.OldestUnprotected()) {
-                store_.Wipe(file->id);
+            for (RecordedFile const& file : store_.UnprotectedFiles()) {
+                store_.Wipe(file.id);
             }
         }
     }

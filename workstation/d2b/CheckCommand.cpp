@@ -1,5 +1,6 @@
 // d2b check: says what is damaged in the pool, and repairs it.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -10,18 +11,22 @@
 namespace workstation::d2b {
 namespace {
 
-// Returns whether anything remains.
+bool Has(std::vector<Finding> const& findings, FindingKind kind) {
+    return std::ranges::any_of(findings,
+                               [&](Finding const& finding) { return finding.kind == kind; });
+}
+
+// Returns whether any damage remains.
 bool PrintFindings(std::vector<Finding> const& findings) {
-    bool anythingRemains = false;
-    for (auto const& finding : findings) {
+    for (Finding const& finding : findings) {
         std::cout << finding.text << "\n";
-        anythingRemains = anythingRemains || finding.remains;
     }
-    if (findings.empty()) {
+    bool const damageRemains = Has(findings, FindingKind::remains);
+    if (!damageRemains && !Has(findings, FindingKind::repaired)) {
         std::cout << "pool '" << PoolPath() << "': nothing is wrong\n";
     }
     std::cout << std::flush;
-    return anythingRemains;
+    return damageRemains;
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Failure.h"
 #include "NewFile.h"
@@ -19,6 +20,8 @@
 namespace workstation::d2b {
 namespace {
 
+namespace fs = std::filesystem;
+
 enum class Existing { nothing, directory, file };
 
 Existing WhatLiesAt(std::string const& path) {
@@ -29,12 +32,26 @@ Existing WhatLiesAt(std::string const& path) {
     return S_ISDIR(status.st_mode) ? Existing::directory : Existing::file;
 }
 
+// The directories that a path leads through and that do not exist, itself included.
+std::vector<fs::path> MissingDirectories(fs::path const& path) {
+    std::vector<fs::path> missing;
+    for (fs::path directory = fs::absolute(path); access(directory.c_str(), F_OK) != 0;
+         directory = directory.parent_path()) {
+        missing.push_back(directory);
+    }
+    return missing;
+}
+
 void MakeRoot() {
-    std::filesystem::path const root = RootDirectory();
+    fs::path const root = RootDirectory();
+    auto const made = MissingDirectories(root);
     std::error_code ignored; // a failure shows in mkdir
-    std::filesystem::create_directories(root.parent_path(), ignored);
+    fs::create_directories(root.parent_path(), ignored);
     if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) {
         throw SystemFailure("cannot create '" + root.string() + "'");
+    }
+    for (fs::path const& directory : made) {
+        SyncDirectory(directory.parent_path());
     }
 }
 
@@ -74,6 +91,7 @@ void CreatePool(CreateOptions const& options) {
     } else {
         MakeImagePool(path, existing, options.fileCount);
     }
+    SyncDirectory(RootDirectory());
 }
 
 void AddCreateCommand(CLI::App& tool) {

@@ -11,7 +11,8 @@ struct CreateOptions {
     bool replace = false; // an existing pool
 };
 
-// Makes the pool of the recorder, and the recorder's directory when it is missing. Processes that
+// Makes the pool of the recorder, and the recorder's directory when it is missing; both are durable
+// when it returns. A pool image has its name only when it is complete and durable. Processes that
 // have a replaced image open keep it as it is. Throws Failure, also while a stream manager owns the
 // directory, and instead of replacing a directory that is not empty.
 void CreatePool(CreateOptions const& options);

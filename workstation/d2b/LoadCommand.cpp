@@ -71,7 +71,7 @@ void LoadIntoPool(int fileNumber, std::string const& source) {
     auto const target = pool::StreamFile::OpenForWriting(session, fileNumber,
                                                          StreamMgrFileMgmnt::ControlExternalProc);
     Copy(file.Get(), source, size, *target);
-    target->SetLength(size);
+    target->SetLengthDurably(size);
 }
 
 void AddLoadCommand(CLI::App& tool) {

@@ -38,6 +38,7 @@ void SetStreamFile(int fileNumber, SetOptions const& options) {
     SetIfGiven(*pool, fileNumber, pool::EntryWord::controller, options.controller);
     SetIfGiven(*pool, fileNumber, pool::EntryWord::dbMatch, options.dbMatch);
     SetIfGiven(*pool, fileNumber, pool::EntryWord::atomicReaders, options.atomicReaders);
+    pool->SyncTable();
 }
 
 void AddSetCommand(CLI::App& tool) {

@@ -14,7 +14,8 @@ struct SetOptions {
     std::optional<std::uint32_t> atomicReaders;
 };
 
-// Throws Failure, also (EBUSY) while the stream file is being written.
+// What was set is durable when it returns. Throws Failure, also (EBUSY) while the stream file is
+// being written.
 void SetStreamFile(int fileNumber, SetOptions const& options);
 
 } // namespace workstation::d2b

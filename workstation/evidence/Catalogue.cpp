@@ -12,17 +12,6 @@ namespace {
 
 constexpr std::int64_t firstVersionWithRecordings = 2;
 
-RecordingRow ReadRecording(store::Statement const& row) {
-    RecordingRow recording{.reid = row.Text(0),
-                           .stream = row.Number<unsigned int>(1),
-                           .from = row.Number(2),
-                           .to = {}};
-    if (row.Number(3) != 0) {
-        recording.to = row.Number(4);
-    }
-    return recording;
-}
-
 template <typename Row>
 Row const* Find(std::vector<Row> const& rows, auto const& hasReid) {
     auto const found = std::ranges::find_if(rows, hasReid);
@@ -40,10 +29,7 @@ Catalogue::Catalogue(std::string const& path) {
     ReadFiles(database);
     ReadEvents(database);
     if (*version >= firstVersionWithRecordings) {
-        recordings_ = store::QueryAll(
-            database, ReadRecording,
-            "SELECT reid, stream, start_time, stop_time IS NOT NULL, stop_time FROM recording "
-            "ORDER BY id");
+        recordings_ = store::SelectRecordings(database);
     }
 }
 
@@ -87,8 +73,8 @@ HeldEvent const* Catalogue::FindEvent(std::string const& reid) const {
     return Find(events_, [&](HeldEvent const& held) { return held.event.reid == reid; });
 }
 
-RecordingRow const* Catalogue::FindRecording(std::string const& reid) const {
-    return Find(recordings_, [&](RecordingRow const& row) { return row.reid == reid; });
+store::RecordingRow const* Catalogue::FindRecording(std::string const& reid) const {
+    return Find(recordings_, [&](store::RecordingRow const& row) { return row.reid == reid; });
 }
 
 std::vector<std::string> Catalogue::EventsOf(int slot) const {

@@ -2,12 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "store/Event.h"
 #include "store/RecordedFile.h"
+#include "store/RecordingRow.h"
 
 namespace workstation::evidence {
 
@@ -16,16 +16,6 @@ struct HeldEvent {
     store::Event event;
     std::vector<int> slots;  // in the order of recording
     std::uint64_t bytes = 0; // of the slots as the database states them: 0 for one being recorded
-};
-
-// A recording. Its packets are those of its stream whose ticks lie in the interval.
-struct RecordingRow {
-    std::string reid;
-    unsigned int stream = 0;        // 1 to 4
-    std::int64_t from = 0;          // seconds since the epoch, both ends included
-    std::optional<std::int64_t> to; // null while it is being recorded
-
-    bool operator==(RecordingRow const&) const = default;
 };
 
 // The state of a database at one moment, in memory: about 60 bytes for a slot.
@@ -46,11 +36,11 @@ public:
 
     // Both in the order in which they were made.
     std::vector<HeldEvent> const& Events() const { return events_; }
-    std::vector<RecordingRow> const& Recordings() const { return recordings_; }
+    std::vector<store::RecordingRow> const& Recordings() const { return recordings_; }
 
     // Null when there is no such event or recording.
     HeldEvent const* FindEvent(std::string const& reid) const;
-    RecordingRow const* FindRecording(std::string const& reid) const;
+    store::RecordingRow const* FindRecording(std::string const& reid) const;
 
     // The identifiers of the events that hold a slot, in the order in which they were made.
     std::vector<std::string> EventsOf(int slot) const;
@@ -70,7 +60,7 @@ private:
     std::vector<std::uint32_t> fileIn_; // by slot: index in files_, plus 1; 0: not known
     std::vector<HeldEvent> events_;
     std::vector<Hold> holds_; // sorted
-    std::vector<RecordingRow> recordings_;
+    std::vector<store::RecordingRow> recordings_;
 };
 
 } // namespace workstation::evidence

@@ -156,9 +156,9 @@ public:
                event.parent.empty() ? nothing : event.parent, Runs(held.slots)});
     }
 
-    void Add(RecordingRow const& recording) override {
-        Print({recording.reid, std::to_string(recording.stream), LocalTime(recording.from),
-               TimeOrNothing(recording.to)});
+    void Add(store::RecordingRow const& recording) override {
+        Print({recording.reid, std::to_string(recording.stream), LocalTime(recording.startTime),
+               TimeOrNothing(recording.stopTime)});
     }
 
     void End() override { out_ << std::flush; }
@@ -217,14 +217,14 @@ public:
                {"slots", held.slots},
                {"bytes", held.bytes},
                {"tags_complete", event.tagsComplete},
-               {"parent", event.parent.empty() ? nlohmann::json() : nlohmann::json(event.parent)}});
+               {"parent", event.parent}});
     }
 
-    void Add(RecordingRow const& recording) override {
+    void Add(store::RecordingRow const& recording) override {
         Print({{"reid", recording.reid},
                {"stream", recording.stream},
-               {"from", recording.from},
-               {"to", OrNull(recording.to)}});
+               {"from", recording.startTime},
+               {"to", OrNull(recording.stopTime)}});
     }
 
     void End() override { out_ << "]}" << std::endl; }

@@ -22,7 +22,7 @@ public:
     virtual void Add(ListedSlot const& slot, std::vector<std::string> const& events) = 0;
     virtual void Add(ListedStream const& stream) = 0;
     virtual void Add(HeldEvent const& event) = 0;
-    virtual void Add(RecordingRow const& recording) = 0;
+    virtual void Add(store::RecordingRow const& recording) = 0;
 
     // All rows were added.
     virtual void End() = 0;

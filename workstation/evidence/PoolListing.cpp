@@ -5,7 +5,6 @@
 #include <map>
 
 #include "evidence/SlotReader.h"
-#include "evidence/TickSearch.h"
 
 namespace workstation::evidence {
 namespace {
@@ -24,17 +23,22 @@ SlotState StateByCatalogue(ListedSlot const& slot, store::RecordedFile const* fi
     return file != nullptr ? SlotState::finished : SlotState::unknown;
 }
 
+SlotReader ReaderOf(PoolView const& pool, ListedSlot const& slot) {
+    return {pool.Descriptor(), pool.SlotOffset(slot.slot),
+            std::min(slot.bytes, pool.ReadableLength(slot.slot))};
+}
+
 // A slot that becomes shorter is recorded over: what was read is of two recordings.
 void ReadEnds(PoolView const& pool, ListedSlot& slot) {
     do {
         slot.bytes = pool.Length(slot.slot);
-        SlotReader reader(pool.Descriptor(), pool.SlotOffset(slot.slot),
-                          std::min(slot.bytes, pool.ReadableLength(slot.slot)));
+        SlotReader reader = ReaderOf(pool, slot);
         slot.ends = FindSlotEnds(reader);
     } while (pool.Length(slot.slot) < slot.bytes);
 }
 
-void Append(ListedStream& stream, ListedSlot const& slot, std::optional<PlacedTick>& last) {
+void Append(ListedStream& stream, PoolView const& pool, ListedSlot const& slot,
+            std::optional<PlacedTick>& last) {
     stream.slots.push_back(slot.slot);
     stream.bytes += slot.bytes;
     if (!slot.ends) {
@@ -46,6 +50,8 @@ void Append(ListedStream& stream, ListedSlot const& slot, std::optional<PlacedTi
     if (!last) {
         stream.from = slot.ends->first.time;
     }
+    SlotReader reader = ReaderOf(pool, slot);
+    AppendTimeGaps(reader, *slot.ends, stream.gaps);
     stream.to = slot.ends->last.time;
     last = slot.ends->last;
 }
@@ -95,7 +101,7 @@ std::vector<ListedStream> ListStreams(PoolView const& pool, Catalogue const& cat
         ListedSlot const slot = ListSlot(pool, &catalogue, file.fileNumber);
         if (slot.stream == file.stream) { // else emptied, or recorded over by another stream
             streams[file.stream].stream = file.stream;
-            Append(streams[file.stream], slot, last[file.stream]);
+            Append(streams[file.stream], pool, slot, last[file.stream]);
         }
     }
     std::vector<ListedStream> listed;

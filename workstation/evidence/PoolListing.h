@@ -8,6 +8,7 @@
 #include "evidence/Catalogue.h"
 #include "evidence/PoolView.h"
 #include "evidence/SlotEnds.h"
+#include "evidence/TimeGaps.h"
 
 namespace workstation::evidence {
 
@@ -32,15 +33,6 @@ struct ListedSlot {
 // Reads the ends of the slot. `catalogue` is null where there is no database: then the stream is
 // not known, and a slot with ticks counts as finished.
 ListedSlot ListSlot(PoolView const& pool, Catalogue const* catalogue, int slot);
-
-// A place where tick numbers are missing, or two ticks in a row are more than a second apart: the
-// times of the ticks on either side, in seconds since the epoch.
-struct TimeGap {
-    std::int32_t from;
-    std::int32_t to;
-
-    bool operator==(TimeGap const&) const = default;
-};
 
 struct ListedStream {
     unsigned int stream = 0;          // from 1

@@ -72,10 +72,9 @@ std::uint64_t Grown(std::uint64_t size) {
     return std::min(2 * size, largestBlockSize);
 }
 
-std::optional<PlacedTick> FindFirst(TickBlocks& blocks, std::uint64_t length) {
-    std::uint64_t size = firstBlockSize;
-    for (std::uint64_t begin = 0; begin < length; begin += size, size = Grown(size)) {
-        if (auto const tick = blocks.First(begin, std::min(begin + size, length))) {
+std::optional<PlacedTick> FindFirst(TickBlocks& blocks, std::uint64_t begin, std::uint64_t end) {
+    for (std::uint64_t size = firstBlockSize; begin < end; begin += size, size = Grown(size)) {
+        if (auto const tick = blocks.First(begin, std::min(begin + size, end))) {
             return tick;
         }
     }
@@ -102,12 +101,17 @@ std::optional<PlacedTick> FindLast(TickBlocks& blocks, std::uint64_t first, std:
 
 std::optional<SlotEnds> FindSlotEnds(SlotReader& slot) {
     TickBlocks blocks(slot);
-    auto const first = FindFirst(blocks, slot.Length());
+    auto const first = FindFirst(blocks, 0, slot.Length());
     if (!first) {
         return std::nullopt;
     }
     auto const last = FindLast(blocks, first->offset, slot.Length());
     return SlotEnds{*first, last.value_or(*first)};
+}
+
+std::optional<PlacedTick> FirstTickIn(SlotReader& slot, std::uint64_t begin, std::uint64_t end) {
+    TickBlocks blocks(slot);
+    return FindFirst(blocks, begin, end);
 }
 
 } // namespace workstation::evidence

@@ -29,4 +29,8 @@ struct SlotEnds {
 // slot has no tick.
 std::optional<SlotEnds> FindSlotEnds(SlotReader& slot);
 
+// The first tick whose packet begins from byte `begin` of the slot on and before byte `end`, which
+// is not beyond the stated length. Null when there is none.
+std::optional<PlacedTick> FirstTickIn(SlotReader& slot, std::uint64_t begin, std::uint64_t end);
+
 } // namespace workstation::evidence

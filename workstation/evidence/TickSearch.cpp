@@ -2,7 +2,6 @@
 #include "evidence/TickSearch.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "TsHelper.h"
 #include "ts/PacketResync.h"
@@ -20,11 +19,6 @@ constexpr std::uint64_t blockSize = 16384;
 constexpr std::uint64_t lookAheadSize = 32 * tsPacketSize;
 
 } // namespace
-
-bool IsGap(PlacedTick const& before, PlacedTick const& after) {
-    std::uint32_t const step = after.tick - before.tick;
-    return step > 1 || std::abs(std::int64_t{after.time} - before.time) > 1;
-}
 
 // The first of these ticks whose time is not before `time`.
 std::optional<PlacedTick> TickSearch::FirstOf(std::uint64_t from, std::uint64_t end,

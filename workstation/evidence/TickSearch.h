@@ -10,10 +10,6 @@
 
 namespace workstation::evidence {
 
-// Whether something is missing between two ticks in a row: numbers, or more than a second. A
-// repetition of a tick is no gap.
-bool IsGap(PlacedTick const& before, PlacedTick const& after);
-
 // Reads a slot from a place until there is a tick. So a search reads about the distance of two
 // ticks for each halving of the slot, and more only where a slot has no ticks for a long way.
 class TickSearch {

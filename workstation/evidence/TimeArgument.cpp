@@ -9,7 +9,9 @@
 namespace workstation::evidence {
 namespace {
 
-constexpr std::int64_t day = 24 * 60 * 60;
+constexpr std::int64_t minute = 60;
+constexpr std::int64_t hour = 60 * minute;
+constexpr std::int64_t day = 24 * hour;
 
 struct WallClock {
     std::chrono::year_month_day date;
@@ -72,7 +74,7 @@ std::optional<WallClock> ParseWallClock(std::string const& text,
 
 std::int64_t AsUtc(WallClock const& clock) {
     auto const days = std::chrono::sys_days(clock.date).time_since_epoch().count();
-    return days * day + clock.hour * 3600 + clock.minute * 60 + clock.second;
+    return days * day + clock.hour * hour + clock.minute * minute + clock.second;
 }
 
 // The difference to UTC changes at most once within two days: the one before and the one after are

@@ -2,6 +2,7 @@
 #include "ipc/Endpoint.h"
 
 #include <poll.h>
+#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -96,6 +97,16 @@ std::optional<Letter> Decode(RawDatagram const& datagram) {
                   std::vector<char>(payload.begin(), payload.end())};
 }
 
+// "user 'daemon' (uid 1)", or "uid 4711" for a user without a name.
+std::string UserName(uid_t user) {
+    std::string const number = "uid " + std::to_string(user);
+    std::array<char, 1024> names{};
+    passwd entry{};
+    passwd* found = nullptr;
+    getpwuid_r(user, &entry, names.data(), names.size(), &found);
+    return found == nullptr ? number : std::string("user '") + entry.pw_name + "' (" + number + ")";
+}
+
 // Limits the time of the next blocking send. 0 would be no limit.
 void LimitSending(int socket, int timeoutMs) {
     auto const [seconds, milliseconds] = std::div(timeoutMs, 1000);
@@ -176,6 +187,10 @@ bool Endpoint::Send(std::string const& to, std::uint32_t id, std::span<char cons
     if (payload.size() > IpcMessage::maxSize) {
         throw Failure(EMSGSIZE, "a message has at most " + std::to_string(IpcMessage::maxSize) +
                                     " bytes, not " + std::to_string(payload.size()));
+    }
+    if (auto const owner = directory_.ForeignOwner(to)) {
+        throw Failure(EACCES, to + " is served by " + UserName(*owner) + ", not by " +
+                                  UserName(geteuid()) + ": not used");
     }
     auto head = EncodeHeader({id, correlation, static_cast<std::uint32_t>(payload.size())});
     sockaddr_un address = directory_.Address(to);

@@ -48,7 +48,8 @@ public:
     // Sends a message to the endpoint `to`. False when the receiver's queue is full and stays so
     // for `roomTimeoutMs`; 0 never blocks. Messages that other receivers have not read do not
     // count. Throws Failure when the message cannot be sent: ENOENT or ECONNREFUSED when no process
-    // serves the name, EINVAL when it is not valid, EMSGSIZE when the payload is larger than
+    // serves the name, EACCES when a process of another user does, which would drop the message,
+    // EINVAL when the name is not valid, EMSGSIZE when the payload is larger than
     // IpcMessage::maxSize.
     bool Send(std::string const& to, std::uint32_t id, std::span<char const> payload,
               std::uint32_t correlation, int roomTimeoutMs) const;

@@ -103,6 +103,9 @@ int LinxIpc::Request(std::string const& server, IpcMessage& message, unsigned in
         }
         return 0;
     } catch (Failure const& failure) {
+        if (failure.Error() == EACCES) {
+            LogNotification(failure.what()); // errno alone does not say whose the service is
+        }
         return failure.Error();
     }
 }

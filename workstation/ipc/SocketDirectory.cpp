@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -79,6 +80,14 @@ std::optional<SocketIdentity> SocketDirectory::Served(std::string const& name) c
     }
     return SocketIdentity{status->st_dev, status->st_ino, status->st_ctim.tv_sec,
                           status->st_ctim.tv_nsec};
+}
+
+std::optional<uid_t> SocketDirectory::ForeignOwner(std::string const& name) const {
+    auto const status = SocketStatus(name);
+    if (!status || status->st_uid == geteuid() || HasEnded(name)) {
+        return std::nullopt;
+    }
+    return status->st_uid;
 }
 
 bool SocketDirectory::IsStale(std::string const& name) const {

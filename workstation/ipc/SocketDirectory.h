@@ -43,6 +43,9 @@ public:
     // The socket that a live process serves under `name`; empty when there is none.
     std::optional<SocketIdentity> Served(std::string const& name) const;
 
+    // The user whose live process serves `name`, when that is another user than this process's.
+    std::optional<uid_t> ForeignOwner(std::string const& name) const;
+
     // Whether `name` is a socket whose process has ended.
     bool IsStale(std::string const& name) const;
 

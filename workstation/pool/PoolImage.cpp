@@ -97,6 +97,15 @@ void PoolImage::Set(int fileNumber, EntryWord word, std::uint32_t value) {
     std::atomic_ref(*Word(fileNumber, word)).store(ToBigEndian(value));
 }
 
+void PoolImage::SyncTable() const {
+    mapping_.Sync(PoolName(path_) + ": cannot make the table durable");
+}
+
+std::span<unsigned char> PoolImage::ServiceArea() const {
+    return {static_cast<unsigned char*>(mapping_.Data()) + poolServiceAreaOffset,
+            poolServiceAreaSize};
+}
+
 bool PoolImage::LiesAt(std::string const& path) const {
     struct stat status {};
     return path == path_ && stat(path.c_str(), &status) == 0 && status.st_dev == device_ &&

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "FileDescriptor.h"
@@ -22,8 +23,8 @@ public:
     // header and of exactly the right size. The entries of the table are not checked.
     static std::unique_ptr<PoolImage> Open(std::string const& path);
 
-    // Makes an image of empty files, in place of whatever file is there. The image is sparse.
-    // Throws Failure, after which an unfinished file may be left.
+    // Makes an image of empty files, in place of whatever file is there. The image is sparse and,
+    // apart from its name, durable. Throws Failure, after which an unfinished file may be left.
     static void Create(std::string const& path, std::uint32_t fileCount);
 
     std::string const& Path() const { return path_; }
@@ -38,6 +39,13 @@ public:
     void MarkKnown(int fileNumber, bool isKnown) {
         Set(fileNumber, EntryWord::dbMatch, isKnown ? 1 : 0);
     }
+
+    // Makes the header and the table durable as they are now, and no slot. Throws Failure.
+    void SyncTable() const;
+
+    // The service area of the header page. One thread of one process writes it at a time: the
+    // service.
+    std::span<unsigned char> ServiceArea() const;
 
     // Where the slot of a file begins, in bytes.
     std::uint64_t SlotOffset(int fileNumber) const {

@@ -239,6 +239,15 @@ std::vector<int> ProcessTable::DeadProcesses() const {
     return dead;
 }
 
+bool ProcessTable::ListsWriter(int fileNumber) const {
+    auto const writes = [&](ThreadSlot& slot) {
+        return IsWriting(Load(slot.marker)) && Load(slot.fileNumber) == fileNumber;
+    };
+    return std::ranges::any_of(Data().records, [&](ProcessRecord& record) {
+        return Load(record.pid) != 0 && std::ranges::any_of(record.slots, writes);
+    });
+}
+
 ProcessRecord* ProcessTable::RecordOfThisProcess() const {
     int const pid = getpid();
     for (auto& record : Data().records) {

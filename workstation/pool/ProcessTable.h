@@ -93,6 +93,9 @@ public:
     // The dead processes that still have a record.
     std::vector<int> DeadProcesses() const;
 
+    // Whether a process lists the file as being written; a killed process still does.
+    bool ListsWriter(int fileNumber) const;
+
     // Takes a thread slot in the record of this process for the calling thread. Null when the
     // process has no record, or no slot is free.
     ThreadSlot* Claim(SlotUse use, int fileNumber);

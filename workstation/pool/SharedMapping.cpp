@@ -35,6 +35,12 @@ SharedMapping& SharedMapping::operator=(SharedMapping&& other) noexcept {
     return *this;
 }
 
+void SharedMapping::Sync(std::string const& problem) const {
+    if (msync(data_, size_, MS_SYNC) != 0) {
+        throw SystemFailure(problem);
+    }
+}
+
 void* SharedMapping::Release() {
     return std::exchange(data_, nullptr);
 }

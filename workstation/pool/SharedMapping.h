@@ -20,6 +20,10 @@ public:
 
     void* Data() const { return data_; }
 
+    // Makes everything that was stored in the mapping so far durable. Throws Failure, whose text
+    // begins with `problem`.
+    void Sync(std::string const& problem) const;
+
     // Hands the mapping over to the caller, who unmaps it.
     void* Release();
 

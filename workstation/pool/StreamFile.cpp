@@ -158,6 +158,12 @@ unsigned int StreamFile::Write(void const* buffer, unsigned int count) {
     return available;
 }
 
+void StreamFile::Sync() {
+    if (fdatasync(file_.Get()) != 0) {
+        throw SystemFailure(StreamFileName(fileNumber_) + ": cannot make its bytes durable");
+    }
+}
+
 void StreamFile::Seek(long offset) {
     position_ = CheckedPosition(fileNumber_, offset);
 }
@@ -167,6 +173,12 @@ void StreamFile::SetLength(long length) {
         throw Failure(EBADF, StreamFileName(fileNumber_) + " is not open for writing");
     }
     pool_.Set(fileNumber_, EntryWord::length, CheckedPosition(fileNumber_, length));
+}
+
+void StreamFile::SetLengthDurably(long length) {
+    Sync();
+    SetLength(length);
+    pool_.SyncTable();
 }
 
 } // namespace workstation::pool

@@ -51,12 +51,22 @@ public:
     // may have been written, and the position is unchanged.
     unsigned int Write(void const* buffer, unsigned int count);
 
+    // Makes the bytes written so far durable, and what the table of files states by now: it lies in
+    // the same image. PoolImage::SyncTable() is enough for the table alone and writes no slot.
+    // Throws Failure.
+    void Sync();
+
     // Moves the position to a byte offset. Throws Failure (EINVAL) for one outside the slot.
     void Seek(long offset);
 
     // Sets the stated length in bytes. Throws Failure: EINVAL for one that is negative or longer
     // than the slot, EBADF when the file is not open for writing.
     void SetLength(long length);
+
+    // The same in an order that a loss of power cannot spoil: what was written becomes durable,
+    // then the length is stated, then the table becomes durable. Throws Failure; the length has not
+    // been stated unless only the last step failed.
+    void SetLengthDurably(long length);
 
 private:
     StreamFile(PoolSession& session, PoolImage& pool, int fileNumber, FileDescriptor file,

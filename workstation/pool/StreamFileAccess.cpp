@@ -174,7 +174,7 @@ long StreamFileAccess::Seek(long offset) {
 
 long StreamFileAccess::Truncate(long length) {
     return AtSeam(-1L, [&] {
-        OpenFile::StreamOf(file_).SetLength(length);
+        OpenFile::StreamOf(file_).SetLengthDurably(length);
         return 0L;
     });
 }

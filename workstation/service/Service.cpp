@@ -10,7 +10,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 
 #include "Failure.h"
 #include "Item.h"
@@ -34,21 +36,30 @@ namespace {
 // How often notifications that wait for slow subscribers are sent again.
 constexpr int retryMs = 50;
 
+bool IsDirectory(std::string const& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+}
+
 void Serve(ServiceOptions const& options) {
     SignalWatch signals;
     FileDescriptor const root = pool::LockRoot();
     pool::PoolSession session;
-    session.Load(true);
+    if (!IsDirectory(PoolPath())) {
+        session.Load(true);
+    }
     ipc::RemoveStaleSockets();
     std::string const& name = LinxServerNameList::Instance()->Name(e_StreamMgr);
     ipc::Endpoint endpoint = ipc::Endpoint::Open(name);
     LogClient::Instance()->ProcessName(name);
     store::EventStore store(DatabasePath());
-    ring::RecoverRecordings(session, store);
+    if (session.PoolIfLoaded() != nullptr) {
+        ring::RecoverRecordings(session, store);
+        log::LogNotification("started with a pool of " +
+                             std::to_string(session.Pool().FileCount()) + " files");
+    }
 
     Service service(signals, std::move(endpoint), session, store);
-    log::LogNotification("started with a pool of " + std::to_string(session.Pool().FileCount()) +
-                         " files");
     service.Record(options);
     std::cout << "StreamMgr: ready" << std::endl;
     service.Run();
@@ -78,8 +89,9 @@ int RunService(ServiceOptions const& options) {
     }
 }
 
-Service::Recorder::Recorder(Service& service, recording::RecordingSettings const& settings)
-    : target(settings.stream, service.files_, service.store_, service.startsAndStops_, clock, stop)
+Service::Recorder::Recorder(Service& service, Ring& ring,
+                            recording::RecordingSettings const& settings)
+    : target(settings.stream, ring.files, service.store_, service.startsAndStops_, clock, stop)
     , ticks(settings.stream, service.store_, stop)
     , thread(settings, target, ticks, clock, log::LogNotification, stop) {}
 
@@ -93,15 +105,24 @@ Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession
                                  {endpoint_, [this] { isRunning_ = false; }, [this] { Reap(); },
                                   [this] { return Describe(); },
                                   [this] { return subscribers::DescribeStorage(Storage()); }});
-    requests::AddEventRequests(router_, {endpoint_, session_.Pool(), store_});
-    requests::AddSubscriptionRequests(
-        router_, {endpoint_, subscribers_,
-                  [this](std::string const& name) { storageNotifier_.NotifyNewSubscriber(name); }});
+    if (session_.PoolIfLoaded() != nullptr) {
+        ring_.emplace(session_, store_);
+    }
+    requests::AddEventRequests(router_, {endpoint_, session_.PoolIfLoaded(), store_});
+    requests::AddSubscriptionRequests(router_,
+                                      {endpoint_, subscribers_, [this](std::string const& name) {
+                                           storageNotifier_.NotifyNewSubscriber(name, Clock::now());
+                                       }});
 }
 
 void Service::Record(ServiceOptions const& options) {
+    if (!ring_) {
+        log::LogNotification("the pool '" + PoolPath() + "' is a directory: nothing is recorded");
+        return;
+    }
+    ring_->flusher.Start();
     for (recording::RecordingSettings const& settings : options) {
-        recorders_.push_back(std::make_unique<Recorder>(*this, settings));
+        recorders_.push_back(std::make_unique<Recorder>(*this, *ring_, settings));
         recorders_.back()->thread.Start();
     }
 }
@@ -160,7 +181,7 @@ void Service::HandleStartsAndStops() {
 
 void Service::Reap() {
     unsigned int const processes = session_.Reap();
-    unsigned int const files = files_.Reap();
+    unsigned int const files = ring_ ? ring_->files.Reap() : 0;
     log::LogNotification("reaped " + std::to_string(processes) + " dead processes, wiped " +
                          std::to_string(files) + " files");
 }
@@ -169,14 +190,21 @@ std::string Service::Describe() const {
     using namespace std::chrono;
     auto const uptime = duration_cast<seconds>(Clock::now() - started_);
     return "process " + std::to_string(getpid()) + ", up " + std::to_string(uptime.count()) +
-           " s, log level " + std::to_string(LogClient::Instance()->Level()) + ", pool '" +
-           PoolPath() + "' of " + std::to_string(session_.Pool().FileCount()) + " files, " +
-           std::to_string(recorders_.size()) + " recordings, " +
+           " s, log level " + std::to_string(LogClient::Instance()->Level()) + ", " +
+           DescribePool() + ", " + std::to_string(recorders_.size()) + " recordings, " +
            std::to_string(subscribers_.Count()) + " subscriptions";
 }
 
+std::string Service::DescribePool() const {
+    std::string const name = "pool '" + PoolPath() + "'";
+    return ring_ ? name + " of " + std::to_string(session_.Pool().FileCount()) + " files"
+                 : name + ", a directory";
+}
+
+// A directory has no stream files.
 subscribers::StorageFigures Service::Storage() const {
-    return subscribers::CountStorage(session_.Pool(), store_.FilesHeldByEvents());
+    return ring_ ? subscribers::CountStorage(session_.Pool(), store_.FilesHeldByEvents())
+                 : subscribers::StorageFigures{};
 }
 
 } // namespace workstation::service

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "service/requests/RequestRouter.h"
 #include "service/ring/DatabaseTickSource.h"
 #include "service/ring/FileAllocator.h"
+#include "service/ring/Flusher.h"
 #include "service/ring/PoolTarget.h"
 #include "service/subscribers/StorageFigures.h"
 #include "service/subscribers/StorageNotifier.h"
@@ -30,14 +32,15 @@ int RunService(ServiceOptions const& options);
 // One thread serves requests and notifies subscribers. Each recording has a thread of its own.
 class Service {
 public:
-    // What is passed by reference outlives the service. A pool is loaded. Throws a Failure.
+    // What is passed by reference outlives the service. Where no pool image is loaded, nothing is
+    // recorded. Throws a Failure.
     Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession& session,
             store::EventStore& store);
 
     Service(Service const&) = delete;
     Service& operator=(Service const&) = delete;
 
-    // Begins to record.
+    // Begins to record. Without a pool image it logs that it does not.
     void Record(ServiceOptions const& options);
 
     // Serves until it is to quit, then ends the recordings. Throws a Failure.
@@ -45,6 +48,16 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+
+    // What all recordings need.
+    struct Ring {
+        ring::Flusher flusher;
+        ring::FileAllocator files;
+
+        Ring(pool::PoolSession& session, store::EventStore& store)
+            : flusher(session.Pool())
+            , files(session, store, flusher) {}
+    };
 
     // One recording with everything that it needs.
     struct Recorder {
@@ -54,7 +67,7 @@ private:
         ring::DatabaseTickSource ticks;
         recording::RecordingThread thread;
 
-        Recorder(Service& service, recording::RecordingSettings const& settings);
+        Recorder(Service& service, Ring& ring, recording::RecordingSettings const& settings);
     };
 
     int WaitMs() const;
@@ -64,13 +77,14 @@ private:
 
     void Reap();
     std::string Describe() const;
+    std::string DescribePool() const;
     subscribers::StorageFigures Storage() const;
 
     SignalWatch& signals_;
     ipc::Endpoint endpoint_;
     pool::PoolSession& session_;
     store::EventStore& store_;
-    ring::FileAllocator files_{session_, store_};
+    std::optional<Ring> ring_; // empty without a pool image
     StartStopQueue startsAndStops_;
     subscribers::Subscribers subscribers_{endpoint_};
     subscribers::StorageNotifier storageNotifier_{subscribers_, [this] { return Storage(); }};

@@ -18,6 +18,7 @@
 
 #include "Failure.h"
 #include "FileDescriptor.h"
+#include "NewFile.h"
 #include "store/Database.h"
 
 namespace workstation::store {
@@ -135,10 +136,12 @@ public:
 
     std::string const& Path() const { return path_; }
 
+    // Durably: the copy is whole when its name is, and its name when this returns.
     void ReplaceTarget() {
-        if (rename(path_.c_str(), target_.c_str()) != 0) {
+        if (fsync(file_.Get()) != 0 || rename(path_.c_str(), target_.c_str()) != 0) {
             RefuseWithErrno(target_);
         }
+        SyncDirectory(std::filesystem::path(target_).parent_path());
     }
 
 private:

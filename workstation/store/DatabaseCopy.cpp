@@ -12,15 +12,13 @@
 #include <system_error>
 #include <vector>
 
+#include "Deadline.h"
 #include "Failure.h"
 #include "FileDescriptor.h"
 #include "NewFile.h"
 
 namespace workstation::store {
 namespace {
-
-// A log is begun again at most once for each thousand pages that were written.
-constexpr int copyAttempts = 100;
 
 constexpr std::size_t walHeaderSize = 32;
 constexpr std::size_t copyBlockSize = 65536;
@@ -138,15 +136,17 @@ Database OpenCopy(std::string const& path) {
     std::string const file = FileOf(path);
     CopyDirectory const directory;
     std::string const copy = directory.Database();
-    for (int attempt = 0; attempt < copyAttempts; ++attempt) {
-        if (CopyBoth(file, copy)) {
-            Database database(copy, Database::Mode::existing, path);
-            // Opens the log too, whose index stays in memory.
-            database.Execute("PRAGMA locking_mode = EXCLUSIVE; SELECT count(*) FROM sqlite_schema");
-            return database;
+    // The service begins its log again once for a thousand pages that it has written.
+    Deadline const patience(databaseBusyTimeoutMs);
+    while (!CopyBoth(file, copy)) {
+        if (patience.Passed()) {
+            Refuse(path, EBUSY, "is written faster than it can be copied");
         }
     }
-    Refuse(path, EBUSY, "is written faster than it can be copied");
+    Database database(copy, Database::Mode::existing, path);
+    // Opens the log too, whose index stays in memory.
+    database.Execute("PRAGMA locking_mode = EXCLUSIVE; SELECT count(*) FROM sqlite_schema");
+    return database;
 }
 
 } // namespace workstation::store

@@ -1,6 +1,7 @@
 // The rows of the tables `event` and `event_file`: the events and the files that they hold.
 #include "store/Event.h"
 
+#include "store/RecordingRow.h"
 #include "store/Reid.h"
 
 namespace workstation::store {
@@ -59,7 +60,7 @@ std::string UnusedReid(Database const& database, std::int64_t time) {
     std::string reid;
     do {
         reid = MakeReid(time);
-    } while (FindEvent(database, reid));
+    } while (FindEvent(database, reid) || HasRecording(database, reid));
     return reid;
 }
 

@@ -34,7 +34,8 @@ void InsertEvent(Database const& database, Event const& event,
 // False when there is no such event. Releases its files.
 bool RemoveEvent(Database const& database, std::string const& reid);
 
-// An identifier with this time, in seconds since the epoch, and a random part, that no event has.
+// An identifier with this time, in seconds since the epoch, and a random part, that no event and no
+// recording has.
 std::string UnusedReid(Database const& database, std::int64_t time);
 
 } // namespace workstation::store

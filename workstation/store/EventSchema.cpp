@@ -2,9 +2,11 @@
 #include "store/EventSchema.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 
 #include "Failure.h"
+#include "NewFile.h"
 #include "store/Database.h"
 #include "store/Statement.h"
 #include "store/Transaction.h"
@@ -13,10 +15,7 @@ namespace workstation::store {
 namespace {
 
 constexpr std::int64_t eventApplicationId = 0x534D4752; // "SMGR"
-constexpr std::int64_t eventSchemaVersion = 1;
-
-constexpr std::int64_t oldestReadableVersion = 1;
-constexpr std::int64_t newestReadableVersion = 2;
+constexpr std::int64_t eventSchemaVersion = 2;
 
 constexpr char createTables[] = R"(
 CREATE TABLE file (
@@ -58,6 +57,17 @@ CREATE TABLE tick_counter (
 ) STRICT;
 )";
 
+// Since version 2.
+constexpr char createRecordings[] = R"(
+CREATE TABLE recording (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    reid TEXT NOT NULL UNIQUE,
+    stream INTEGER NOT NULL CHECK (stream BETWEEN 1 AND 4),
+    start_time INTEGER NOT NULL,
+    stop_time INTEGER CHECK (stop_time >= start_time)
+) STRICT;
+)";
+
 std::int64_t ReadNumber(Database const& database, std::string const& sql) {
     return QueryFirst(
                database, [](Statement const& row) { return row.Number(0); }, sql)
@@ -79,18 +89,18 @@ bool IsNew(Database const& database) {
            ReadNumber(database, "PRAGMA application_id") == 0;
 }
 
-void CheckProgram(Database const& database) {
-    if (ReadNumber(database, "PRAGMA application_id") != eventApplicationId) {
-        Refuse(database, "made by another program, not an event database");
-    }
+std::int64_t Version(Database const& database) {
+    return ReadNumber(database, "PRAGMA user_version");
 }
 
 void CheckOrigin(Database const& database) {
-    CheckProgram(database);
-    std::int64_t const version = ReadNumber(database, "PRAGMA user_version");
-    if (version != eventSchemaVersion) {
-        Refuse(database, "version " + std::to_string(version) + ", this program knows version " +
-                             std::to_string(eventSchemaVersion) + " only");
+    if (ReadNumber(database, "PRAGMA application_id") != eventApplicationId) {
+        Refuse(database, "made by another program, not an event database");
+    }
+    std::int64_t const version = Version(database);
+    if (version < 1 || version > eventSchemaVersion) {
+        Refuse(database, "version " + std::to_string(version) + ", this program knows versions 1" +
+                             " to " + std::to_string(eventSchemaVersion));
     }
 }
 
@@ -101,21 +111,37 @@ void CheckContent(Database const& database) {
     }
 }
 
+void SetVersion(Database const& database) {
+    Execute(database, "PRAGMA user_version = " + std::to_string(eventSchemaVersion));
+}
+
 // The application id and the version are stored in the same transaction as the tables.
 void Create(Database& database) {
     Transaction transaction(database);
     database.Execute(createTables);
+    database.Execute(createRecordings);
     Execute(database, "PRAGMA application_id = " + std::to_string(eventApplicationId));
-    Execute(database, "PRAGMA user_version = " + std::to_string(eventSchemaVersion));
+    SetVersion(database);
     transaction.Commit();
 }
 
+// Brings a database of an older version up, wholly or not at all.
+void Upgrade(Database& database) {
+    Transaction transaction(database);
+    if (Version(database) < 2) {
+        database.Execute(createRecordings);
+    }
+    SetVersion(database);
+    transaction.Commit();
+}
+
+// Every commit is flushed to the disk: what the service has answered survives a loss of power.
 void SetUp(Database& database) {
     std::string const mode = ReadText(database, "PRAGMA journal_mode = WAL");
     if (mode != "wal") {
         Refuse(database, "no write-ahead log where it lies (journal mode " + mode + ")");
     }
-    database.Execute("PRAGMA synchronous = NORMAL; PRAGMA foreign_keys = ON");
+    database.Execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
 }
 
 } // namespace
@@ -129,6 +155,9 @@ void PrepareEventDatabase(Database& database) {
     SetUp(database);
     if (isNew) {
         Create(database);
+        SyncDirectory(std::filesystem::path(database.Path()).parent_path());
+    } else if (Version(database) != eventSchemaVersion) {
+        Upgrade(database);
     }
 }
 
@@ -136,15 +165,9 @@ std::optional<std::int64_t> ReadableVersion(Database const& database) {
     if (IsNew(database)) {
         return std::nullopt;
     }
-    CheckProgram(database);
-    std::int64_t const version = ReadNumber(database, "PRAGMA user_version");
-    if (version < oldestReadableVersion || version > newestReadableVersion) {
-        Refuse(database, "version " + std::to_string(version) + ", this program reads versions " +
-                             std::to_string(oldestReadableVersion) + " to " +
-                             std::to_string(newestReadableVersion));
-    }
+    CheckOrigin(database);
     CheckContent(database);
-    return version;
+    return Version(database);
 }
 
 } // namespace workstation::store

@@ -53,6 +53,11 @@ bool EventStore::UpdateFileSize(int fileNumber, unsigned int size) {
     return database_.Changes() > 0;
 }
 
+void EventStore::SetFirstTick(std::int64_t id, unsigned int firstTick) {
+    std::lock_guard const lock(mutex_);
+    Execute(database_, "UPDATE file SET first_tick = ?2 WHERE id = ?1", id, firstTick);
+}
+
 bool EventStore::Wipe(std::int64_t id) {
     std::lock_guard const lock(mutex_);
     Transaction transaction(database_);
@@ -76,12 +81,10 @@ std::vector<RecordedFile> EventStore::Chain(unsigned int stream, bool withWiped)
     return SelectFiles(database_, "stream = ?1 AND wiped <= ?2", stream, withWiped);
 }
 
-std::optional<RecordedFile> EventStore::OldestUnprotected() const {
+std::vector<RecordedFile> EventStore::UnprotectedFiles() const {
     std::lock_guard const lock(mutex_);
-    return QueryFirst(database_, ReadFile,
-                      selectFile + "WHERE finished = 1 AND wiped = 0"
-                                   " AND id NOT IN (SELECT file FROM event_file)"
-                                   " ORDER BY id LIMIT 1");
+    return SelectFiles(database_,
+                       "finished = 1 AND wiped = 0 AND id NOT IN (SELECT file FROM event_file)");
 }
 
 // The buffer begins at the oldest file that can be wiped or is still being recorded.
@@ -123,12 +126,38 @@ void EventStore::ReturnTicks(unsigned int stream, unsigned int nextUnused) {
             stream, nextUnused);
 }
 
-// --- events ---
+// --- recordings ---
 
-std::string EventStore::NewReid(std::int64_t now) const {
+std::string EventStore::BeginRecording(unsigned int stream, std::int64_t now) {
     std::lock_guard const lock(mutex_);
-    return UnusedReid(database_, now);
+    Transaction transaction(database_);
+    std::string const reid = UnusedReid(database_, now);
+    InsertRecording(database_, {.reid = reid, .stream = stream, .startTime = now});
+    transaction.Commit();
+    return reid;
 }
+
+void EventStore::EndRecording(std::string const& reid, std::int64_t stopTime) {
+    std::lock_guard const lock(mutex_);
+    StopRecording(database_, reid, stopTime);
+}
+
+void EventStore::EndInterruptedRecordings() {
+    std::lock_guard const lock(mutex_);
+    StopInterruptedRecordings(database_);
+}
+
+std::vector<RecordingRow> EventStore::Recordings() const {
+    std::lock_guard const lock(mutex_);
+    return SelectRecordings(database_);
+}
+
+bool EventStore::IsRecording(std::string const& reid) const {
+    std::lock_guard const lock(mutex_);
+    return HasRecording(database_, reid);
+}
+
+// --- events ---
 
 std::optional<Event> EventStore::RecordAfterTheFact(std::int64_t start, std::int64_t stop,
                                                     unsigned int streams, std::int64_t now) {

@@ -11,6 +11,7 @@
 #include "store/Database.h"
 #include "store/Event.h"
 #include "store/RecordedFile.h"
+#include "store/RecordingRow.h"
 
 namespace workstation::store {
 
@@ -49,6 +50,9 @@ public:
     // is not wiped.
     bool UpdateFileSize(int fileNumber, unsigned int size);
 
+    // The first system tick of the file, for one that began without a tick.
+    void SetFirstTick(std::int64_t id, unsigned int firstTick);
+
     // Wipes a link. False when an event holds it, or when it is unknown or already wiped. Of each
     // stream the newest 1000 wiped links are kept.
     bool Wipe(std::int64_t id);
@@ -58,8 +62,8 @@ public:
     std::vector<RecordedFile> FilesInUse() const; // those that are not wiped
     std::vector<RecordedFile> Chain(unsigned int stream, bool withWiped) const;
 
-    // The file that is wiped next: the oldest finished one that no event holds.
-    std::optional<RecordedFile> OldestUnprotected() const;
+    // Those that may be wiped: finished, and no event holds them.
+    std::vector<RecordedFile> UnprotectedFiles() const;
 
     HeldFiles FilesHeldByEvents() const;
 
@@ -73,11 +77,22 @@ public:
     // the reservation is ignored.
     void ReturnTicks(unsigned int stream, unsigned int nextUnused);
 
-    // --- Events ---
+    // --- Recordings ---
 
-    // An identifier with this time, in seconds since the epoch, and a random part, that no event
-    // has.
-    std::string NewReid(std::int64_t now) const;
+    // A recording of a stream begins at `now`, in seconds since the epoch. Returns the identifier
+    // of the new row.
+    std::string BeginRecording(unsigned int stream, std::int64_t now);
+
+    // The recording has ended. A stop time before the start time counts as the start time.
+    void EndRecording(std::string const& reid, std::int64_t stopTime);
+
+    // Ends the recordings that were cut off, as far as the files of their streams reach.
+    void EndInterruptedRecordings();
+
+    std::vector<RecordingRow> Recordings() const; // in the order in which they began
+    bool IsRecording(std::string const& reid) const;
+
+    // --- Events ---
 
     // Makes an event of the files that have a part of the interval, both ends included, in the
     // streams of the mask (bit n: stream n + 1). A file that is still being recorded reaches until

@@ -39,6 +39,13 @@ std::int64_t Statement::Number64(int column) const {
     return sqlite3_column_int64(statement_.get(), column);
 }
 
+std::optional<std::int64_t> Statement::OptionalNumber(int column) const {
+    if (sqlite3_column_type(statement_.get(), column) == SQLITE_NULL) {
+        return std::nullopt;
+    }
+    return Number64(column);
+}
+
 std::string Statement::Text(int column) const {
     auto const* const text = sqlite3_column_text(statement_.get(), column);
     auto const size = static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column));

@@ -37,6 +37,7 @@ public:
     Integer Number(int column) const {
         return static_cast<Integer>(Number64(column));
     }
+    std::optional<std::int64_t> OptionalNumber(int column) const; // null for NULL
     std::string Text(int column) const;
 
 private:

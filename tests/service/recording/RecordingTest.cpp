@@ -112,16 +112,16 @@ TEST_F(RecordingTest, FileIsRecordedInRealTimeAndWrittenSoon) {
     EXPECT_EQ(Packets(), stream.All());
     CheckTicks();
     EXPECT_EQ(clock_.Passed(), 5000ms);
-    EXPECT_EQ(target_.Writes().size(), 18U); // one in 280 ms, with seven PCRs
+    EXPECT_EQ(target_.Writes().size(), 42U); // one in 120 ms, with three PCRs
     EXPECT_EQ(*std::ranges::max_element(target_.Writes()),
-              (7 * packetsPerPcr + 6) * ts::tsPacketSize);
+              (3 * packetsPerPcr + 3) * ts::tsPacketSize);
 }
 
 TEST_F(RecordingTest, PacketsDoNotWaitForADistantPcrToBeWritten) {
     DamagedStream stream;
     stream.Good(ts_test::PcrPacket(0)).Good(5).Good(ts_test::PcrPacket(900 * ms)).Good(5);
     Record({2, Clip(stream.All())});
-    EXPECT_EQ(clock_.Waits(), (std::vector<std::chrono::milliseconds>{250ms, 900ms}));
+    EXPECT_EQ(clock_.Waits(), (std::vector<std::chrono::milliseconds>{100ms, 900ms}));
     EXPECT_EQ(target_.Calls(), "begin write*2 end");
     EXPECT_EQ(Packets(), stream.All());
 }

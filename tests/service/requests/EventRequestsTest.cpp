@@ -21,7 +21,7 @@ protected:
     EventRequestsTest() {
         setenv("TZ", "UTC", 1);
         tzset();
-        AddEventRequests(router_, {service_, parts_.Pool(), parts_.Store()});
+        AddEventRequests(router_, {service_, &parts_.Pool(), parts_.Store()});
     }
     ~EventRequestsTest() override {
         unsetenv("TZ");
@@ -33,9 +33,8 @@ protected:
         for (unsigned int file = 0; file < count; ++file, ++nextTick_) {
             auto const taken = files_.Take(stream);
             ASSERT_TRUE(taken);
-            auto const contents = ContentsOf(188, nextTick_, nextTick_);
-            taken->Append(std::vector<unsigned char>(188, 0x47), contents, 0);
-            taken->Finish(contents, 0);
+            taken->Append(std::vector<unsigned char>(188, 0x47), RangeOf(nextTick_, nextTick_), {});
+            taken->Finish();
         }
     }
 
@@ -79,7 +78,8 @@ protected:
     }
 
     PoolAndStore parts_{6};
-    ring::FileAllocator files_{parts_.Session(), parts_.Store()};
+    ring::Flusher flusher_{parts_.Pool()};
+    ring::FileAllocator files_{parts_.Session(), parts_.Store(), flusher_};
     ipc::Endpoint service_ = ipc::Endpoint::Open("Service");
     ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     RequestRouter router_;
@@ -113,6 +113,13 @@ TEST_F(EventRequestsTest, IntervalOfWhichNothingIsHeldMakesNoEvent) {
     EXPECT_THAT(parts_.Log(),
                 testing::Contains("nothing is held of the interval from 1970-01-01 00:33:20 to "
                                   "1970-01-01 00:50:00"));
+}
+
+TEST_F(EventRequestsTest, RecordingIsNoEventAndTheLogSaysSo) {
+    std::string const reid = parts_.Store().BeginRecording(1, 1000);
+    Tell(api::deleteEventRequest, Encoded(reid));
+    EXPECT_THAT(parts_.Log(), testing::Contains(reid + " is a recording, not an event"));
+    EXPECT_TRUE(parts_.Store().IsRecording(reid));
 }
 
 TEST_F(EventRequestsTest, EventIsDeleted) {
@@ -170,8 +177,10 @@ TEST_F(EventRequestsTest, SplitUsesAtLeastTheSizeOfASlot) {
     };
     Record(1, 3);
     std::string const reid = AfterTheFact(1000, 1002, 3);
-    for (Case const& c : {Case{1, 1}, Case{1023, 1023}, Case{1024, 96256}, Case{96255, 96256},
-                          Case{96256, 96256}, Case{96257, 96257}, Case{0xFFFFFFFF, 0xFFFFFFFF}}) {
+    // In GiB what is no multiple of 1024, else in KiB.
+    for (Case const& c : {Case{1, 1}, Case{1023, 1023}, Case{1024, 96256}, Case{1025, 1025},
+                          Case{95232, 96256}, Case{96255, 96255}, Case{96256, 96256},
+                          Case{96257, 96257}, Case{0xFFFFFFFF, 0xFFFFFFFF}}) {
         StringItem event(reid);
         UIntItem size(c.size);
         BoolItem taken;
@@ -180,6 +189,21 @@ TEST_F(EventRequestsTest, SplitUsesAtLeastTheSizeOfASlot) {
                         api::splitEventReply, {&taken, &used}));
         EXPECT_TRUE(taken.Value());
         EXPECT_EQ(used.Value(), c.used) << c.size;
+    }
+}
+
+TEST_F(EventRequestsTest, LimitOfASplitIsInGibOrInMib) {
+    struct {
+        unsigned int size;
+        unsigned int limitKiB;
+    } const cases[] = {
+        {1, 1048576},        {1023, 1023 * 1048576U}, {1025, 1025 * 1048576U},
+        {4095, 4293918720U}, {4097, 0xFFFFFFFF},      {0xFFFFFFFF, 0xFFFFFFFF},
+        {1024, 96256},       {95232, 96256},          {96256, 96256},
+        {97280, 97280},      {4194304, 4194304},      {0xFFFFFC00, 0xFFFFFC00},
+    };
+    for (auto const& split : cases) {
+        EXPECT_EQ(SplitLimitKiB(split.size), split.limitKiB) << split.size;
     }
 }
 

@@ -26,10 +26,10 @@ TEST_F(FileAllocatorTest, FileShowsItsStreamWhileItIsRecordedInto) {
     auto file = files_.Take(3);
     ASSERT_TRUE(file);
     EXPECT_EQ(parts_.Controller(1), StreamMgrFileMgmnt::ControlStream3);
-    file->Append(Packets(2), ContentsOf(376, 5, 6), 0);
-    EXPECT_EQ(parts_.Length(1), 376U);
+    file->Append(Packets(2), RangeOf(5, 6), {});
     EXPECT_FALSE(parts_.IsKnown(1));
-    file->Finish(ContentsOf(376, 5, 6), 0);
+    file->Finish();
+    EXPECT_EQ(parts_.Length(1), 376U);
     file.reset();
     EXPECT_EQ(parts_.Controller(1), StreamMgrFileMgmnt::ControlUnknown);
     EXPECT_TRUE(parts_.IsKnown(1));
@@ -42,8 +42,9 @@ TEST_F(FileAllocatorTest, FileShowsItsStreamWhileItIsRecordedInto) {
 TEST_F(FileAllocatorTest, EachAppendGoesAfterTheOneBefore) {
     auto const file = files_.Take(1);
     ASSERT_TRUE(file);
-    file->Append(Packets(1), ContentsOf(188, 5, 5), 0);
-    file->Append(std::vector<unsigned char>(376, 0x48), ContentsOf(564, 5, 6), 0);
+    file->Append(Packets(1), RangeOf(5, 5), {});
+    file->Append(std::vector<unsigned char>(376, 0x48), RangeOf(6, 6), {});
+    flusher_.Flush();
     auto expected = Packets(1);
     expected.resize(564, 0x48);
     EXPECT_EQ(parts_.Contents(1), expected);
@@ -54,7 +55,7 @@ TEST_F(FileAllocatorTest, FileIntoWhichNothingWasWrittenLeavesNoLink) {
     {
         auto const file = files_.Take(1);
         ASSERT_TRUE(file);
-        file->Finish({}, 0);
+        file->Finish();
     }
     EXPECT_TRUE(parts_.Store().Chain(1, true).empty());
     EXPECT_FALSE(parts_.IsKnown(1));

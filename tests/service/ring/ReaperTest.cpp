@@ -39,14 +39,28 @@ TEST_F(ReaperTest, OldestThatNoEventHoldsIsWiped) {
     EXPECT_EQ(Record(1, 5), 2);
 }
 
-TEST_F(ReaperTest, OldestIsNotWipedWhileItIsBeingWritten) {
+TEST_F(ReaperTest, NextIsWipedWhileTheOldestIsBeingWritten) {
     Fill();
     auto const writer = pool::StreamFile::OpenForWriting(parts_.Session(), 1,
                                                          StreamMgrFileMgmnt::ControlExternalProc);
+    EXPECT_TRUE(reaper_.WipeOldest());
+    EXPECT_THAT(parts_.Lengths(), ElementsAre(188, 0, 188));
+    EXPECT_EQ(Record(1, 3), 2);
+    EXPECT_EQ(Record(1, 4), 3);
+    EXPECT_TRUE(parts_.IsKnown(1));
+    EXPECT_EQ(parts_.Contents(1), Packets(1));
+}
+
+TEST_F(ReaperTest, NothingIsWipedWhileAllAreBeingWritten) {
+    Fill();
+    std::vector<std::unique_ptr<pool::StreamFile>> writers;
+    for (int number : {1, 2, 3}) {
+        writers.push_back(pool::StreamFile::OpenForWriting(
+            parts_.Session(), number, StreamMgrFileMgmnt::ControlExternalProc));
+    }
     EXPECT_FALSE(reaper_.WipeOldest());
     EXPECT_EQ(Record(1, 3), 0);
-    EXPECT_EQ(parts_.Length(1), 188U);
-    EXPECT_TRUE(parts_.IsKnown(1));
+    EXPECT_THAT(parts_.Lengths(), ElementsAre(188, 188, 188));
     EXPECT_THAT(parts_.Store().Chain(1, false), SizeIs(3));
     EXPECT_THAT(parts_.Log(), IsEmpty());
 }
@@ -60,7 +74,8 @@ TEST_F(ReaperTest, FileThatThePoolDoesNotHaveIsNotWiped) {
 
 TEST_F(ReaperTest, ATenthOfThePoolIsMadeFree) {
     PoolAndStore parts(25);
-    FileAllocator files(parts.Session(), parts.Store());
+    Flusher flusher(parts.Pool());
+    FileAllocator files(parts.Session(), parts.Store(), flusher);
     for (std::uint32_t tick = 0; tick < 25; ++tick) {
         ASSERT_NE(RecordPacket(files, 1, tick), 0);
     }
@@ -76,7 +91,8 @@ TEST_F(ReaperTest, ATenthOfThePoolIsMadeFree) {
 
 TEST_F(ReaperTest, FilesThatAreFreeAlreadyCount) {
     PoolAndStore parts(20);
-    FileAllocator files(parts.Session(), parts.Store());
+    Flusher flusher(parts.Pool());
+    FileAllocator files(parts.Session(), parts.Store(), flusher);
     for (std::uint32_t tick = 0; tick < 19; ++tick) {
         ASSERT_NE(RecordPacket(files, 1, tick), 0);
     }

@@ -18,9 +18,8 @@ inline int RecordPacket(workstation::service::ring::FileAllocator& files, int st
     if (!file) {
         return 0;
     }
-    auto const contents = workstation::ContentsOf(188, tick, tick);
-    file->Append(Packets(1), contents, 0);
-    file->Finish(contents, 0);
+    file->Append(Packets(1), workstation::RangeOf(tick, tick), {});
+    file->Finish();
     return file->Number();
 }
 
@@ -43,7 +42,8 @@ protected:
     }
 
     workstation::PoolAndStore parts_{3};
-    workstation::service::ring::FileAllocator files_{parts_.Session(), parts_.Store()};
+    workstation::service::ring::Flusher flusher_{parts_.Pool()};
+    workstation::service::ring::FileAllocator files_{parts_.Session(), parts_.Store(), flusher_};
 };
 
 } // namespace ring_test

@@ -57,6 +57,35 @@ TEST_F(RecoveryTest, InterruptedRecordingIsFinishedAsFarAsItWent) {
                                           "stream file 2, 1880 bytes"));
 }
 
+// The file began in a block without a tick: the database has what was in force before.
+TEST_F(RecoveryTest, FirstTickThatTheDatabaseDoesNotKnowIsNoOtherRecording) {
+    auto const id = parts_.Store().BeginFile(1, 2, 1000, 0);
+    parts_.Load(2, Ticks(5, 14));
+    RecoverRecordings(parts_.Session(), parts_.Store());
+    EXPECT_EQ(OnlyLink(), (store::RecordedFile{*id, 2, 1, 1000, 1014, 5, 14, 1880, true, false}));
+    EXPECT_EQ(parts_.Contents(2), Ticks(5, 14));
+}
+
+TEST_F(RecoveryTest, TicksFarFromTheEndsAreFound) {
+    auto const id = parts_.Store().BeginFile(1, 2, 1000, 0);
+    std::vector<unsigned char> bytes(30000 * ts::tsPacketSize, 0x47);
+    std::ranges::copy(Ticks(5, 5), bytes.begin() + 10000 * ts::tsPacketSize);
+    std::ranges::copy(Ticks(6, 7), bytes.begin() + 15000 * ts::tsPacketSize);
+    parts_.Load(2, bytes);
+    RecoverRecordings(parts_.Session(), parts_.Store());
+    EXPECT_EQ(OnlyLink(),
+              (store::RecordedFile{*id, 2, 1, 1000, 1007, 5, 7,
+                                   static_cast<unsigned int>(bytes.size()), true, false}));
+}
+
+TEST_F(RecoveryTest, RecordingThatWasCutOffEndsWithItsLastTick) {
+    std::string const reid = parts_.Store().BeginRecording(1, 1005);
+    parts_.Store().BeginFile(1, 2, 1005, 5);
+    parts_.Load(2, Ticks(5, 14));
+    RecoverRecordings(parts_.Session(), parts_.Store());
+    EXPECT_THAT(parts_.Store().Recordings(), ElementsAre(store::RecordingRow{reid, 1, 1005, 1014}));
+}
+
 TEST_F(RecoveryTest, InterruptedRecordingWithoutATickKeepsWhatItBeganWith) {
     auto const id = parts_.Store().BeginFile(1, 2, 1005, 5);
     parts_.Load(2, std::vector<unsigned char>(1880, 0x47));

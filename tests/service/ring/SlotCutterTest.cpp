@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 
+#include "pool/PoolLayout.h"
 #include "service/recording/DamagedStream.h"
 
 namespace {
@@ -14,29 +15,42 @@ using namespace workstation;
 using namespace workstation::service;
 using namespace workstation::service::ring;
 
+constexpr std::size_t slotSize = 10 * ts::tsPacketSize;
+
 // Notes what is done, and keeps the bytes of each slot.
 class FakeSlots : public SlotSink {
 public:
+    explicit FakeSlots(std::size_t size = slotSize)
+        : size_(size) {}
+
     bool OpenSlot() override {
         if (isStopped) {
             return false;
         }
         slots.emplace_back();
+        contents_ = {};
         calls += "open ";
         return true;
     }
-    void WriteSlot(std::span<unsigned char const> packets, SlotContents const& contents) override {
+    std::size_t Room() const override { return size_ - contents_.size; }
+    void WriteSlot(std::span<unsigned char const> packets,
+                   std::optional<TickRange> const& ticks) override {
         if (fails) {
             throw std::runtime_error("the disk is gone");
         }
         slots.back().insert(slots.back().end(), packets.begin(), packets.end());
-        EXPECT_EQ(contents.size, slots.back().size());
+        contents_.Add(packets.size(), ticks);
         calls += "write " + std::to_string(packets.size() / ts::tsPacketSize) + " ";
     }
-    void CloseSlot(SlotContents const& contents) override {
-        EXPECT_EQ(contents.size, slots.back().size());
-        closed.push_back(contents);
+    void CloseSlot() override {
+        closed.push_back(contents_);
         calls += "close ";
+    }
+
+    // What was written last did not last.
+    void GiveUp(std::size_t size) {
+        contents_.size -= size;
+        slots.back().resize(contents_.size);
     }
 
     std::string calls;
@@ -44,9 +58,11 @@ public:
     std::vector<SlotContents> closed;
     bool fails = false;
     bool isStopped = false;
-};
 
-constexpr std::size_t slotSize = 10 * ts::tsPacketSize;
+private:
+    std::size_t size_;
+    SlotContents contents_;
+};
 
 class SlotCutterTest : public testing::Test {
 protected:
@@ -79,7 +95,7 @@ protected:
     DamagedStream stream_;
     std::uint32_t tick_ = 1;
     FakeSlots slots_;
-    SlotCutter cutter_{slots_, slotSize};
+    SlotCutter cutter_{slots_};
 };
 
 TEST_F(SlotCutterTest, NothingWrittenOpensNoSlot) {
@@ -107,7 +123,7 @@ TEST_F(SlotCutterTest, FullSlotIsClosedAtOnceAndNoneOpenedForNothing) {
 TEST_F(SlotCutterTest, SlotEndsAtEveryPacketOfABlock) {
     for (unsigned int before = 0; before <= 10; ++before) {
         FakeSlots slots;
-        SlotCutter cutter(slots, slotSize);
+        SlotCutter cutter(slots);
         DamagedStream stream;
         recording::TickedBlock first{stream.Good(before).All(), {}};
         cutter.Write(first);
@@ -164,8 +180,15 @@ TEST_F(SlotCutterTest, FailedWriteCountsNothingAndLeavesTheSlotToBeClosed) {
     EXPECT_EQ(slots_.closed, (std::vector<SlotContents>{{5 * ts::tsPacketSize, Range(1, 1)}}));
 }
 
+TEST_F(SlotCutterTest, SlotThatGaveBytesUpIsFilledAllTheSame) {
+    Write(8, {0});
+    slots_.GiveUp(5 * ts::tsPacketSize);
+    Write(9, {});
+    EXPECT_EQ(slots_.calls, "open write 8 write 7 close open write 2 ");
+}
+
 TEST(SlotCutter, SlotOfThePoolHoldsItsPacketsExactly) {
-    FakeSlots slots;
+    FakeSlots slots(pool::poolSlotSize);
     SlotCutter cutter(slots);
     Bytes const bytes(524287 * ts::tsPacketSize);
     Bytes const more(2 * ts::tsPacketSize);

@@ -1,6 +1,7 @@
 // The storage figures, in the log and in notifications.
 #include "service/subscribers/StorageFigures.h"
 
+#include "BigEndian.h"
 #include "pool/PoolSession.h"
 #include "service/PoolAndStore.h"
 
@@ -39,6 +40,24 @@ TEST(StorageFigures, SharesOfTheTotalAreReported) {
 TEST(StorageFigures, NotificationIsFiveWordsInOrder) {
     EXPECT_EQ(EncodeStorage({0x01020304, 5, 6, 7, 8}),
               (std::vector<char>{1, 2, 3, 4, 0, 0, 0, 5, 0, 0, 0, 6, 0, 0, 0, 7, 0, 0, 0, 8}));
+}
+
+// 44,620 slots of 96,256 KiB are the last that a word can state.
+TEST(StorageFigures, PoolsBeyondTheWordAreSentAsTheLargestAndLoggedAsTheyAre) {
+    for (int const files : {44620, 44621, 100000}) {
+        PoolAndStore parts(static_cast<unsigned int>(files));
+        auto const figures = CountStorage(parts.Pool(), {});
+        std::uint64_t const sizeKiB = static_cast<std::uint64_t>(files) * 96256;
+        EXPECT_EQ(figures, (StorageFigures{sizeKiB, 0, 0, 0, sizeKiB}));
+        auto const words = EncodeStorage(figures);
+        std::uint32_t const sent = files == 44620 ? 0xFFFFA000U : 0xFFFFFFFFU;
+        auto const* const bytes = reinterpret_cast<unsigned char const*>(words.data());
+        EXPECT_EQ(GetBig32(bytes), sent) << files;
+        EXPECT_EQ(GetBig32(bytes + 4), 0U);
+        EXPECT_EQ(GetBig32(bytes + 16), sent);
+        EXPECT_TRUE(DescribeStorage(figures).starts_with("total " + std::to_string(sizeKiB) +
+                                                         " KiB, buffer 0 KiB (0.0 %)"));
+    }
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <bitstream/mpeg/ts.h>
 
 #include "TsHelper.h"
+#include "evidence/TimeGaps.h"
 #include "evidence/exporting/ProgramTables.h"
 #include "ts/PacketResync.h"
 #include "ts/SystemTickPacket.h"

@@ -53,18 +53,19 @@ std::vector<PlannedExport> PlanEvent(PoolSlots& slots, Catalogue const& catalogu
 }
 
 std::vector<PlannedExport> PlanRecording(PoolSlots& slots, Catalogue const& catalogue,
-                                         RecordingRow const& row, ExportRequest const& request) {
+                                         store::RecordingRow const& row,
+                                         ExportRequest const& request) {
     if (request.stream.value_or(row.stream) != row.stream) {
         return {};
     }
-    Asked const asked{row.reid, row.stream, row.from, row.to};
+    Asked const asked{row.reid, row.stream, row.startTime, row.stopTime};
     return {PlanStream(slots, catalogue, asked, nullptr, request.startAt)};
 }
 
 std::vector<PlannedExport> PlanReid(PoolSlots& slots, Catalogue const& catalogue,
                                     ExportRequest const& request) {
     HeldEvent const* const event = catalogue.FindEvent(*request.reid);
-    RecordingRow const* const recording = catalogue.FindRecording(*request.reid);
+    store::RecordingRow const* const recording = catalogue.FindRecording(*request.reid);
     if (event == nullptr && recording == nullptr) {
         throw Failure(ENOENT, "no event or recording has the identifier '" + *request.reid + "'");
     }

@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "Failure.h"
+#include "Version.h"
 #include "evidence/Json.h"
 
 namespace workstation::evidence::exporting {
@@ -107,8 +108,8 @@ void ManifestDraft::AddGap(PlacedTick const& before, PlacedTick const& after) {
 
 UnnamedFile& ManifestDraft::Complete(std::string const& name, Asked const& asked,
                                      std::vector<Piece> const& pieces, CopiedPieces const& copied) {
-    std::string text = std::string(manifestBegin) +
-                       "\"version\":\"" STREAMMGR_VERSION "\",\n\"asked\":" + ToJson(asked).dump() +
+    std::string text = std::string(manifestBegin) + "\"version\":\"" + version +
+                       "\",\n\"asked\":" + ToJson(asked).dump() +
                        ",\n\"held\":" + HeldToJson(copied.summary).dump() +
                        ",\n\"output\":" + OutputToJson(name, copied) + ",\n\"pieces\":[";
     for (std::size_t i = 0; i < pieces.size(); ++i) {

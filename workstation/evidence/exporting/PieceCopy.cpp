@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "NewFile.h"
+#include "evidence/TimeGaps.h"
 
 namespace workstation::evidence::exporting {
 

@@ -8,7 +8,7 @@
 namespace workstation::service::recording {
 namespace {
 
-constexpr std::chrono::milliseconds longestWait(250);
+constexpr std::chrono::milliseconds longestWait(100);
 
 } // namespace
 

@@ -10,7 +10,7 @@
 
 namespace workstation::service::recording {
 
-// A block is written when it has 1,024 packets, or when its first packet has waited for 250 ms: few
+// A block is written when it has 1,024 packets, or when its first packet has waited for 100 ms: few
 // writes, and a live stream is seen soon.
 class BlockWriter {
 public:

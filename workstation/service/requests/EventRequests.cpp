@@ -5,6 +5,7 @@
 #include <ctime>
 #include <exception>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <system_error>
 
@@ -72,6 +73,7 @@ private:
     template <typename Operation>
     bool Attempt(char const* what, Operation operation) const;
     void ReplyDone(ipc::Letter const& request, bool done) const;
+    void LogNoEvent(std::string const& reid) const;
 
     EventContext context_;
 };
@@ -93,13 +95,22 @@ void EventRequests::ReplyDone(ipc::Letter const& request, bool done) const {
     SendReply(context_.endpoint, request, api::doneReply, {&item});
 }
 
+// Subscribers also know the identifiers of recordings.
+void EventRequests::LogNoEvent(std::string const& reid) const {
+    log::LogNotification(context_.store.IsRecording(reid) ? reid + " is a recording, not an event"
+                                                          : "there is no event " + reid);
+}
+
 void EventRequests::DeleteEvent(ipc::Letter& request) const {
     StringItem reid;
     if (!ipc::DecodeItems(request.payload, {&reid})) {
         return;
     }
-    bool const known = context_.store.DeleteEvent(reid.Value());
-    log::LogNotification((known ? "deleted event " : "there is no event ") + reid.Value());
+    if (context_.store.DeleteEvent(reid.Value())) {
+        log::LogNotification("deleted event " + reid.Value());
+    } else {
+        LogNoEvent(reid.Value());
+    }
 }
 
 void EventRequests::LogFileChain(ipc::Letter& request) const {
@@ -151,8 +162,14 @@ void EventRequests::RecordAfterTheFact(ipc::Letter& request) const {
 void EventRequests::SetTagsComplete(ipc::Letter& request) const {
     ReplyDone(request, Attempt("set tags complete", [&] {
                   StringItem reid;
-                  return ipc::DecodeItems(request.payload, {&reid}) &&
-                         context_.store.SetTagsComplete(reid.Value());
+                  if (!ipc::DecodeItems(request.payload, {&reid})) {
+                      return false;
+                  }
+                  bool const isSet = context_.store.SetTagsComplete(reid.Value());
+                  if (!isSet) {
+                      LogNoEvent(reid.Value());
+                  }
+                  return isSet;
               }));
 }
 
@@ -168,7 +185,7 @@ void EventRequests::SplitEvent(ipc::Letter& request) const {
         unsigned int const limitKiB = SplitLimitKiB(size.Value());
         auto const events = context_.store.SplitEvent(reid.Value(), limitKiB);
         if (!events) {
-            log::LogNotification("there is no event " + reid.Value());
+            LogNoEvent(reid.Value());
             return false;
         }
         // It differs from the requested size only if that is smaller than a slot.
@@ -200,13 +217,13 @@ void EventRequests::BackupDatabase(ipc::Letter& request) const {
 void EventRequests::UpdateFileSize(ipc::Letter& request) const {
     ReplyDone(request, Attempt("update of a file size", [&] {
                   IntItem item;
-                  if (!ipc::DecodeItems(request.payload, {&item}) ||
-                      !context_.pool.Has(item.Value())) {
+                  if (!ipc::DecodeItems(request.payload, {&item}) || context_.pool == nullptr ||
+                      !context_.pool->Has(item.Value())) {
                       return false;
                   }
                   int const number = item.Value();
-                  std::uint32_t const size = context_.pool.Get(number, pool::EntryWord::length);
-                  context_.pool.MarkKnown(number, context_.store.UpdateFileSize(number, size));
+                  std::uint32_t const size = context_.pool->Get(number, pool::EntryWord::length);
+                  context_.pool->MarkKnown(number, context_.store.UpdateFileSize(number, size));
                   log::LogNotification(pool::StreamFileName(number) + " has " +
                                        std::to_string(size) + " bytes");
                   return true;
@@ -229,9 +246,13 @@ unsigned int StreamsKept(unsigned int state) {
 }
 
 unsigned int SplitLimitKiB(unsigned int size) {
-    constexpr unsigned int firstKiB = 1024;
-    constexpr unsigned int gibInKiB = 1024 * 1024;
-    return size < firstKiB ? size * gibInKiB : std::max(size, pool::poolSlotSizeKiB);
+    constexpr unsigned int mibInKiB = 1024;
+    constexpr std::uint64_t gibInKiB = 1024 * std::uint64_t{mibInKiB};
+    constexpr std::uint64_t largest = std::numeric_limits<unsigned int>::max();
+    if (size % mibInKiB == 0) {
+        return std::max(size, pool::poolSlotSizeKiB);
+    }
+    return static_cast<unsigned int>(std::min(size * gibInKiB, largest));
 }
 
 void AddEventRequests(RequestRouter& router, EventContext const& context) {

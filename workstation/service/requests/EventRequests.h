@@ -11,7 +11,7 @@ namespace workstation::service::requests {
 // What the handlers need of the service. Everything outlives the router.
 struct EventContext {
     ipc::Endpoint& endpoint;
-    pool::PoolImage& pool;
+    pool::PoolImage* pool; // null when the pool is a directory
     store::EventStore& store;
 };
 
@@ -22,8 +22,9 @@ void AddEventRequests(RequestRouter& router, EventContext const& context);
 // request. Streams 1 and 3 are the routine ones, 2 and 4 the critical ones. 0 for an unknown state.
 unsigned int StreamsKept(unsigned int state);
 
-// The limit of a split in KiB. A requested size below 1024 is in GiB, any other one in KiB. The
-// limit is at least one slot, since files are not split.
+// The limit of a split in KiB. A requested size is in KiB when it is a multiple of 1024, which is
+// how clients state MiB, else in GiB. The limit is at least one slot, since files are not split,
+// and less than 4 TiB.
 unsigned int SplitLimitKiB(unsigned int size);
 
 } // namespace workstation::service::requests

@@ -20,7 +20,15 @@ std::unique_ptr<FileBeingRecorded> FileAllocator::Take(int stream) {
     if (!file && reaper_.WipeOldest()) {
         file = TakeFree(stream);
     }
-    return file;
+    if (!file) {
+        return nullptr;
+    }
+    // That the file is empty and unknown is durable before the database says that it is recorded
+    // into: after a loss of power, no length of its former contents covers new ones.
+    session_.Pool().MarkKnown(file->Number(), false);
+    session_.Pool().SyncTable();
+    return std::make_unique<FileBeingRecorded>(std::move(file), session_.Pool(), stream, store_,
+                                               flusher_);
 }
 
 unsigned int FileAllocator::Reap() {
@@ -29,8 +37,8 @@ unsigned int FileAllocator::Reap() {
 }
 
 // Begins after the file that was taken last, so that the whole pool is used evenly.
-std::unique_ptr<FileBeingRecorded> FileAllocator::TakeFree(int stream) {
-    pool::PoolImage& image = session_.Pool();
+std::unique_ptr<pool::StreamFile> FileAllocator::TakeFree(int stream) {
+    pool::PoolImage const& image = session_.Pool();
     store::HeldFiles const held = store_.FilesHeldByEvents();
     for (int step = 0; step < image.FileCount(); ++step) {
         int const number = (lastTaken_ + step) % image.FileCount() + 1;
@@ -43,7 +51,7 @@ std::unique_ptr<FileBeingRecorded> FileAllocator::TakeFree(int stream) {
             continue; // another process was faster
         }
         lastTaken_ = number;
-        return std::make_unique<FileBeingRecorded>(std::move(file), image, stream, store_);
+        return file;
     }
     return nullptr;
 }

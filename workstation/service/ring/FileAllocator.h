@@ -6,6 +6,7 @@
 
 #include "pool/PoolSession.h"
 #include "service/ring/FileBeingRecorded.h"
+#include "service/ring/Flusher.h"
 #include "service/ring/Reaper.h"
 #include "store/EventStore.h"
 
@@ -17,9 +18,10 @@ namespace workstation::service::ring {
 class FileAllocator {
 public:
     // What is passed by reference outlives the object. A pool is loaded.
-    FileAllocator(pool::PoolSession& session, store::EventStore& store)
+    FileAllocator(pool::PoolSession& session, store::EventStore& store, Flusher& flusher)
         : session_(session)
-        , store_(store) {}
+        , store_(store)
+        , flusher_(flusher) {}
 
     // Takes an empty file to record the stream into: a free one, else the oldest after wiping it.
     // Null when there is neither. Throws a Failure.
@@ -29,10 +31,11 @@ public:
     unsigned int Reap();
 
 private:
-    std::unique_ptr<FileBeingRecorded> TakeFree(int stream);
+    std::unique_ptr<pool::StreamFile> TakeFree(int stream);
 
     pool::PoolSession& session_;
     store::EventStore& store_;
+    Flusher& flusher_;
     std::mutex mutex_; // of what follows, and of which files are free
     Reaper reaper_{session_, store_};
     int lastTaken_ = 0;

@@ -1,18 +1,14 @@
 // Records into one stream file after another: the file chain of a stream.
 #include "service/ring/FileChainWriter.h"
 
-#include <chrono>
-
 #include "pool/PoolLayout.h"
 #include "service/ring/StreamLog.h"
 
 namespace workstation::service::ring {
 
-FileChainWriter::FileChainWriter(int stream, FileAllocator& files, recording::RecordingClock& clock,
-                                 recording::StopEvent const& stop)
+FileChainWriter::FileChainWriter(int stream, FileAllocator& files, recording::StopEvent const& stop)
     : stream_(stream)
     , files_(files)
-    , clock_(clock)
     , retry_(stream, stop) {}
 
 bool FileChainWriter::OpenSlot() {
@@ -34,15 +30,19 @@ std::unique_ptr<FileBeingRecorded> FileChainWriter::TakeFile() const {
     return retry_.Insist("take a stream file", [&] { return files_.Take(stream_); });
 }
 
+// A recording begins with a tick: the first file needs no other in force.
 void FileChainWriter::WriteSlot(std::span<unsigned char const> packets,
-                                SlotContents const& contents) {
-    retry_.Insist("record into " + pool::StreamFileName(file_->Number()),
-                  [&] { file_->Append(packets, contents, WallSeconds()); });
+                                std::optional<TickRange> const& ticks) {
+    retry_.Insist("record into " + pool::StreamFileName(file_->Number()), [&] {
+        file_->Append(packets, ticks, lastTick_.value_or(recording::TickStamp{}));
+    });
+    if (ticks) {
+        lastTick_ = ticks->last;
+    }
 }
 
-void FileChainWriter::CloseSlot(SlotContents const& contents) {
-    retry_.Insist("finish " + pool::StreamFileName(file_->Number()),
-                  [&] { file_->Finish(contents, WallSeconds()); });
+void FileChainWriter::CloseSlot() {
+    retry_.Insist("finish " + pool::StreamFileName(file_->Number()), [&] { file_->Finish(); });
     file_.reset();
 }
 
@@ -50,10 +50,6 @@ void FileChainWriter::AbandonFile() {
     LogForStream(stream_,
                  pool::StreamFileName(file_->Number()) + " is left for the next start to finish");
     file_.reset();
-}
-
-std::int64_t FileChainWriter::WallSeconds() const {
-    return std::chrono::system_clock::to_time_t(clock_.WallNow());
 }
 
 } // namespace workstation::service::ring

@@ -3,7 +3,6 @@
 
 #include <memory>
 
-#include "service/recording/RecordingClock.h"
 #include "service/ring/FileAllocator.h"
 #include "service/ring/FileBeingRecorded.h"
 #include "service/ring/Retry.h"
@@ -16,25 +15,28 @@ namespace workstation::service::ring {
 class FileChainWriter : public SlotSink {
 public:
     // What is passed by reference outlives the object.
-    FileChainWriter(int stream, FileAllocator& files, recording::RecordingClock& clock,
-                    recording::StopEvent const& stop);
+    FileChainWriter(int stream, FileAllocator& files, recording::StopEvent const& stop);
 
     bool OpenSlot() override;
-    void WriteSlot(std::span<unsigned char const> packets, SlotContents const& contents) override;
-    void CloseSlot(SlotContents const& contents) override;
+    std::size_t Room() const override { return file_->Room(); }
+    void WriteSlot(std::span<unsigned char const> packets,
+                   std::optional<TickRange> const& ticks) override;
+    void CloseSlot() override;
+
+    // The last tick that was written; null before the first.
+    std::optional<recording::TickStamp> const& LastTick() const { return lastTick_; }
 
     // Leaves a file whose slot could not be closed to the recovery at the next start.
     void AbandonFile();
 
 private:
     std::unique_ptr<FileBeingRecorded> TakeFile() const;
-    std::int64_t WallSeconds() const;
 
     int stream_;
     FileAllocator& files_;
-    recording::RecordingClock& clock_;
     Retry retry_;
     std::unique_ptr<FileBeingRecorded> file_;
+    std::optional<recording::TickStamp> lastTick_;
 };
 
 } // namespace workstation::service::ring

@@ -18,11 +18,13 @@ PoolTarget::PoolTarget(int stream, FileAllocator& files, store::EventStore& stor
     , startsAndStops_(startsAndStops)
     , clock_(clock)
     , retry_(stream, stop)
-    , writer_(stream, files, clock, stop) {}
+    , writer_(stream, files, stop) {}
 
 void PoolTarget::Begin() {
     std::int64_t const now = WallSeconds();
-    std::string const reid = retry_.Insist("begin to record", [&] { return store_.NewReid(now); });
+    std::string const reid = retry_.Insist("begin to record", [&] {
+        return store_.BeginRecording(static_cast<unsigned int>(stream_), now);
+    });
     recording_ = {reid, now, now, 1U << (stream_ - 1), false, ""};
     LogForStream(stream_, "recording " + reid + " started");
     startsAndStops_.Post(RecordStarted{reid});
@@ -39,9 +41,24 @@ void PoolTarget::End() {
     } catch (std::exception const&) {
         writer_.AbandonFile();
     }
-    recording_.stopTime = std::max(recording_.startTime, WallSeconds());
+    recording_.stopTime = StopTime();
+    EndRow();
     LogForStream(stream_, "recording " + recording_.reid + " stopped");
     startsAndStops_.Post(RecordStopped{recording_});
+}
+
+// Covers what was recorded: as fast as it can be read, its ticks are ahead of the time of day.
+std::int64_t PoolTarget::StopTime() const {
+    std::int64_t const lastTick = writer_.LastTick() ? writer_.LastTick()->time : 0;
+    return std::max({recording_.startTime, WallSeconds(), lastTick});
+}
+
+void PoolTarget::EndRow() {
+    try {
+        retry_.Insist("end recording " + recording_.reid,
+                      [&] { store_.EndRecording(recording_.reid, recording_.stopTime); });
+    } catch (std::exception const&) { // logged; the next start ends it
+    }
 }
 
 std::int64_t PoolTarget::WallSeconds() const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/StartStopQueue.h"
+#include "service/recording/RecordingClock.h"
 #include "service/recording/RecordingTarget.h"
 #include "service/ring/FileChainWriter.h"
 #include "store/EventStore.h"
@@ -21,6 +22,8 @@ public:
     void End() override;
 
 private:
+    std::int64_t StopTime() const;
+    void EndRow();
     std::int64_t WallSeconds() const;
 
     int stream_;

@@ -1,6 +1,7 @@
 // The reaper: wipes the oldest stream files to make room for recordings.
 #include "service/ring/Reaper.h"
 
+#include <algorithm>
 #include <string>
 
 #include "log/PlatformLog.h"
@@ -24,22 +25,26 @@ unsigned int Reaper::Reap() {
     return wiped;
 }
 
+bool Reaper::WipeOldest() {
+    auto const files = store_.UnprotectedFiles();
+    return std::ranges::any_of(files, [&](store::RecordedFile const& file) { return Wipe(file); });
+}
+
 // The database first: if the process dies in between, the next start of the service finishes a wipe
 // that the database knows of.
-bool Reaper::WipeOldest() {
-    auto const oldest = store_.OldestUnprotected();
-    if (!oldest || !session_.Pool().Has(oldest->fileNumber)) {
+bool Reaper::Wipe(store::RecordedFile const& wiped) {
+    if (!session_.Pool().Has(wiped.fileNumber)) {
         return false;
     }
-    auto const file = pool::StreamFile::TryOpenForWriting(session_, oldest->fileNumber,
+    auto const file = pool::StreamFile::TryOpenForWriting(session_, wiped.fileNumber,
                                                           StreamMgrFileMgmnt::ControlPrimaryThread);
-    if (!file || !store_.Wipe(oldest->id)) {
+    if (!file || !store_.Wipe(wiped.id)) {
         return false;
     }
     file->SetLength(0);
-    session_.Pool().MarkKnown(oldest->fileNumber, false);
-    log::LogNote("wiped " + pool::StreamFileName(oldest->fileNumber) + " of stream " +
-                 std::to_string(oldest->stream));
+    session_.Pool().MarkKnown(wiped.fileNumber, false);
+    log::LogNote("wiped " + pool::StreamFileName(wiped.fileNumber) + " of stream " +
+                 std::to_string(wiped.stream));
     return true;
 }
 

@@ -18,11 +18,13 @@ public:
     // how many were wiped. Throws a Failure.
     unsigned int Reap();
 
-    // Wipes the oldest file. False when it is being written, or when no file may be wiped. Throws a
+    // Wipes the oldest file that no process writes. False when no file can be wiped. Throws a
     // Failure.
     bool WipeOldest();
 
 private:
+    bool Wipe(store::RecordedFile const& wiped);
+
     pool::PoolSession& session_;
     store::EventStore& store_;
 };

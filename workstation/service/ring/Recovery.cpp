@@ -7,10 +7,11 @@
 #include <vector>
 
 #include "Failure.h"
-#include "TsHelper.h"
 #include "pool/StreamFile.h"
 #include "pool/WriterLock.h"
 #include "service/recording/RecordingSettings.h"
+#include "service/ring/FlushMark.h"
+#include "service/ring/InterruptedFile.h"
 #include "service/ring/StreamLog.h"
 
 namespace workstation::service::ring {
@@ -29,7 +30,8 @@ public:
     void FinishWipes();
 
 private:
-    void Finish(store::RecordedFile const& file);
+    SlotContents Restore(store::RecordedFile const& file);
+    void Finish(store::RecordedFile const& file, SlotContents const& contents);
     void Empty(int number);
     std::uint32_t Length(int number) const { return image_.Get(number, pool::EntryWord::length); }
 
@@ -38,52 +40,65 @@ private:
     store::EventStore& store_;
 };
 
-using Ticks = std::vector<std::pair<unsigned int, StreamMetadata>>;
-
-// Empty also for a file that cannot be read: the service starts all the same.
-Ticks TicksIn(pool::PoolSession& session, int number) {
-    std::vector<unsigned char> bytes;
-    try {
-        auto const file = pool::StreamFile::OpenForReading(session, number);
-        bytes.resize(file->Length());
-        bytes.resize(file->Read(bytes.data(), static_cast<unsigned int>(bytes.size()), false));
-    } catch (Failure const&) {
-        return {};
-    }
-    return TsHelper(bytes).SystemTick(TsHelper::StreamSystickSystem, 0);
-}
-
 void Recovery::FreeAbandonedFiles() {
     for (int number = 1; number <= image_.FileCount(); ++number) {
         pool::ResetAbandonedController(image_, number);
     }
 }
 
+// The pool first, then the database: whenever this is cut off, the next start repeats it.
 void Recovery::FinishRecordings() {
-    for (store::RecordedFile const& file : store_.UnfinishedFiles()) {
-        if (image_.Has(file.fileNumber)) {
-            Finish(file);
-        } else {
-            store_.Wipe(file.id);
-        }
+    auto const files = store_.UnfinishedFiles();
+    std::vector<SlotContents> contents;
+    for (store::RecordedFile const& file : files) {
+        contents.push_back(Restore(file));
+    }
+    image_.SyncTable();
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        Finish(files[i], contents[i]);
+    }
+    store_.EndInterruptedRecordings();
+}
+
+// States what was recorded. A file that cannot be read, or that another process
+// writes, keeps the length that is stated: the service starts all the same.
+SlotContents Recovery::Restore(store::RecordedFile const& file) {
+    if (!image_.Has(file.fileNumber)) {
+        return {};
+    }
+    if (image_.Get(file.fileNumber, pool::EntryWord::dbMatch) != 0) {
+        Empty(file.fileNumber); // the former contents, which the database knew: the table is old
+    }
+    try {
+        auto const stream = pool::StreamFile::OpenForWriting(
+            session_, file.fileNumber, StreamMgrFileMgmnt::ControlPrimaryThread);
+        std::uint32_t const length =
+            RecordedLength(*stream, file.id, ReadFlushMarks(image_, file.stream));
+        stream->Sync(); // after a kill it need not be durable yet
+        stream->SetLength(static_cast<long>(length));
+        return ReadContents(*stream);
+    } catch (Failure const& failure) {
+        LogForStream(static_cast<int>(file.stream),
+                     std::string("interrupted recording: ") + failure.what());
+        return {Length(file.fileNumber), std::nullopt};
     }
 }
 
-// The table states what was written. If the first tick is not the one that the recording began
-// with, the file still has its former contents: the recording had not written anything yet.
-void Recovery::Finish(store::RecordedFile const& file) {
-    Ticks const ticks = TicksIn(session_, file.fileNumber);
-    bool const isOther = !ticks.empty() && ticks.front().second.tick != file.firstTick;
-    if (isOther) {
-        Empty(file.fileNumber);
+void Recovery::Finish(store::RecordedFile const& file, SlotContents const& contents) {
+    if (!image_.Has(file.fileNumber)) {
+        store_.Wipe(file.id);
+        return;
     }
-    std::uint32_t const length = Length(file.fileNumber);
-    bool const hasTicks = length != 0 && !ticks.empty();
-    store_.FinishFile(file.id, length, hasTicks ? ticks.back().second.time : file.startTime,
-                      hasTicks ? ticks.back().second.tick : file.firstTick);
+    if (contents.ticks) {
+        store_.SetFirstTick(file.id, contents.ticks->first.tick);
+    }
+    recording::TickStamp const last =
+        contents.ticks ? contents.ticks->last
+                       : recording::TickStamp{file.firstTick, static_cast<int>(file.startTime)};
+    store_.FinishFile(file.id, static_cast<unsigned int>(contents.size), last.time, last.tick);
     LogForStream(static_cast<int>(file.stream), "finished the interrupted recording into " +
                                                     pool::StreamFileName(file.fileNumber) + ", " +
-                                                    std::to_string(length) + " bytes");
+                                                    std::to_string(contents.size) + " bytes");
 }
 
 void Recovery::CompareLengths() {

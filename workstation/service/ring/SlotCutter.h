@@ -3,25 +3,12 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 
-#include "pool/PoolLayout.h"
 #include "service/recording/TickedPackets.h"
+#include "service/ring/SlotContents.h"
 
 namespace workstation::service::ring {
-
-struct TickRange {
-    recording::TickStamp first;
-    recording::TickStamp last;
-
-    bool operator==(TickRange const&) const = default;
-};
-
-struct SlotContents {
-    std::size_t size = 0;           // in bytes, whole packets
-    std::optional<TickRange> ticks; // null when the slot has no tick
-
-    bool operator==(SlotContents const&) const = default;
-};
 
 // Writes the slots. Each function may throw.
 class SlotSink {
@@ -31,21 +18,24 @@ public:
     // Opens an empty slot. False when the recording is to stop before there is one.
     virtual bool OpenSlot() = 0;
 
-    // Appends whole packets to the open slot. `contents` is what the slot then has.
+    // How many bytes the open slot still takes: whole packets.
+    virtual std::size_t Room() const = 0;
+
+    // Appends whole packets, for which there is room, to the open slot. `ticks` are those among
+    // them; null when there are none.
     virtual void WriteSlot(std::span<unsigned char const> packets,
-                           SlotContents const& contents) = 0;
+                           std::optional<TickRange> const& ticks) = 0;
 
     // Closes the open slot: it is full, or the recording ends.
-    virtual void CloseSlot(SlotContents const& contents) = 0;
+    virtual void CloseSlot() = 0;
 };
 
 // Opens a slot when there are packets for it, and closes it when it is full.
 class SlotCutter {
 public:
-    // `slotSize` is a whole number of packets, in bytes. `sink` outlives the object.
-    explicit SlotCutter(SlotSink& sink, std::size_t slotSize = pool::poolSlotSize)
-        : sink_(sink)
-        , slotSize_(slotSize) {}
+    // `sink` outlives the object.
+    explicit SlotCutter(SlotSink& sink)
+        : sink_(sink) {}
 
     // Writes the packets, except those for which there is no slot when the recording is to stop.
     void Write(recording::TickedPackets packets);
@@ -54,11 +44,8 @@ public:
     void Finish();
 
 private:
-    void Append(std::span<unsigned char const> bytes, std::span<recording::PlacedTick const> ticks);
-
     SlotSink& sink_;
-    std::size_t slotSize_;
-    std::optional<SlotContents> slot_; // the open one
+    bool isOpen_ = false;
 };
 
 } // namespace workstation::service::ring

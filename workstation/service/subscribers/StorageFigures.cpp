@@ -1,7 +1,9 @@
 // The storage figures: how the space of the pool is used.
 #include "service/subscribers/StorageFigures.h"
 
+#include <algorithm>
 #include <iomanip>
+#include <limits>
 #include <sstream>
 
 #include "Item.h"
@@ -14,8 +16,13 @@ namespace {
 
 using pool::poolSlotSizeKiB;
 
-double Percentage(unsigned int part, unsigned int whole) {
-    return whole == 0 ? 0.0 : 100.0 * part / whole;
+double Percentage(std::uint64_t part, std::uint64_t whole) {
+    return whole == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
+}
+
+unsigned int Saturated(std::uint64_t sizeKiB) {
+    constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
+    return static_cast<unsigned int>(std::min(sizeKiB, largest));
 }
 
 } // namespace
@@ -30,7 +37,7 @@ StorageFigures CountStorage(pool::PoolImage const& image, store::HeldFiles const
             figures.untransferredNotInBuffer += poolSlotSizeKiB;
         } else {
             figures.buffer += poolSlotSizeKiB;
-            figures.untransferredInBuffer += held.inBuffer.contains(number) ? poolSlotSizeKiB : 0;
+            figures.untransferredInBuffer += held.inBuffer.contains(number) ? poolSlotSizeKiB : 0U;
         }
     }
     return figures;
@@ -39,7 +46,7 @@ StorageFigures CountStorage(pool::PoolImage const& image, store::HeldFiles const
 std::string DescribeStorage(StorageFigures const& figures) {
     std::ostringstream text;
     text << std::fixed << std::setprecision(1) << "total " << figures.total << " KiB";
-    auto const add = [&](char const* name, unsigned int sizeKiB) {
+    auto const add = [&](char const* name, std::uint64_t sizeKiB) {
         text << ", " << name << " " << sizeKiB << " KiB (" << Percentage(sizeKiB, figures.total)
              << " %)";
     };
@@ -51,11 +58,11 @@ std::string DescribeStorage(StorageFigures const& figures) {
 }
 
 std::vector<char> EncodeStorage(StorageFigures const& figures) {
-    UIntItem total(figures.total);
-    UIntItem buffer(figures.buffer);
-    UIntItem inBuffer(figures.untransferredInBuffer);
-    UIntItem notInBuffer(figures.untransferredNotInBuffer);
-    UIntItem free(figures.free);
+    UIntItem total(Saturated(figures.total));
+    UIntItem buffer(Saturated(figures.buffer));
+    UIntItem inBuffer(Saturated(figures.untransferredInBuffer));
+    UIntItem notInBuffer(Saturated(figures.untransferredNotInBuffer));
+    UIntItem free(Saturated(figures.free));
     return ipc::EncodeItems({&total, &buffer, &inBuffer, &notInBuffer, &free});
 }
 

@@ -9,12 +9,12 @@
 
 namespace workstation::service::subscribers {
 
-void StorageNotifier::NotifyNewSubscriber(std::string const& name) {
-    StorageFigures const storage = count_();
-    subscribers_.Notify(name, Subscription::storage, EncodeStorage(storage));
-    if (!notified_) {
-        notified_ = storage;
-    }
+void StorageNotifier::NotifyNewSubscriber(std::string const& name, Clock::time_point now) {
+    sent_.erase(name); // those were sent to an earlier subscriber with this name
+    auto const planned = next_;
+    next_ = planned > now ? planned : now + interval; // of the retry when counting fails
+    Send(name, count_());
+    next_ = planned;
 }
 
 void StorageNotifier::NotifyOfChanges(Clock::time_point now) {
@@ -26,10 +26,19 @@ void StorageNotifier::NotifyOfChanges(Clock::time_point now) {
     if (!storage) {
         return;
     }
-    if (storage != notified_) {
-        subscribers_.Notify(Subscription::storage, EncodeStorage(*storage));
+    auto const names = subscribers_.Names(Subscription::storage);
+    std::erase_if(sent_, [&](auto const& entry) { return !names.contains(entry.first); });
+    for (std::string const& name : names) {
+        auto const sent = sent_.find(name);
+        if (sent == sent_.end() || sent->second != *storage) {
+            Send(name, *storage);
+        }
     }
-    notified_ = storage;
+}
+
+void StorageNotifier::Send(std::string const& name, StorageFigures const& figures) {
+    subscribers_.Notify(name, Subscription::storage, EncodeStorage(figures));
+    sent_[name] = figures;
 }
 
 // Null when counting fails. The first failure in a row is logged.

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -11,8 +12,9 @@
 
 namespace workstation::service::subscribers {
 
-// A new subscriber is notified at once, all of them when the figures have changed, at most once a
-// second.
+// A new subscriber is notified at once, the others when the figures differ from those that they
+// were sent, at most once a second. A new subscriber for whom they could not be counted is notified
+// as soon as they can.
 class StorageNotifier {
 public:
     using Clock = std::chrono::steady_clock;
@@ -25,8 +27,8 @@ public:
         : subscribers_(subscribers)
         , count_(std::move(count)) {}
 
-    // Throws what `count` throws.
-    void NotifyNewSubscriber(std::string const& name);
+    // Throws what `count` throws. Then NotifyOfChanges tries again, at the earliest a second later.
+    void NotifyNewSubscriber(std::string const& name, Clock::time_point now);
     void NotifyOfChanges(Clock::time_point now);
 
     // The milliseconds until NotifyOfChanges has something to do; -1 while there is no subscriber.
@@ -34,10 +36,11 @@ public:
 
 private:
     std::optional<StorageFigures> TryToCount();
+    void Send(std::string const& name, StorageFigures const& figures);
 
     Subscribers& subscribers_;
     std::function<StorageFigures()> count_;
-    std::optional<StorageFigures> notified_; // the last figures that were sent to all
+    std::map<std::string, StorageFigures> sent_; // the last ones to each subscriber
     Clock::time_point next_{};
     bool hasFailed_ = false;
 };

@@ -48,6 +48,16 @@ bool Subscribers::Has(Subscription subscription) const {
     });
 }
 
+std::set<std::string> Subscribers::Names(Subscription subscription) const {
+    std::set<std::string> names;
+    for (auto const& [name, subscriber] : subscribers_) {
+        if (subscriber.messageIds.contains(subscription)) {
+            names.insert(name);
+        }
+    }
+    return names;
+}
+
 bool Subscribers::HasWaiting() const {
     return std::ranges::any_of(subscribers_,
                                [](auto const& entry) { return !entry.second.waiting.empty(); });

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,6 +46,9 @@ public:
     bool HasWaiting() const;
 
     bool Has(Subscription subscription) const;
+
+    // The endpoints with this subscription.
+    std::set<std::string> Names(Subscription subscription) const;
 
     // The number of subscriptions.
     std::size_t Count() const;

@@ -1,0 +1,65 @@
+-- An event database of version 1, as its service left it: finished recordings, one that was cut off,
+-- events.
+PRAGMA application_id = 1397573458;
+PRAGMA user_version = 1;
+PRAGMA foreign_keys=OFF;
+BEGIN TRANSACTION;
+CREATE TABLE file (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    file_number INTEGER NOT NULL CHECK (file_number >= 1),
+    stream INTEGER NOT NULL CHECK (stream BETWEEN 1 AND 4),
+    start_time INTEGER NOT NULL,
+    stop_time INTEGER NOT NULL CHECK (stop_time >= start_time),
+    first_tick INTEGER NOT NULL,
+    last_tick INTEGER NOT NULL,
+    size INTEGER NOT NULL DEFAULT 0,
+    finished INTEGER NOT NULL DEFAULT 0 CHECK (finished IN (0, 1)),
+    wiped INTEGER NOT NULL DEFAULT 0 CHECK (wiped IN (0, 1))
+) STRICT;
+INSERT INTO file VALUES(1,1,1,1795333459,1795333843,0,7689,98566144,1,0);
+INSERT INTO file VALUES(2,2,2,1795333459,1795333843,0,7689,98566144,1,0);
+INSERT INTO file VALUES(3,3,1,1795333843,1795333959,7690,10019,29853648,1,0);
+INSERT INTO file VALUES(4,4,2,1795333843,1795333959,7690,10019,29853648,1,0);
+INSERT INTO file VALUES(5,5,3,1795333465,1795333469,0,99,1271632,1,0);
+INSERT INTO file VALUES(6,6,4,1795333576,1795333576,0,0,0,0,0);
+CREATE TABLE event (
+    id INTEGER PRIMARY KEY,
+    reid TEXT NOT NULL UNIQUE,
+    start_time INTEGER NOT NULL,
+    stop_time INTEGER NOT NULL CHECK (stop_time >= start_time),
+    streams INTEGER NOT NULL CHECK (streams BETWEEN 1 AND 15),
+    tags_complete INTEGER NOT NULL DEFAULT 0 CHECK (tags_complete IN (0, 1)),
+    parent TEXT NOT NULL DEFAULT ''
+) STRICT;
+INSERT INTO event VALUES(1,'20261122-074419:b6e10bd1',1795333459,1795333958,7,1,'');
+INSERT INTO event VALUES(2,'20261122-075044:8f364acc',1795333844,1795333958,2,1,'');
+INSERT INTO event VALUES(3,'20261122-074419:9c4c967f',1795333459,1795333844,5,1,'');
+CREATE TABLE event_file (
+    event INTEGER NOT NULL REFERENCES event (id) ON DELETE CASCADE,
+    file INTEGER NOT NULL REFERENCES file (id),
+    PRIMARY KEY (event, file)
+) STRICT, WITHOUT ROWID;
+INSERT INTO event_file VALUES(1,1);
+INSERT INTO event_file VALUES(3,1);
+INSERT INTO event_file VALUES(1,2);
+INSERT INTO event_file VALUES(1,3);
+INSERT INTO event_file VALUES(3,3);
+INSERT INTO event_file VALUES(1,4);
+INSERT INTO event_file VALUES(2,4);
+INSERT INTO event_file VALUES(1,5);
+INSERT INTO event_file VALUES(3,5);
+CREATE TABLE tick_counter (
+    stream INTEGER PRIMARY KEY CHECK (stream BETWEEN 1 AND 4),
+    first INTEGER NOT NULL,
+    next INTEGER NOT NULL CHECK (next >= first)
+) STRICT;
+INSERT INTO tick_counter VALUES(1,10020,10020);
+INSERT INTO tick_counter VALUES(2,10020,10020);
+INSERT INTO tick_counter VALUES(3,100,100);
+INSERT INTO tick_counter VALUES(4,0,1200);
+DELETE FROM sqlite_sequence;
+INSERT INTO sqlite_sequence VALUES('file',6);
+CREATE UNIQUE INDEX file_in_slot ON file (file_number) WHERE wiped = 0;
+CREATE INDEX file_chain ON file (stream, wiped, id);
+CREATE INDEX event_of_file ON event_file (file);
+COMMIT;

@@ -1,0 +1,94 @@
+// Makes what recordings write durable.
+#include "service/ring/Flusher.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "Failure.h"
+#include "log/PlatformLog.h"
+#include "service/ring/FileBeingRecorded.h"
+
+namespace workstation::service::ring {
+
+Flusher::Flusher(pool::PoolImage const& image)
+    : pool_(image.OpenDescriptor(O_RDWR, pool::PoolName(image.Path()))) {}
+
+void Flusher::Start() {
+    thread_ = std::jthread([this](std::stop_token const& stop) { Run(stop); });
+}
+
+void Flusher::Add(FileBeingRecorded& file) {
+    std::lock_guard const lock(mutex_);
+    files_.push_back(&file);
+}
+
+void Flusher::Remove(FileBeingRecorded& file) {
+    std::lock_guard const lock(mutex_);
+    std::erase(files_, &file);
+}
+
+void Flusher::Flush() {
+    std::lock_guard const lock(mutex_);
+    FlushFiles();
+}
+
+void Flusher::Run(std::stop_token const& stop) {
+    std::unique_lock lock(mutex_);
+    while (!stop.stop_requested()) {
+        wake_.wait_for(lock, stop, period, [] { return false; });
+        FlushFiles();
+    }
+}
+
+void Flusher::FlushFiles() {
+    std::vector<FileBeingRecorded*> flushed;
+    for (FileBeingRecorded* const file : files_) {
+        if (file->BeginFlush()) {
+            flushed.push_back(file);
+        }
+    }
+    if (flushed.empty()) {
+        return;
+    }
+    try {
+        Sync();
+    } catch (Failure const& failure) {
+        std::size_t lost = 0;
+        for (FileBeingRecorded* const file : flushed) {
+            lost += file->FlushFailed();
+        }
+        LogFailure(failure.what(), lost);
+        return;
+    }
+    for (FileBeingRecorded* const file : flushed) {
+        file->EndFlush();
+    }
+    LogSuccess();
+}
+
+void Flusher::Sync() const {
+    if (fdatasync(pool_.Get()) != 0) {
+        throw SystemFailure("cannot make recordings durable");
+    }
+}
+
+void Flusher::LogFailure(char const* reason, std::size_t lost) {
+    lostBytes_ += lost;
+    if (!isFailing_) {
+        log::LogNotification(reason);
+    }
+    isFailing_ = true;
+}
+
+void Flusher::LogSuccess() {
+    if (isFailing_) {
+        log::LogNotification("recordings are durable again, " + std::to_string(lostBytes_) +
+                             " bytes were lost");
+    }
+    isFailing_ = false;
+    lostBytes_ = 0;
+}
+
+} // namespace workstation::service::ring

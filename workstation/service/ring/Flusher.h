@@ -1,0 +1,59 @@
+// Makes what recordings write durable.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "FileDescriptor.h"
+#include "pool/PoolImage.h"
+
+namespace workstation::service::ring {
+
+class FileBeingRecorded;
+
+// A flush serves the files of all streams. There are two a second, unless nothing was recorded:
+// what a loss of power takes is then younger than a second, also if the disk is slow. A flush that
+// fails is logged once, and again when flushing works.
+class Flusher {
+public:
+    // `image` outlives the object. Throws a Failure.
+    explicit Flusher(pool::PoolImage const& image);
+
+    Flusher(Flusher const&) = delete;
+    Flusher& operator=(Flusher const&) = delete;
+
+    // From now on flushes in a thread of its own, until the object is destroyed.
+    void Start();
+
+    // Files are in the care of the flusher from Add to Remove.
+    void Add(FileBeingRecorded& file);
+    void Remove(FileBeingRecorded& file);
+
+    static constexpr std::chrono::milliseconds period{500};
+
+    // Flushes at once. Returns when what was appended before is durable and stated, or when that
+    // failed.
+    void Flush();
+
+private:
+    void Run(std::stop_token const& stop);
+    void FlushFiles();
+    void Sync() const;
+    void LogFailure(char const* reason, std::size_t lost);
+    void LogSuccess();
+
+    FileDescriptor pool_;
+    std::mutex mutex_; // of what follows
+    std::condition_variable_any wake_;
+    std::vector<FileBeingRecorded*> files_;
+    std::uint64_t lostBytes_ = 0;
+    bool isFailing_ = false;
+    std::jthread thread_; // the last member: stops before the others are destroyed
+};
+
+} // namespace workstation::service::ring
