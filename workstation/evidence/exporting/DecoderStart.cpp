@@ -133,7 +133,7 @@ void BackwardSearch::TakePacket(Block& found, std::uint64_t offset, ts::TsPacket
 void BackwardSearch::Add(Block const& found) {
     if (found.lastTick && IsGap(*found.lastTick, earliestTick_)) {
         hasGap_ = true;
-        std::erase_if(marks_, [&](Mark const& mark) { return mark.place < earliest_; });
+        std::erase_if(marks_, [&](Mark const& mark) { return mark.place.IsBefore(earliest_); });
         return;
     }
     marks_.insert(marks_.end(), found.marks.rbegin(), found.marks.rend());
@@ -151,7 +151,7 @@ std::optional<ChainPlace> BackwardSearch::Start() const {
         std::find_if(point, marks_.end(), [](Mark const& mark) { return mark.pid == patPid; });
     // Without a tick before it, a gap may follow it.
     bool const isSure =
-        pat != marks_.end() && (earliest_ <= pat->place || end_ == ChainPlace{0, 0});
+        pat != marks_.end() && (!pat->place.IsBefore(earliest_) || end_ == ChainPlace{0, 0});
     return isSure ? std::optional(pat->place) : std::nullopt;
 }
 

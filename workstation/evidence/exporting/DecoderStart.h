@@ -15,7 +15,10 @@ struct ChainPlace {
     std::size_t link; // index in the chain
     std::uint64_t offset;
 
-    auto operator<=>(ChainPlace const&) const = default;
+    bool operator==(ChainPlace const&) const = default;
+    bool IsBefore(ChainPlace const& other) const {
+        return link != other.link ? link < other.link : offset < other.offset;
+    }
 };
 
 // Returns the last PAT packet at or before the last random access point at or before a tick of the

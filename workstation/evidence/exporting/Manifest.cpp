@@ -38,7 +38,7 @@ Json HeldToJson(SlotSummary const& summary) {
 
 // A name that is not UTF-8 would not come back from JSON as it was.
 std::string OutputToJson(std::string const& name, CopiedPieces const& copied) {
-    std::string const text =
+    std::string text =
         Json{{"name", name}, {"bytes", copied.summary.bytes}, {"sha256", copied.wholeHash}}.dump(
             -1, ' ', false, Json::error_handler_t::replace);
     if (Json::parse(text)["name"] != name) {

@@ -79,7 +79,7 @@ public:
     }
 
     std::string Hash(char const* member) const {
-        std::string const hash = Text(member);
+        std::string hash = Text(member);
         Require(hash.size() == 64 &&
                     hash.find_first_not_of("0123456789abcdef") == std::string::npos,
                 std::string("has no right ") + member);
