@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "Version.h"
 #include "support/ChildProcess.h"
 #include "support/Execute.h"
 #include "support/Files.h"
@@ -198,6 +199,10 @@ TEST_F(CommandLineTest, HelpIsStatus0) {
         EXPECT_NE(outcome.out.find("Usage: "), std::string::npos) << outcome.out;
         EXPECT_EQ(outcome.err, "");
     }
+}
+
+TEST_F(CommandLineTest, VersionIsStatus0) {
+    Expect(0, std::string("d2b ") + version + "\n", "", {"--version"});
 }
 
 } // namespace

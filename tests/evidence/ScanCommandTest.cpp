@@ -1,30 +1,20 @@
 // d2b scan: what it prints, its exit status, and that it changes nothing.
-#include <sys/stat.h>
-
 #include <cstdlib>
-#include <map>
 
 #include <nlohmann/json.hpp>
 
 #include <bitstream/mpeg/ts.h>
 
-#include "d2b/D2b.h"
+#include "CommandRun.h"
 #include "pool/PoolImage.h"
-#include "support/ChildProcess.h"
-#include "support/Execute.h"
 #include "support/Files.h"
+#include "support/Snapshot.h"
 #include "support/TestRoot.h"
 #include "ts/TestStream.h"
 
 using namespace workstation;
 
 namespace {
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
 
 // Two ticks with three packets after each; the second tick has the time 51.
 std::string Clip() {
@@ -51,11 +41,7 @@ protected:
     }
     ~ScanCommandTest() override { unsetenv("TZ"); }
 
-    void Load(int slot, std::string const& bytes) const {
-        auto const image = pool::PoolImage::Open(root_.Pool());
-        WriteBytes(root_.Pool(), bytes, image->SlotOffset(slot));
-        image->Set(slot, pool::EntryWord::length, static_cast<std::uint32_t>(bytes.size()));
-    }
+    void Load(int slot, std::string const& bytes) const { LoadSlot(root_.Pool(), slot, bytes); }
 
     // Writes over bytes of a slot.
     void Damage(int slot, std::size_t offset, std::string const& bytes) const {
@@ -63,16 +49,9 @@ protected:
         WriteBytes(root_.Pool(), bytes, image->SlotOffset(slot) + offset);
     }
 
-    static Outcome Scan(std::vector<std::string> const& arguments) {
-        std::vector<char const*> argv{"d2b", "scan"};
-        for (std::string const& argument : arguments) {
-            argv.push_back(argument.c_str());
-        }
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        int const status = d2b::RunD2b(static_cast<int>(argv.size()), argv.data());
-        std::string const out = testing::internal::GetCapturedStdout();
-        return {status, out, testing::internal::GetCapturedStderr()};
+    static Outcome Scan(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "scan");
+        return RunCommand(arguments);
     }
 
     static void Expect(int status, std::string const& out, std::string const& err,
@@ -176,12 +155,7 @@ TEST_F(ScanCommandTest, JsonIsWholeAndFitsItsSchema) {
                                      {"faults", 3}};
     EXPECT_EQ(nlohmann::json::parse(outcome.out), expected) << outcome.out;
 
-    std::string const document = root_.Path() + "/scan.json";
-    std::ofstream(document) << outcome.out;
-    ChildProcess validator([&] {
-        return Execute({"/usr/bin/python3", "-m", "jsonschema", "-i", document, SCAN_SCHEMA});
-    });
-    EXPECT_EQ(validator.Wait(), 0);
+    EXPECT_TRUE(FitsSchema(outcome.out, SCAN_SCHEMA));
 }
 
 TEST_F(ScanCommandTest, MapCoversTheImage) {
@@ -234,22 +208,6 @@ TEST_F(ScanCommandTest, WhatIsNoPoolOrNoSlotIsRefused) {
     EXPECT_EQ(Scan({"--progress", "--no-progress"}).status, 2);
     EXPECT_EQ(Scan({"one"}).status, 2);
     EXPECT_EQ(Scan({"--map", root_.Path() + "/missing/map"}).status, 1);
-}
-
-// Names, sizes and times of all files of the recorder.
-std::map<std::string, std::vector<std::int64_t>> Snapshot(std::string const& directory) {
-    std::map<std::string, std::vector<std::int64_t>> files;
-    std::vector<std::string> paths{directory};
-    for (auto const& entry : std::filesystem::recursive_directory_iterator(directory)) {
-        paths.push_back(entry.path());
-    }
-    for (std::string const& path : paths) {
-        struct stat status {};
-        EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
-        files[path] = {status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec,
-                       status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
-    }
-    return files;
 }
 
 // The header, the table of files and the start of the first slot.

@@ -1,12 +1,11 @@
 // What a scan finds in a slot: seeded damage, at places from a table.
 #include "evidence/SlotScan.h"
 
-#include <cerrno>
-#include <cstring>
 #include <random>
 
 #include <bitstream/mpeg/ts.h>
 
+#include "TestSlot.h"
 #include "ts/TestStream.h"
 
 using namespace workstation;
@@ -18,35 +17,6 @@ using testing::IsEmpty;
 namespace {
 
 constexpr std::size_t packetSize = ts::tsPacketSize;
-
-// The bytes of a slot in memory, of which some pages cannot be read.
-class TestSlot : public SlotReader {
-public:
-    explicit TestSlot(std::vector<unsigned char> bytes, std::vector<Range> bad = {})
-        : SlotReader(-1, 0, bytes.size())
-        , bytes_(std::move(bytes))
-        , bad_(std::move(bad)) {}
-
-protected:
-    long ReadOnce(unsigned char* bytes, std::uint64_t count, std::uint64_t offset) override {
-        std::uint64_t end = std::min<std::uint64_t>(offset + count, bytes_.size());
-        for (Range const& range : bad_) {
-            if (offset >= range.offset && offset < range.End()) {
-                errno = EIO;
-                return -1;
-            }
-            if (range.offset > offset) {
-                end = std::min(end, range.offset);
-            }
-        }
-        std::memcpy(bytes, bytes_.data() + offset, end - offset);
-        return static_cast<long>(end - offset);
-    }
-
-private:
-    std::vector<unsigned char> bytes_;
-    std::vector<Range> bad_;
-};
 
 struct Scanned {
     SlotSummary summary;

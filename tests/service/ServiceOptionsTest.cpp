@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include "Version.h"
+
 using namespace workstation::service;
 using testing::HasSubstr;
 using testing::internal::CaptureStderr;
@@ -56,6 +58,13 @@ TEST_F(ServiceOptionsTest, HelpIsOnStandardOutput) {
     EXPECT_EQ(status_, 0);
     EXPECT_THAT(out_, HasSubstr("--record STREAM=SOURCE"));
     EXPECT_THAT(out_, HasSubstr("STREAMMGR_ROOT"));
+    EXPECT_EQ(err_, "");
+}
+
+TEST_F(ServiceOptionsTest, VersionIsOnStandardOutput) {
+    Parse({"--version"});
+    EXPECT_EQ(status_, 0);
+    EXPECT_EQ(out_, std::string("StreamMgr ") + workstation::version + "\n");
     EXPECT_EQ(err_, "");
 }
 

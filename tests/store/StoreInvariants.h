@@ -18,11 +18,14 @@ inline std::string FirstText(Database const& database, std::string const& sql) {
         .value_or("");
 }
 
-inline void ExpectConsistent(std::string const& path) {
-    Database const database(path, Database::Mode::existing);
+inline void ExpectConsistent(Database const& database) {
     for (DatabaseInvariant const& invariant : databaseInvariants) {
         EXPECT_EQ(FirstText(database, invariant.query), "") << invariant.fault;
     }
+}
+
+inline void ExpectConsistent(std::string const& path) {
+    ExpectConsistent(Database(path, Database::Mode::existing));
 }
 
 } // namespace workstation::store

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Environment.h"
+#include "Version.h"
 #include "d2b/Commands.h"
 
 namespace workstation::d2b {
@@ -25,6 +26,7 @@ int Report(std::string const& problem, int status) {
 int RunD2b(int argc, char const* const* argv) {
     CLI::App tool("Works on the pool of the recorder in $STREAMMGR_ROOT.", "d2b");
     tool.footer(environmentHelp);
+    tool.set_version_flag("--version", std::string("d2b ") + version, "Prints the version");
     tool.require_subcommand(1);
     AddCreateCommand(tool);
     AddLoadCommand(tool);
@@ -38,9 +40,9 @@ int RunD2b(int argc, char const* const* argv) {
     } catch (CLI::RuntimeError const& ended) { // a command that has said everything itself
         return ended.get_exit_code();
     } catch (CLI::ParseError const& problem) {
-        bool const isHelp = problem.get_exit_code() == 0;
-        return isHelp ? tool.exit(problem)
-                      : Report(std::string(problem.what()) + " (see d2b --help)", misuse);
+        bool const isAnswer = problem.get_exit_code() == 0; // help or version
+        return isAnswer ? tool.exit(problem)
+                        : Report(std::string(problem.what()) + " (see d2b --help)", misuse);
     } catch (std::exception const& problem) {
         return Report(problem.what(), failed);
     }

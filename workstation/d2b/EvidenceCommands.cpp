@@ -4,6 +4,7 @@
 namespace workstation::d2b {
 
 void AddEvidenceCommands(CLI::App& tool) {
+    AddListCommand(tool);
     AddScanCommand(tool);
 }
 

@@ -9,11 +9,10 @@
 #include <vector>
 
 #include "Failure.h"
-#include "Root.h"
 #include "d2b/Commands.h"
+#include "d2b/EvidenceOptions.h"
 #include "evidence/DamageMap.h"
 #include "evidence/PoolScan.h"
-#include "evidence/Progress.h"
 #include "pool/PoolLayout.h"
 
 namespace workstation::d2b {
@@ -22,23 +21,13 @@ namespace {
 using evidence::PoolView;
 using evidence::Progress;
 
-constexpr int damageFound = 3;
-
 struct ScanOptions {
-    std::string pool;
+    PoolOptions pool;
     std::vector<int> slots;
     std::string map;
     bool json = false;
-    bool showProgress = false;
-    bool hideProgress = false;
+    ProgressOptions progress;
 };
-
-Progress::When WhenToShow(ScanOptions const& options) {
-    if (options.hideProgress) {
-        return Progress::When::never;
-    }
-    return options.showProgress ? Progress::When::always : Progress::When::onTerminal;
-}
 
 // Those asked for, or all that state a length; ascending, each once.
 std::vector<int> SlotsToScan(PoolView const& pool, std::vector<int> slots) {
@@ -64,10 +53,7 @@ std::vector<int> SlotsToScan(PoolView const& pool, std::vector<int> slots) {
 
 // Returns the exit status.
 int Scan(ScanOptions const& options) {
-    PoolView const pool(options.pool.empty() ? PoolPath() : options.pool);
-    for (std::string const& damage : pool.Damage()) {
-        std::cerr << "d2b: " << damage << "\n";
-    }
+    PoolView const pool = OpenPool(options.pool);
     auto const slots = SlotsToScan(pool, options.slots);
     std::uint64_t total = 0;
     for (int const slot : slots) {
@@ -81,7 +67,7 @@ int Scan(ScanOptions const& options) {
     }
     std::uint64_t faults = 0;
     {
-        Progress progress(total, WhenToShow(options));
+        Progress progress(total, WhenToShow(options.progress));
         faults = evidence::ScanPool(pool, slots,
                                     map ? static_cast<evidence::ScanReport&>(*map) : *report,
                                     [&](std::uint64_t bytes) { progress.Add(bytes); });
@@ -103,15 +89,12 @@ void AddScanCommand(CLI::App& tool) {
         tool.add_subcommand("scan", "Shows where stream files are damaged; changes nothing.");
     command->add_option("SLOT", options->slots,
                         "Numbers of stream files; all that hold data if none is given");
-    command->add_option("--pool", options->pool, "A pool image (unset: the recorder's)")
-        ->type_name("IMAGE");
+    AddPoolOption(*command, options->pool);
     command
         ->add_option("--map", options->map, "Writes a mapfile of the image, as GNU ddrescue does")
         ->type_name("FILE");
-    command->add_flag("--json", options->json, "Prints one JSON document");
-    auto* const show = command->add_flag("--progress", options->showProgress,
-                                         "Shows progress, also if standard error is no terminal");
-    command->add_flag("--no-progress", options->hideProgress, "Shows no progress")->excludes(show);
+    AddJsonOption(*command, options->json);
+    AddProgressOptions(*command, options->progress);
     command->callback([options] {
         if (int const status = Scan(*options)) {
             throw CLI::RuntimeError(status);

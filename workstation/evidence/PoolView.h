@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "FileDescriptor.h"
+#include "pool/PoolLayout.h"
 
 namespace workstation::evidence {
 
@@ -27,10 +29,22 @@ public:
     // The stated length of a slot in bytes, read now, at most the slot. 0 when it cannot be read.
     std::uint32_t Length(int slot) const;
 
+    // The bytes of the stated length that the image has: fewer where it is truncated.
+    std::uint32_t ReadableLength(int slot) const;
+
+    // The stream, from 1, whose recording writes the slot now; null when none does.
+    std::optional<unsigned int> StreamBeingRecorded(int slot) const;
+
+    // What is wrong with the table entry of a slot, in one line; null when nothing is.
+    std::optional<std::string> DamageOf(int slot) const;
+
     // What is wrong with the image as a whole, one line each; empty when nothing is.
     std::vector<std::string> const& Damage() const { return damage_; }
 
 private:
+    // Null when the image ends before the word.
+    std::optional<std::uint32_t> Word(int slot, pool::EntryWord word) const;
+
     std::string path_;
     FileDescriptor file_;
     std::uint64_t fileSize_ = 0;

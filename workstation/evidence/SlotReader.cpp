@@ -41,6 +41,14 @@ std::uint64_t SlotReader::ReadWhile(std::uint64_t offset, std::span<unsigned cha
     return done;
 }
 
+std::uint64_t SlotReader::NextData(std::uint64_t offset) const {
+    off_t const data = lseek(descriptor_, static_cast<off_t>(begin_ + offset), SEEK_DATA);
+    if (data < 0) {
+        return errno == ENXIO ? length_ : offset;
+    }
+    return static_cast<std::uint64_t>(data) - begin_;
+}
+
 void SlotReader::Read(std::uint64_t offset, std::span<unsigned char> bytes,
                       std::vector<Range>& unreadable) {
     std::uint64_t done = ReadWhile(offset, bytes);

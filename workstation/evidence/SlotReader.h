@@ -36,6 +36,10 @@ public:
     // appended to `unreadable`, to the page. The range lies within the stated length.
     void Read(std::uint64_t offset, std::span<unsigned char> bytes, std::vector<Range>& unreadable);
 
+    // Where the image has data at byte `offset` of the slot or later: beyond the stated length when
+    // it has a hole until there, which reads as zeros. It is `offset` where this is not known.
+    std::uint64_t NextData(std::uint64_t offset) const;
+
 protected:
     // One pread(2). Replaced by tests, for disks that fail.
     virtual long ReadOnce(unsigned char* bytes, std::uint64_t count, std::uint64_t fileOffset);

@@ -49,8 +49,12 @@ void LockForWriting(int descriptor, int fileNumber) {
 
 bool HasWriter(PoolImage const& image, int fileNumber) {
     FileDescriptor const file = OpenForLocks(image, fileNumber);
+    return file && HasWriter(file.Get(), fileNumber);
+}
+
+bool HasWriter(int descriptor, int fileNumber) {
     auto lock = LockOfEntry(fileNumber);
-    return file && fcntl(file.Get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    return fcntl(descriptor, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 bool ResetAbandonedController(PoolImage& image, int fileNumber) {

@@ -14,6 +14,10 @@ void LockForWriting(int descriptor, int fileNumber);
 // the image cannot be opened.
 bool HasWriter(PoolImage const& image, int fileNumber);
 
+// The same for an image that `descriptor` has open, if only for reading; false when the lock cannot
+// be looked at.
+bool HasWriter(int descriptor, int fileNumber);
+
 // Sets the write controller of a stream file back to 0 unless the file has a writer: its last one
 // died. Returns whether there was anything to reset; false also when the image cannot be opened.
 bool ResetAbandonedController(PoolImage& image, int fileNumber);

@@ -8,6 +8,7 @@
 
 #include "Environment.h"
 #include "Failure.h"
+#include "Version.h"
 #include "service/RecordOption.h"
 
 namespace workstation::service {
@@ -26,6 +27,7 @@ std::variant<ServiceOptions, int> ParseServiceOptions(int argc, char const* cons
                  "is told to quit.",
                  "StreamMgr");
     app.footer(environmentHelp);
+    app.set_version_flag("--version", std::string("StreamMgr ") + version, "print the version");
     std::vector<std::string> recordings;
     bool isFast = false;
     bool loops = false;
@@ -45,7 +47,7 @@ std::variant<ServiceOptions, int> ParseServiceOptions(int argc, char const* cons
         return options;
     } catch (CLI::ParseError const& error) {
         if (error.get_exit_code() == 0) {
-            return app.exit(error); // prints the help
+            return app.exit(error); // prints the help or the version
         }
         return Misuse(std::string(error.what()) + " (see StreamMgr --help)");
     } catch (Failure const& failure) {

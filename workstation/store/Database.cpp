@@ -30,10 +30,10 @@ bool IsSystemError(int code) {
 
 } // namespace
 
-Database::Database(std::string path, Mode mode)
-    : path_(std::move(path)) {
+Database::Database(std::string const& path, Mode mode, std::string shownPath)
+    : path_(std::move(shownPath)) {
     sqlite3* handle = nullptr;
-    int const code = sqlite3_open_v2(AsPlainPath(path_).c_str(), &handle, OpenFlags(mode), nullptr);
+    int const code = sqlite3_open_v2(AsPlainPath(path).c_str(), &handle, OpenFlags(mode), nullptr);
     handle_.reset(handle);
     if (!handle_) {
         throw std::bad_alloc();

@@ -20,8 +20,13 @@ public:
 
     // Opens the file for reading and writing. `create` makes a missing one. An empty file is an
     // empty database in both modes. The content is not checked.
-    Database(std::string path, Mode mode);
+    Database(std::string const& path, Mode mode)
+        : Database(path, mode, path) {}
 
+    // The same for a file that messages show as `shownPath`.
+    Database(std::string const& path, Mode mode, std::string shownPath);
+
+    // As messages show it.
     std::string const& Path() const { return path_; }
 
     // Runs statements that have no parameters, and ignores their rows.

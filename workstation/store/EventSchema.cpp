@@ -161,4 +161,13 @@ void PrepareEventDatabase(Database& database) {
     }
 }
 
+std::optional<std::int64_t> ReadableVersion(Database const& database) {
+    if (IsNew(database)) {
+        return std::nullopt;
+    }
+    CheckOrigin(database);
+    CheckContent(database);
+    return Version(database);
+}
+
 } // namespace workstation::store
