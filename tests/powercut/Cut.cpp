@@ -206,10 +206,10 @@ e2e::Outcome Cut::Run(e2e::Command const& command) {
             child.Signal(SIGKILL);
         }
     }
-    e2e::Outcome outcome = child.Finish();
+    e2e::Outcome const outcome = child.Finish();
     std::lock_guard const lock(runningMutex_);
     running_ = nullptr;
-    return outcome;
+    return isStriking_ ? e2e::Outcome{-SIGKILL, "", ""} : outcome;
 }
 
 // --- the cut ------------------------------------------------------------------------------------
@@ -219,9 +219,12 @@ Clock::time_point Cut::In(int fewestMs, int mostMs) {
     return Clock::now() + milliseconds(fewestMs + static_cast<int>(Random(range)));
 }
 
-// Nothing that happens from the first line on counts as recorded.
+// Nothing that happens from the first lines on counts, neither as recorded nor as answered: a file
+// system that is being stopped may report success for what it does not keep.
 void Cut::Strike() {
+    isStriking_ = true;
     cutTime_ = Clock::now();
+    logSize_ = std::filesystem::file_size(recorder.LogPath());
     if (GetParam() == Loss::power) {
         disk_->CutPower();
     }
@@ -237,6 +240,7 @@ void Cut::Strike() {
 
 void Cut::CutAt(Clock::time_point moment, std::function<void()> const& work) {
     isCut_ = false;
+    isStriking_ = false;
     ++cuts_;
     std::thread cutter([&] {
         std::this_thread::sleep_until(moment);
@@ -254,6 +258,7 @@ void Cut::CutAt(Clock::time_point moment, std::function<void()> const& work) {
     NoteLog();
     Remount();
     isCut_ = false;
+    isStriking_ = false;
 }
 
 void Cut::CutAt(Clock::time_point moment) {
@@ -270,7 +275,7 @@ void Cut::Remount() {
 
 // The log is on another disk. The service writes there what it has done.
 void Cut::NoteLog() {
-    std::string const log = recorder.Log();
+    std::string const log = recorder.Log().substr(0, logSize_);
     for (auto const& reid : Matches(log, "deleted event " + reidPattern)) {
         expected.deleted.insert(reid);
     }

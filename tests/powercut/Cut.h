@@ -77,6 +77,9 @@ protected:
 
     // Runs a program; it is killed when the power goes.
     e2e::Outcome Run(e2e::Command const& command);
+    // Whether the cut has begun: an answer does not count any more, and a tool gives none.
+    bool IsStriking() const { return isStriking_; }
+
     e2e::Outcome Tool(e2e::Words const& words) { return Run(recorder.ToolCommand(words)); }
     e2e::Outcome PoolTool(e2e::Words const& words) { return Run(recorder.PoolToolCommand(words)); }
 
@@ -119,7 +122,9 @@ private:
     std::unique_ptr<e2e::Child> subscriber_;
     std::mutex runningMutex_;
     e2e::Child* running_ = nullptr;
+    std::atomic<bool> isStriking_ = false;
     std::atomic<bool> isCut_ = false;
+    std::uintmax_t logSize_ = 0; // in bytes, when the cut began
     Clock::time_point cutTime_;
     Findings findings_;
     long restartMs_ = 0;

@@ -159,8 +159,8 @@ TEST_F(PoolTargetTest, GoesOnInTheOldestFileAtTheEndOfASlot) {
     ASSERT_THAT(chain, SizeIs(2));
     EXPECT_EQ(chain[0], (store::RecordedFile{chain[0].id, 1, 1, 1002, 2000, 2, 1000,
                                              pool::poolSlotSize, true, false}));
-    // No tick of its own: the last one before it stands in.
-    EXPECT_EQ(chain[1], (store::RecordedFile{chain[1].id, 2, 1, 2000, 2000, 1000, 1000, blockSize,
+    // No tick of its own: the one that would come next stands in.
+    EXPECT_EQ(chain[1], (store::RecordedFile{chain[1].id, 2, 1, 2000, 2000, 1001, 1001, blockSize,
                                              true, false}));
 }
 

@@ -33,11 +33,10 @@ std::size_t FileBeingRecorded::Room() const {
 }
 
 void FileBeingRecorded::Append(std::span<unsigned char const> packets,
-                               std::optional<TickRange> const& ticks,
-                               recording::TickStamp inForce) {
+                               std::optional<TickRange> const& ticks, recording::TickStamp next) {
     if (!link_) {
-        inForce_ = inForce;
-        BeginLink(ticks ? ticks->first : inForce);
+        standIn_ = next;
+        BeginLink(ticks ? ticks->first : next);
     }
     if (ticks && !hasTick_) {
         CorrectFirstTick(ticks->first.tick);
@@ -97,7 +96,7 @@ void FileBeingRecorded::Finish() {
     flusher_.Flush();
     SlotContents const contents = StatedContents();
     image_.SyncTable(); // before the database says that the file is finished
-    TickRange const ticks = contents.ticks.value_or(TickRange{inForce_, inForce_});
+    TickRange const ticks = contents.ticks.value_or(TickRange{standIn_, standIn_});
     CorrectFirstTick(ticks.first.tick);
     store_.FinishFile(*link_, static_cast<unsigned int>(contents.size), ticks.last.time,
                       ticks.last.tick);

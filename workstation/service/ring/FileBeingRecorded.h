@@ -34,11 +34,11 @@ public:
     // How many bytes fit into the file.
     std::size_t Room() const;
 
-    // Appends packets, for which there is room. `ticks` are those among them. `inForce` is the last
-    // tick of the stream before them: it stands in for the file's own ticks while there are none.
+    // Appends packets, for which there is room. `ticks` are those among them. `next` is the
+    // tick that would come next before them: it stands in for the file's own while there is none.
     // Throws a Failure; can then be repeated.
     void Append(std::span<unsigned char const> packets, std::optional<TickRange> const& ticks,
-                recording::TickStamp inForce);
+                recording::TickStamp next);
 
     // The recording into this file has ended: flushes it. Throws a Failure; can then be repeated.
     void Finish();
@@ -71,7 +71,7 @@ private:
     Flusher& flusher_;
 
     std::optional<std::int64_t> link_; // in the chain of the stream; null before the first write
-    recording::TickStamp inForce_{};   // when the first packets were appended
+    recording::TickStamp standIn_{};   // for the ticks of a file that has none
     bool hasTick_ = false;             // a tick of its own has come
     std::uint32_t knownFirstTick_ = 0; // to the database
 

@@ -30,15 +30,19 @@ std::unique_ptr<FileBeingRecorded> FileChainWriter::TakeFile() const {
     return retry_.Insist("take a stream file", [&] { return files_.Take(stream_); });
 }
 
-// A recording begins with a tick: the first file needs no other in force.
 void FileChainWriter::WriteSlot(std::span<unsigned char const> packets,
                                 std::optional<TickRange> const& ticks) {
-    retry_.Insist("record into " + pool::StreamFileName(file_->Number()), [&] {
-        file_->Append(packets, ticks, lastTick_.value_or(recording::TickStamp{}));
-    });
+    retry_.Insist("record into " + pool::StreamFileName(file_->Number()),
+                  [&] { file_->Append(packets, ticks, NextTick()); });
     if (ticks) {
         lastTick_ = ticks->last;
     }
+}
+
+// A recording begins with a tick: its first file needs no other.
+recording::TickStamp FileChainWriter::NextTick() const {
+    return lastTick_ ? recording::TickStamp{lastTick_->tick + 1, lastTick_->time}
+                     : recording::TickStamp{};
 }
 
 void FileChainWriter::CloseSlot() {

@@ -30,6 +30,7 @@ public:
     void AbandonFile();
 
 private:
+    recording::TickStamp NextTick() const;
     std::unique_ptr<FileBeingRecorded> TakeFile() const;
 
     int stream_;
