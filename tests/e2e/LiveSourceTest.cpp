@@ -1,8 +1,11 @@
 // Live sources that go and come back, as the service records them.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
+#include <algorithm>
 #include <csignal>
 
 #include "Events.h"
@@ -11,7 +14,7 @@
 namespace e2e {
 namespace {
 
-namespace fs = std::filesystem;
+using workstation::FileDescriptor;
 
 // The clip in two halves of whole packets.
 std::string FirstHalf() {
@@ -30,7 +33,7 @@ protected:
     }
     // Writes all of it as one writer, which then goes.
     static void WriteTo(std::string const& fifo, std::string const& text) {
-        workstation::FileDescriptor const writer(open(fifo.c_str(), O_WRONLY | O_CLOEXEC));
+        FileDescriptor const writer(open(fifo.c_str(), O_WRONLY | O_CLOEXEC));
         for (std::size_t done = 0; done < text.size();) {
             ssize_t const size = write(writer.Get(), text.data() + done, text.size() - done);
             ASSERT_GT(size, 0);
@@ -93,6 +96,83 @@ TEST_F(LiveSource, FifoThatNoProcessWritesDoesNotDelayTheEnd) {
     EXPECT_EQ(ServiceLog(), "started with a pool of 1 files\n"
                             "told to quit by signal: Terminated\n"
                             "stopped\n");
+}
+
+// --- commands ------------------------------------------------------------------------------------
+
+TEST_F(LiveSource, CommandThatEndsIsBegunAgainIntoTheSameFile) {
+    recorder.CreatePool(3);
+    recorder.StartService({"--record", "1=exec:cat " CLIP_PATH});
+    std::string const gone =
+        "stream 1: exec:cat is gone: it has ended with status 0; trying again\n";
+    ASSERT_TRUE(recorder.Logs(gone, 2));
+    EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
+    EXPECT_EQ(ServiceLog(), "started with a pool of 3 files\n"
+                            "stream 1: recording REID started\n"
+                            "stream 1: recording into stream file 1\n" +
+                                gone + "stream 1: exec:cat is back\n" + gone +
+                                "told to quit by signal: Terminated\n"
+                                "stream 1: recording REID stopped\n"
+                                "stopped\n");
+    std::string const stream = Extract(1);
+    EXPECT_TRUE(WithoutTicks(stream) == Clip() + Clip());
+    EXPECT_EQ(Numbers(TicksIn(stream)), NumbersFrom(0, TicksIn(stream).size()));
+}
+
+TEST_F(LiveSource, LastWordsOfACommandAreLoggedAndItsSecretIsNot) {
+    recorder.CreatePool(1);
+    recorder.StartService(
+        {"--record", "1=exec:PASSWORD=hunter22; echo \"no $PASSWORD\" >&2; exit 5"});
+    ASSERT_TRUE(recorder.Logs("trying again"));
+    EXPECT_EQ(recorder.StopService(SIGTERM), (Outcome{0, "StreamMgr: ready\n", ""}));
+    EXPECT_EQ(ServiceLog(), "started with a pool of 1 files\n"
+                            "stream 1: exec:sh: no ***\n"
+                            "stream 1: exec:sh is gone: it has ended with status 5; trying again\n"
+                            "told to quit by signal: Terminated\n"
+                            "stopped\n");
+}
+
+// A command that ignores SIGTERM, and a process that it started in a session of its own.
+class StubbornCommand : public LiveSource {
+protected:
+    void SetUp() override {
+        recorder.CreatePool(1);
+        std::string const pids = MakeFifo("pids");
+        FileDescriptor const reader(open(pids.c_str(), O_RDWR | O_CLOEXEC)); // never at its end
+        recorder.StartService({"--record", "1=exec:trap '' TERM; cat " CLIP_PATH "; echo $$ >" +
+                                               pids + "; setsid sh -c 'echo $$ >" + pids +
+                                               "; exec sleep 1000'"});
+        for (int count = 0; count < 2; ++count) {
+            pid_t const pid = std::stoi(ReadLine(reader));
+            processes.emplace_back(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+            ASSERT_TRUE(processes.back()) << pid;
+        }
+    }
+    static std::string ReadLine(FileDescriptor const& reader) {
+        std::string line;
+        for (char character = ' '; character != '\n'; line += character) {
+            EXPECT_EQ(read(reader.Get(), &character, 1), 1);
+        }
+        return line;
+    }
+    void CheckEnded(int timeoutMs) const {
+        for (auto const& process : processes) {
+            pollfd ended{process.Get(), POLLIN, 0};
+            EXPECT_EQ(poll(&ended, 1, timeoutMs), 1);
+        }
+    }
+
+    std::vector<FileDescriptor> processes;
+};
+
+TEST_F(StubbornCommand, HasEndedWhenTheServiceHasEnded) {
+    EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
+    CheckEnded(0);
+}
+
+TEST_F(StubbornCommand, EndsWhenTheServiceIsKilled) {
+    recorder.StopService(SIGKILL);
+    CheckEnded(static_cast<int>(std::chrono::milliseconds(patience).count()));
 }
 
 } // namespace

@@ -32,8 +32,9 @@ std::variant<ServiceOptions, int> ParseServiceOptions(int argc, char const* cons
     bool isFast = false;
     bool loops = false;
     app.add_option("--record", recordings,
-                   "record a transport stream into stream 1 to 4: from a file, in real time, or "
-                   "from standard input (-), as it comes")
+                   "record a transport stream into stream 1 to 4: from a file, in real time; as it "
+                   "comes, from standard input (-), a FIFO, a device, or a command "
+                   "(exec:COMMAND), which are begun again when they end")
         ->type_name("STREAM=SOURCE");
     app.add_flag("--fast", isFast, "read all files as fast as they can be read");
     app.add_flag("--loop", loops, "read all files again and again");

@@ -172,6 +172,14 @@ TEST_F(LiveRecordingTest, SourceThatNeverComesBeginsNoRecording) {
     EXPECT_EQ(ticks_.Reservations(), 0);
 }
 
+TEST_F(LiveRecordingTest, LastWordsAreReportedOnceBeforeTheSourceIsGone) {
+    source_.Prints({"no route", "giving up"});
+    source_.Ends({}).Ends({}).FallsSilent({});
+    Record();
+    EXPECT_EQ(lines_, Lines({"stream 2: '/dev/camera': no route",
+                             "stream 2: '/dev/camera': giving up", Gone("it has ended")}));
+}
+
 TEST_F(LiveRecordingTest, CutPacketsAroundAGapAreLeftOut) {
     Bytes const whole = TimedPackets(30);
     Bytes cutAtEnd = whole;

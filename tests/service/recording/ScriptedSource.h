@@ -35,7 +35,11 @@ public:
     // When it was begun, counted from the start of the clock.
     std::vector<std::chrono::milliseconds> const& Beginnings() const { return beginnings_; }
 
+    // What it prints before it ends each time.
+    void Prints(std::vector<std::string> words) { words_ = std::move(words); }
+
     Kind GetKind() const override { return Kind::live; }
+    std::vector<std::string> LastWords() const override { return words_; }
 
     void Begin() override {
         beginnings_.push_back(
@@ -102,6 +106,7 @@ private:
     workstation::service::recording::StopEvent& stop_;
     std::deque<Beginning> script_;
     std::vector<std::chrono::milliseconds> beginnings_;
+    std::vector<std::string> words_;
     bool hasBegun_ = false;
 };
 

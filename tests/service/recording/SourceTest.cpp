@@ -95,6 +95,21 @@ TEST_F(SourceTest, StandardInputIsTakenAsItComesWhateverItIs) {
     EXPECT_EQ(ReadOutcome(*source), Outcome::end);
 }
 
+// As a shell passes the output of a command: no second writer can come.
+TEST_F(SourceTest, DescriptorOfTheServiceIsTakenAsItComesAndNotPassedOn) {
+    FileDescriptor const file(open(directory_.Write("clip.ts", "abc").c_str(), O_RDONLY));
+    auto const source = Open("/dev/fd/" + std::to_string(file.Get()));
+    EXPECT_EQ(source->GetKind(), Kind::input);
+    EXPECT_EQ(fcntl(file.Get(), F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(Read(*source), "abc");
+    EXPECT_EQ(ReadOutcome(*source), Outcome::end);
+}
+
+TEST_F(SourceTest, DescriptorThatIsNotOpenIsRefused) {
+    EXPECT_EQ(FailureOf([this] { Open("/dev/fd/12345"); }), "Bad file descriptor");
+    EXPECT_EQ(FailureOf([this] { Open("/dev/fd/x"); }), "No such file or directory");
+}
+
 TEST_F(SourceTest, SetStopGoesBeforeBytes) {
     auto const source = Open("/dev/zero");
     stop_.Set();

@@ -14,18 +14,21 @@ void Absence::HasPackets(Time now) {
     }
 }
 
-std::chrono::seconds Absence::Gone(std::string const& reason) {
-    Report(reason);
+std::chrono::seconds Absence::Gone(std::string const& reason, Words const& lastWords) {
+    Report(reason, lastWords);
     return std::exchange(wait_, std::min(2 * wait_, longestWait));
 }
 
-void Absence::Silent() {
-    Report("no packet for " + std::to_string(longestSilence.count()) + " s");
+void Absence::Silent(Words const& lastWords) {
+    Report("no packet for " + std::to_string(longestSilence.count()) + " s", lastWords);
 }
 
-void Absence::Report(std::string const& reason) {
+void Absence::Report(std::string const& reason, Words const& lastWords) {
     if (!isGone_) {
         isGone_ = true;
+        for (std::string const& words : lastWords) {
+            report_(name_ + ": " + words);
+        }
         report_(name_ + " is gone: " + reason + "; trying again");
     }
 }

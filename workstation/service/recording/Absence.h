@@ -4,16 +4,18 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "service/recording/RecordingClock.h"
 
 namespace workstation::service::recording {
 
-// One line when the source goes and one when its packets come again, however often it is begun
-// meanwhile.
+// One line when the source goes, after its last words, and one when its packets come again, however
+// often it is begun meanwhile.
 class Absence {
 public:
     using Time = RecordingClock::Time;
+    using Words = std::vector<std::string>;
 
     // A source without a packet for so long is gone, even if it delivers other bytes.
     static constexpr std::chrono::seconds longestSilence{10};
@@ -34,16 +36,16 @@ public:
 
     // The source has ended or failed. Returns how long to wait before it is begun again: 1 s at
     // first, then twice as long each time up to 8 s, and 1 s again after packets.
-    std::chrono::seconds Gone(std::string const& reason);
+    std::chrono::seconds Gone(std::string const& reason, Words const& lastWords);
 
     // The source is silent. It is begun again at once: it has been waited for already.
-    void Silent();
+    void Silent(Words const& lastWords);
 
 private:
     static constexpr std::chrono::seconds shortestWait{1};
     static constexpr std::chrono::seconds longestWait{8};
 
-    void Report(std::string const& reason);
+    void Report(std::string const& reason, Words const& lastWords);
 
     std::string name_;
     std::function<void(std::string const&)> report_;

@@ -1,16 +1,18 @@
-// Standard input as the source of a recording.
+// Standard input, or another open descriptor, as the source of a recording.
 #pragma once
 
 #include "service/recording/DescriptorReader.h"
 
 namespace workstation::service::recording {
 
-// Live whatever it is, also a file. It cannot be opened again, so it is begun once.
+// Live whatever it is, also a file. Once its writers have gone no others can come, so it is begun
+// once.
 class InputSource : public Source {
 public:
-    // `stop` ends every wait and outlives the source.
-    explicit InputSource(StopEvent const& stop)
-        : stop_(stop) {}
+    // `input` is open when the source is begun. `stop` ends every wait and outlives the source.
+    InputSource(int input, StopEvent const& stop)
+        : input_(input)
+        , stop_(stop) {}
 
     Kind GetKind() const override { return Kind::input; }
     void Begin() override;
@@ -19,6 +21,7 @@ public:
     }
 
 private:
+    int input_;
     StopEvent const& stop_;
     FileDescriptor descriptor_;
 };

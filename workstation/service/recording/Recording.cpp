@@ -90,9 +90,9 @@ void Recording::RecordLive(Source& source) {
             return;
         }
         if (ending.cause == Ending::Cause::silence) {
-            absence_.Silent();
+            absence_.Silent(source.LastWords());
         } else {
-            WaitUntil(clock_.Now() + absence_.Gone(ending.reason));
+            WaitUntil(clock_.Now() + absence_.Gone(ending.reason, source.LastWords()));
         }
         writer_.SourceRestarts();
     }

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace workstation::service::recording {
 
@@ -34,6 +36,9 @@ public:
     // and reads what is there, at most as much as there is room for. Reads nothing once the
     // recording is to stop. To be called after Begin. Throws a Failure as Begin does.
     virtual Result Read(std::span<unsigned char> room, int timeoutMs) = 0;
+
+    // What a live source printed last, a line each, since it was begun. Contains nothing secret.
+    virtual std::vector<std::string> LastWords() const { return {}; }
 };
 
 } // namespace workstation::service::recording

@@ -2,10 +2,19 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace workstation::service::recording {
 
-// A path in quotes; "standard input" for "-".
+// What the argument of --record begins with when the source is a command.
+constexpr std::string_view execPrefix = "exec:";
+
+// A path in quotes; "standard input" for "-"; "exec:" and the name of the program for a command,
+// which may contain a password.
 std::string SourceName(std::string const& source);
+
+// The name of the program that a command begins with; "sh" when it begins with anything else, such
+// as an assignment.
+std::string ProgramName(std::string_view command);
 
 } // namespace workstation::service::recording
