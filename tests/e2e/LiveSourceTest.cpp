@@ -1,7 +1,9 @@
 // Live sources that go and come back, as the service records them.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
@@ -173,6 +175,92 @@ TEST_F(StubbornCommand, HasEndedWhenTheServiceHasEnded) {
 TEST_F(StubbornCommand, EndsWhenTheServiceIsKilled) {
     recorder.StopService(SIGKILL);
     CheckEnded(static_cast<int>(std::chrono::milliseconds(patience).count()));
+}
+
+// --- datagrams -----------------------------------------------------------------------------------
+
+// Sends datagrams with RTP headers to a port of this machine.
+class RtpSender {
+public:
+    RtpSender()
+        : socket_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in any{};
+        any.sin_family = AF_INET;
+        any.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        FileDescriptor const probe(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        socklen_t size = sizeof any;
+        EXPECT_EQ(bind(probe.Get(), reinterpret_cast<sockaddr const*>(&any), size), 0);
+        EXPECT_EQ(getsockname(probe.Get(), reinterpret_cast<sockaddr*>(&any), &size), 0);
+        port_ = ntohs(any.sin_port);
+        EXPECT_EQ(connect(socket_.Get(), reinterpret_cast<sockaddr const*>(&any), size), 0);
+    }
+
+    // That no other process used a moment ago.
+    std::string Source() const { return "udp://127.0.0.1:" + std::to_string(port_); }
+
+    void Send(int number, std::string const& payload) const {
+        std::string datagram(12, '\0');
+        datagram[0] = '\x80';
+        datagram[2] = static_cast<char>(number >> 8);
+        datagram[3] = static_cast<char>(number);
+        datagram += payload;
+        EXPECT_EQ(send(socket_.Get(), datagram.data(), datagram.size(), 0),
+                  static_cast<ssize_t>(datagram.size()));
+    }
+    void SendNoise() const { EXPECT_EQ(send(socket_.Get(), "noise", 5, 0), 5); }
+
+private:
+    FileDescriptor socket_;
+    int port_ = 0;
+};
+
+// Of 100 datagrams of the clip, each tenth is lost, the others come in pairs that are exchanged,
+// each of them twice and with noise between them. After ten seconds of silence others come.
+TEST_F(LiveSource, DatagramsAreRecordedInOrderAndOnceAndGoOnAfterASilence) {
+    constexpr int count = 100;
+    constexpr std::size_t size = 7 * packetSize;
+    auto const payload = [clip = Clip()](int number) {
+        return clip.substr(static_cast<std::size_t>(number) * size, size);
+    };
+    RtpSender const sender;
+    recorder.CreatePool(1);
+    recorder.StartService({"--record", "1=" + sender.Source()});
+    std::string expected;
+    auto const sendAll = [&](int first) {
+        for (int number = first; number < first + count; number += 2) {
+            for (int const one : {number + 1, number}) {
+                if (one % 10 != 4) {
+                    sender.Send(one, payload(one));
+                    sender.Send(one, payload(one));
+                    sender.SendNoise();
+                }
+            }
+        }
+        for (int number = first; number < first + count; ++number) {
+            expected += number % 10 != 4 ? payload(number) : "";
+        }
+    };
+    sender.Send(0, payload(0)); // the first number begins the order
+    sendAll(0);
+    std::string const name = "stream 1: " + sender.Source() + ' ';
+    std::string const gone = name + "is gone: no packet for 10 s; trying again\n";
+    ASSERT_TRUE(recorder.Logs(gone));
+    sendAll(count);
+    ASSERT_TRUE(recorder.Logs(name + "is back\n"));
+    ASSERT_TRUE(recorder.Logs(gone, 2));
+    EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
+    std::string const stream = Extract(1);
+    EXPECT_TRUE(WithoutTicks(stream) == expected);
+    EXPECT_EQ(Numbers(TicksIn(stream)), NumbersFrom(0, TicksIn(stream).size()));
+    std::string const log = Replaced(ServiceLog(), "sync, [0-9]+ bytes", "sync, N bytes");
+    EXPECT_EQ(log, "started with a pool of 1 files\n"
+                   "stream 1: recording REID started\n"
+                   "stream 1: found sync, N bytes dropped\n"
+                   "stream 1: recording into stream file 1\n" +
+                       gone + name + "is back\n" + gone +
+                       "told to quit by signal: Terminated\n"
+                       "stream 1: recording REID stopped\n"
+                       "stopped\n");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include "Failure.h"
 #include "service/recording/SourceName.h"
+#include "service/recording/UdpAddress.h"
 
 namespace workstation::service {
 namespace {
@@ -37,6 +38,9 @@ RecordingSettings ParseRecordOption(std::string const& text) {
     std::string const source = text.substr(equals + 1);
     if (source.empty() || source == recording::execPrefix) {
         throw Invalid("'" + text + "': the source is missing");
+    }
+    if (source.starts_with(recording::udpPrefix) && !recording::ParseUdpAddress(source)) {
+        throw Invalid("'" + text + "': not udp://ADDRESS:PORT with an address in numbers");
     }
     return {text[0] - '0', source};
 }

@@ -33,8 +33,9 @@ std::variant<ServiceOptions, int> ParseServiceOptions(int argc, char const* cons
     bool loops = false;
     app.add_option("--record", recordings,
                    "record a transport stream into stream 1 to 4: from a file, in real time; as it "
-                   "comes, from standard input (-), a FIFO, a device, or a command "
-                   "(exec:COMMAND), which are begun again when they end")
+                   "comes, from standard input (-), a FIFO, a device, a command "
+                   "(exec:COMMAND) or UDP datagrams (udp://ADDRESS:PORT); the last four are "
+                   "begun again when they end")
         ->type_name("STREAM=SOURCE");
     app.add_flag("--fast", isFast, "read all files as fast as they can be read");
     app.add_flag("--loop", loops, "read all files again and again");

@@ -160,7 +160,7 @@ bool Recording::IsSilent(Source const& source) const {
 void Recording::Take(Source const& source, PacketAssembler& assembler) {
     bool const isFile = source.GetKind() == Source::Kind::file;
     TakePackets(assembler, isFile && !settings_.isFast);
-    WatchSync(assembler);
+    WatchSync(source, assembler);
     bool const staysAway = source.GetKind() != Source::Kind::live;
     if (staysAway && assembler.EndedInPacket() && !reportedEndInPacket_) {
         reportedEndInPacket_ = true;
@@ -220,8 +220,8 @@ int Recording::WaitMs(Source const& source) const {
     return std::max(static_cast<int>(left.count()), 0);
 }
 
-void Recording::WatchSync(PacketAssembler const& assembler) {
-    auto const counts = earlier_ + assembler.Counts();
+void Recording::WatchSync(Source const& source, PacketAssembler const& assembler) {
+    auto const counts = earlier_ + assembler.Counts() + SyncCounts{0, source.DroppedBytes(), 0};
     syncReport_.Update(counts, assembler.InSync(), clock_.Now());
     if (assembler.InSync()) {
         droppedWhenInSync_ = counts.droppedBytes;

@@ -58,7 +58,7 @@ private:
     void WaitUntil(RecordingClock::Time due);
     void FlushWhenDue();
     int WaitMs(Source const& source) const;
-    void WatchSync(PacketAssembler const& assembler);
+    void WatchSync(Source const& source, PacketAssembler const& assembler);
     void ReportEnd();
 
     RecordingSettings settings_;

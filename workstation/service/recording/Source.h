@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
@@ -36,6 +37,9 @@ public:
     // and reads what is there, at most as much as there is room for. Reads nothing once the
     // recording is to stop. To be called after Begin. Throws a Failure as Begin does.
     virtual Result Read(std::span<unsigned char> room, int timeoutMs) = 0;
+
+    // How many bytes of all that came were no packets and have not been delivered.
+    virtual std::uint64_t DroppedBytes() const { return 0; }
 
     // What a live source printed last, a line each, since it was begun. Contains nothing secret.
     virtual std::vector<std::string> LastWords() const { return {}; }

@@ -14,6 +14,7 @@
 #include "service/recording/PipeSource.h"
 #include "service/recording/SourceFailure.h"
 #include "service/recording/SourceName.h"
+#include "service/recording/UdpSource.h"
 
 namespace workstation::service::recording {
 
@@ -40,6 +41,9 @@ std::unique_ptr<Source> MakeSource(std::string const& source, StopEvent const& s
     }
     if (source.starts_with(execPrefix)) {
         return std::make_unique<ExecSource>(source.substr(execPrefix.size()), stop);
+    }
+    if (auto const address = ParseUdpAddress(source)) {
+        return std::make_unique<UdpSource>(*address, stop);
     }
     if (auto const descriptor = InheritedDescriptor(source)) {
         return std::make_unique<InputSource>(*descriptor, stop);

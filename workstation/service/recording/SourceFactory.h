@@ -10,8 +10,9 @@
 namespace workstation::service::recording {
 
 // "-" is standard input, "/dev/fd/NUMBER" a descriptor that the service was started with,
-// "exec:COMMAND" a command, anything else a path. `stop` ends every wait and
-// outlives the source. Throws a Failure with the reason alone when there is no such source.
+// "exec:COMMAND" a command, "udp://ADDRESS:PORT" UDP datagrams, anything else a path. `stop` ends
+// every wait and outlives the source. Throws a Failure with the reason alone when there is no such
+// source.
 std::unique_ptr<Source> MakeSource(std::string const& source, StopEvent const& stop);
 
 } // namespace workstation::service::recording

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "service/recording/UdpAddress.h"
+
 namespace workstation::service::recording {
 namespace {
 
@@ -30,6 +32,9 @@ std::string SourceName(std::string const& source) {
     }
     if (source.starts_with(execPrefix)) {
         return std::string(execPrefix) + ProgramName(source.substr(execPrefix.size()));
+    }
+    if (source.starts_with(udpPrefix)) {
+        return source;
     }
     return "'" + source + "'";
 }

@@ -10,7 +10,7 @@ namespace workstation::service::recording {
 constexpr std::string_view execPrefix = "exec:";
 
 // A path in quotes; "standard input" for "-"; "exec:" and the name of the program for a command,
-// which may contain a password.
+// which may contain a password; a valid UDP address as it is.
 std::string SourceName(std::string const& source);
 
 // The name of the program that a command begins with; "sh" when it begins with anything else, such
