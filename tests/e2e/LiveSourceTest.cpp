@@ -16,6 +16,7 @@
 namespace e2e {
 namespace {
 
+namespace fs = std::filesystem;
 using workstation::FileDescriptor;
 
 // The clip in two halves of whole packets.
@@ -132,6 +133,20 @@ TEST_F(LiveSource, LastWordsOfACommandAreLoggedAndItsSecretIsNot) {
                             "stream 1: exec:sh is gone: it has ended with status 5; trying again\n"
                             "told to quit by signal: Terminated\n"
                             "stopped\n");
+}
+
+TEST_F(LiveSource, MayBeNamedInAFileThatKeepsItFromTheListOfProcesses) {
+    recorder.CreatePool(1);
+    fs::path const file = recorder.Directory() / "config";
+    WriteFile(file, "record = [\"1=exec:cat " CLIP_PATH "; echo hunter22 >/dev/null\"]\n");
+    recorder.StartService({"--config", file.string()});
+    ASSERT_TRUE(recorder.Logs("stream 1: exec:cat is gone: it has ended with status 0"));
+    Outcome const listed = recorder.Tool({"--lproc"});
+    EXPECT_NE(listed.out.find("--config"), std::string::npos) << listed;
+    EXPECT_EQ(listed.out.find("hunter22"), std::string::npos) << listed;
+    EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
+    EXPECT_EQ(recorder.Log().find("hunter22"), std::string::npos) << recorder.Log();
+    EXPECT_TRUE(WithoutTicks(Extract(1)).starts_with(Clip()));
 }
 
 // A command that ignores SIGTERM, and a process that it started in a session of its own.
