@@ -126,6 +126,16 @@ protected:
     StopEvent stop_;
 };
 
+// A source that has been begun, and who sends to it.
+class LocalUdpSource : public UdpSourceTest {
+protected:
+    LocalUdpSource() { source_.Begin(); }
+
+    UdpAddress const address_ = Address("127.0.0.1");
+    UdpSource source_{address_, stop_};
+    Sender const sender_{address_};
+};
+
 TEST_F(UdpSourceTest, ReceivesUnicast) {
     CheckReception("127.0.0.1");
 }
@@ -148,69 +158,49 @@ TEST_F(UdpSourceTest, ReceivesMulticastOfIpv6) {
 }
 
 // One more after the other, and one of the largest size; the room for them is small.
-TEST_F(UdpSourceTest, DatagramsOfAllSizesAreTakenBitForBit) {
-    UdpAddress const address = Address("127.0.0.1");
-    UdpSource source(address, stop_);
-    source.Begin();
-    Sender const sender(address);
+TEST_F(LocalUdpSource, DatagramsOfAllSizesAreTakenBitForBit) {
     std::uint32_t number = 0;
     for (std::uint32_t const count : {1U, 7U, 348U, 2U}) {
-        sender.Send(NumberedPackets(number, count));
+        sender_.Send(NumberedPackets(number, count));
         number += count;
     }
-    EXPECT_EQ(Read(source, number * ts::tsPacketSize, 1000), NumberedPackets(0, number));
-    EXPECT_EQ(source.DroppedBytes(), 0U);
+    EXPECT_EQ(Read(source_, number * ts::tsPacketSize, 1000), NumberedPackets(0, number));
+    EXPECT_EQ(source_.DroppedBytes(), 0U);
 }
 
-TEST_F(UdpSourceTest, MoreDatagramsThanOneCallTakesAreReceived) {
-    UdpAddress const address = Address("127.0.0.1");
-    UdpSource source(address, stop_);
-    source.Begin();
-    Sender const sender(address);
+TEST_F(LocalUdpSource, MoreDatagramsThanOneCallTakesAreReceived) {
     for (std::uint32_t number = 0; number < 80; ++number) {
-        sender.Send(NumberedPackets(number, 1));
+        sender_.Send(NumberedPackets(number, 1));
     }
-    EXPECT_EQ(Read(source, 80 * ts::tsPacketSize), NumberedPackets(0, 80));
+    EXPECT_EQ(Read(source_, 80 * ts::tsPacketSize), NumberedPackets(0, 80));
 }
 
-TEST_F(UdpSourceTest, NoiseIsDroppedAndCounted) {
-    UdpAddress const address = Address("127.0.0.1");
-    UdpSource source(address, stop_);
-    source.Begin();
-    Sender const sender(address);
-    sender.Send(Bytes(1000, 1));
-    sender.Send(Bytes());
+TEST_F(LocalUdpSource, NoiseIsDroppedAndCounted) {
+    sender_.Send(Bytes(1000, 1));
+    sender_.Send(Bytes());
     Bytes withRest = NumberedPackets(0, 2);
     withRest.resize(withRest.size() + 10);
-    sender.Send(withRest);
-    EXPECT_EQ(Read(source, 2 * ts::tsPacketSize), NumberedPackets(0, 2));
-    EXPECT_EQ(source.DroppedBytes(), 1010U);
+    sender_.Send(withRest);
+    EXPECT_EQ(Read(source_, 2 * ts::tsPacketSize), NumberedPackets(0, 2));
+    EXPECT_EQ(source_.DroppedBytes(), 1010U);
 }
 
 // Numbers 0 to 9: 3 comes late, 5 twice, and 7 not at all.
-TEST_F(UdpSourceTest, DatagramsOfRtpAreDeliveredInOrderAndOnce) {
-    UdpAddress const address = Address("127.0.0.1");
-    UdpSource source(address, stop_);
-    source.Begin();
-    Sender const sender(address);
+TEST_F(LocalUdpSource, DatagramsOfRtpAreDeliveredInOrderAndOnce) {
     for (unsigned int const number : {0U, 1U, 2U, 4U, 5U, 5U, 3U, 6U, 8U, 9U}) {
-        sender.Send(RtpDatagram(static_cast<std::uint16_t>(number), NumberedPackets(number, 1)));
+        sender_.Send(RtpDatagram(static_cast<std::uint16_t>(number), NumberedPackets(number, 1)));
     }
     Bytes expected = NumberedPackets(0, 7);
     Bytes const rest = NumberedPackets(8, 2);
     expected.insert(expected.end(), rest.begin(), rest.end());
-    EXPECT_EQ(Read(source, expected.size()), expected);
-    EXPECT_EQ(source.DroppedBytes(), 0U);
+    EXPECT_EQ(Read(source_, expected.size()), expected);
+    EXPECT_EQ(source_.DroppedBytes(), 0U);
 }
 
-TEST_F(UdpSourceTest, WhatComesWhileItIsBegunAgainIsKept) {
-    UdpAddress const address = Address("127.0.0.1");
-    UdpSource source(address, stop_);
-    source.Begin();
-    Sender const sender(address);
-    sender.Send(NumberedPackets(0, 7));
-    source.Begin();
-    EXPECT_EQ(Read(source, 7 * ts::tsPacketSize), NumberedPackets(0, 7));
+TEST_F(LocalUdpSource, WhatComesWhileItIsBegunAgainIsKept) {
+    sender_.Send(NumberedPackets(0, 7));
+    source_.Begin();
+    EXPECT_EQ(Read(source_, 7 * ts::tsPacketSize), NumberedPackets(0, 7));
 }
 
 TEST_F(UdpSourceTest, WaitsUntilTheTimeoutAndTheStop) {

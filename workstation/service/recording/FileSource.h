@@ -4,27 +4,22 @@
 #include <string>
 #include <utility>
 
-#include "service/recording/DescriptorReader.h"
+#include "service/recording/DescriptorSource.h"
 
 namespace workstation::service::recording {
 
-class FileSource : public Source {
+class FileSource : public DescriptorSource {
 public:
     // `stop` ends every wait and outlives the source.
     FileSource(std::string path, StopEvent const& stop)
-        : path_(std::move(path))
-        , stop_(stop) {}
+        : DescriptorSource(stop)
+        , path_(std::move(path)) {}
 
     Kind GetKind() const override { return Kind::file; }
     void Begin() override;
-    Result Read(std::span<unsigned char> room, int timeoutMs) override {
-        return ReadDescriptor(descriptor_, stop_, room, timeoutMs);
-    }
 
 private:
     std::string path_;
-    StopEvent const& stop_;
-    FileDescriptor descriptor_;
 };
 
 } // namespace workstation::service::recording

@@ -1,5 +1,5 @@
-// Reads a descriptor, and stops when the recording is to stop.
-#include "service/recording/DescriptorReader.h"
+// A source that is an open descriptor.
+#include "service/recording/DescriptorSource.h"
 
 #include <poll.h>
 #include <unistd.h>
@@ -12,14 +12,12 @@
 
 namespace workstation::service::recording {
 
-Source::Result ReadDescriptor(FileDescriptor const& descriptor, StopEvent const& stop,
-                              std::span<unsigned char> room, int timeoutMs) {
-    using Outcome = Source::Outcome;
+Source::Result DescriptorSource::Read(std::span<unsigned char> room, int timeoutMs) {
     Deadline const deadline(timeoutMs);
     while (true) {
         // First wait: reading a pipe that no process has opened for writing yet reports its end.
         std::array<pollfd, 2> watched{
-            {{stop.Descriptor(), POLLIN, 0}, {descriptor.Get(), POLLIN, 0}}};
+            {{stop_.Descriptor(), POLLIN, 0}, {descriptor_.Get(), POLLIN, 0}}};
         int const ready = poll(watched.data(), watched.size(), deadline.RemainingMs());
         if (ready == -1 && errno != EINTR) {
             throw FailureOfErrno();
@@ -28,7 +26,7 @@ Source::Result ReadDescriptor(FileDescriptor const& descriptor, StopEvent const&
             return {Outcome::stopped};
         }
         if (ready > 0) {
-            ssize_t const size = read(descriptor.Get(), room.data(), room.size());
+            ssize_t const size = read(descriptor_.Get(), room.data(), room.size());
             if (size > 0) {
                 return {Outcome::bytes, static_cast<std::size_t>(size)};
             }
