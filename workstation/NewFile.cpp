@@ -40,6 +40,30 @@ bool UnfinishedFile::RenameTo(std::string const& path) {
     return true;
 }
 
+FileDescriptor MakeTemporaryFile(std::string& path) {
+    FileDescriptor file(mkostemp(path.data(), O_CLOEXEC));
+    if (file) {
+        // mkostemp gives access to the owner alone; a new file has what the umask leaves.
+        mode_t const mask = umask(0);
+        umask(mask);
+        fchmod(file.Get(), 0666 & ~mask);
+    }
+    return file;
+}
+
+void WriteAll(int descriptor, std::span<unsigned char const> bytes, std::string const& path) {
+    while (!bytes.empty()) {
+        ssize_t const written = write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written < 0) {
+            throw CannotWrite(path);
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    }
+}
+
 NewFile::NewFile(std::string const& path)
     : path_(path) {
     struct stat status {};
@@ -47,29 +71,15 @@ NewFile::NewFile(std::string const& path)
         throw Failure(EINVAL, "'" + path + "' is not a regular file");
     }
     std::string temporaryPath = path + ".XXXXXX";
-    file_.Reset(mkostemp(temporaryPath.data(), O_CLOEXEC));
+    file_ = MakeTemporaryFile(temporaryPath);
     if (!file_) {
         throw CannotWrite(path);
     }
     unfinished_.emplace(temporaryPath);
-    // mkostemp gives access to the owner alone; a new file has what the umask leaves.
-    mode_t const mask = umask(0);
-    umask(mask);
-    fchmod(file_.Get(), 0666 & ~mask);
 }
 
 void NewFile::Write(unsigned char const* bytes, std::size_t count) {
-    while (count > 0) {
-        ssize_t const written = write(file_.Get(), bytes, count);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written < 0) {
-            throw CannotWrite(path_);
-        }
-        bytes += written;
-        count -= static_cast<std::size_t>(written);
-    }
+    WriteAll(file_.Get(), {bytes, count}, path_);
 }
 
 void NewFile::Complete() {

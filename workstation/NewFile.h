@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -32,6 +33,13 @@ public:
 private:
     std::string path_; // empty when renamed
 };
+
+// Makes a new file for reading and writing: at the end of `path` XXXXXX is replaced so that no file
+// has the name. It has the access rights of any new file. Empty with errno on failure.
+FileDescriptor MakeTemporaryFile(std::string& path);
+
+// Writes all the bytes. Throws Failure; `path` names the file in its text.
+void WriteAll(int descriptor, std::span<unsigned char const> bytes, std::string const& path);
 
 // A file that is written beside its place under a temporary name. Unless it is completed it is
 // removed, and whatever has its name stays as it is.

@@ -89,6 +89,11 @@ TEST(SlotEndsTest, PayloadThatLooksLikeATickIsNoTick) {
     EXPECT_EQ(Ends(stream.Data()), (SlotEnds{tick, tick}));
 }
 
+class Unobserved : public ScanObserver {
+    void OnRead(std::span<unsigned char const> /*bytes*/) override {}
+    void OnFault(Fault const& /*fault*/) override {}
+};
+
 // Whatever is damaged, the ends are those that a scan of the whole slot finds.
 TEST(SlotEndsTest, EndsOfADamagedSlotAreThoseOfAScan) {
     for (unsigned int seed = 0; seed < 200; ++seed) {
@@ -112,8 +117,8 @@ TEST(SlotEndsTest, EndsOfADamagedSlotAreThoseOfAScan) {
             }
         }
         TestSlot slot(stream);
-        auto const summary = ScanSlot(
-            slot, [](Fault const&) {}, [](std::uint64_t) {});
+        Unobserved unobserved;
+        auto const summary = ScanSlot(slot, unobserved);
         auto const ends = FindSlotEnds(slot);
         ASSERT_TRUE(ends) << seed;
         EXPECT_EQ(ends->first.tick, summary.firstTick) << seed;

@@ -18,18 +18,19 @@ namespace {
 
 constexpr std::size_t packetSize = ts::tsPacketSize;
 
-struct Scanned {
+struct Scanned : ScanObserver {
     SlotSummary summary;
     std::vector<Fault> faults;
     std::uint64_t progress = 0;
+
+    void OnRead(std::span<unsigned char const> bytes) override { progress += bytes.size(); }
+    void OnFault(Fault const& fault) override { faults.push_back(fault); }
 };
 
 Scanned Scan(std::vector<unsigned char> bytes, std::vector<Range> bad = {}) {
     TestSlot slot(std::move(bytes), std::move(bad));
     Scanned scanned;
-    scanned.summary = ScanSlot(
-        slot, [&](Fault const& fault) { scanned.faults.push_back(fault); },
-        [&](std::uint64_t size) { scanned.progress += size; });
+    scanned.summary = ScanSlot(slot, scanned);
     EXPECT_EQ(scanned.summary.faults, scanned.faults.size());
     return scanned;
 }

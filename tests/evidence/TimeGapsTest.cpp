@@ -92,5 +92,17 @@ TEST(TimeGapsTest, GapIsFoundBesideDamage) {
     EXPECT_THAT(Gaps(slot), ElementsAre(TimeGap{19, 30}));
 }
 
+TEST(TimeGapsTest, GapIsMissingNumbersOrMoreThanASecond) {
+    PlacedTick const tick{0, 7, 100};
+    EXPECT_FALSE(IsGap(tick, {188, 8, 100}));
+    EXPECT_FALSE(IsGap(tick, {188, 8, 101}));
+    EXPECT_FALSE(IsGap(tick, {188, 7, 100}));
+    EXPECT_FALSE(IsGap({0, 0xFFFFFFFF, 100}, {188, 0, 100}));
+    EXPECT_TRUE(IsGap(tick, {188, 9, 100}));
+    EXPECT_TRUE(IsGap(tick, {188, 6, 100}));
+    EXPECT_TRUE(IsGap(tick, {188, 8, 102}));
+    EXPECT_TRUE(IsGap(tick, {188, 8, 98}));
+}
+
 } // namespace
 } // namespace workstation::evidence

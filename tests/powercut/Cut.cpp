@@ -293,12 +293,16 @@ void Cut::ExpectPromises() {
     findings_.worstLossSeconds = std::max(findings_.worstLossSeconds, found.worstLossSeconds);
 }
 
-void Cut::ExpectRecovery(std::vector<StreamFed> const& streams) {
+void Cut::ExpectQuickStart() {
     Stopwatch const start;
     recorder.StartService();
     restartMs_ = std::max(restartMs_, start.ElapsedMs());
     EXPECT_LT(restartMs_, longestStartMs);
     EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
+}
+
+void Cut::ExpectRecovery(std::vector<StreamFed> const& streams) {
+    ExpectQuickStart();
     {
         SCOPED_TRACE("after the restart");
         ExpectPromises();

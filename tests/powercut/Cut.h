@@ -94,6 +94,9 @@ protected:
     void ExpectRecovery(std::vector<StreamFed> const& streams);
     void ExpectPromises();
 
+    // Starts the service, which recovers within a second, and stops it.
+    void ExpectQuickStart();
+
     std::filesystem::path Database() const { return recorder.Root() / "events.db"; }
 
     e2e::Recorder recorder;

@@ -1,4 +1,6 @@
 // Recordings that are cut off at any moment.
+#include <csignal>
+
 #include "e2e/EventDatabase.h"
 #include "powercut/Cut.h"
 
@@ -84,6 +86,32 @@ TEST_P(RecordingCut, InTheFirstSecondsOfANewPool) {
     StartRecording({{1}, {2}});
     CutAt(In(0, 2500));
     ExpectRecovery({{1}});
+}
+
+// All slots but a few are full. They are sparse: what they contain is not looked at.
+TEST_P(RecordingCut, OfAPoolOfAThousandFullSlots) {
+    constexpr int files = 1000;
+    CreatePool(files);
+    recorder.StartService();
+    recorder.StopService(SIGTERM);
+    e2e::Rows(Database(), "WITH RECURSIVE slot(n) AS (SELECT 5 UNION ALL SELECT n + 1 FROM slot"
+                          " WHERE n < 1000) INSERT INTO file (file_number, stream, start_time,"
+                          " stop_time, first_tick, last_tick, size, finished)"
+                          " SELECT n, 4, n, n, n, n, 98566144, 1 FROM slot");
+    std::string entry(16, '\0');
+    entry.replace(4, 4, std::string("\0\0\0\1", 4));
+    entry.replace(12, 4, std::string("\x05\xE0\0\0", 4));
+    std::string entries;
+    for (int number = 5; number <= files; ++number) {
+        entries += entry;
+    }
+    e2e::WritePiece(recorder.Pool(), 4096 + 16 * 4, entries);
+    Sync();
+    StartRecording({{1}, {2}});
+    CutAt(In(500, 2000));
+    ExpectQuickStart();
+    EXPECT_EQ(e2e::Rows(Database(), "SELECT count(*), sum(size) FROM file WHERE stream = 4"),
+              "996|98171879424\n");
 }
 
 // The recording had ended and its service too: nothing of it is lost any more.

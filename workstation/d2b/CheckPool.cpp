@@ -255,7 +255,7 @@ std::optional<std::uint32_t> PoolCheck::CheckHeader(int descriptor, std::uint64_
         }
         FoundInImage(damage.what(), *bySize, [&] {
             pool::PoolHeaderPage const page = pool::EncodePoolHeader(*bySize);
-            WriteAt(descriptor, page.data(), page.size(), 0);
+            WriteAt(descriptor, page.data(), pool::poolServiceAreaOffset, 0);
             MakeDurable(descriptor);
             return "rebuilt for " + std::to_string(*bySize) + " stream files";
         });

@@ -16,7 +16,9 @@ void AddTickCommand(CLI::App& tool);
 
 // The verbs that show what is in a pool and change nothing; no verb in a build without them.
 void AddEvidenceCommands(CLI::App& tool);
+void AddExportCommand(CLI::App& tool);
 void AddListCommand(CLI::App& tool);
 void AddScanCommand(CLI::App& tool);
+void AddVerifyCommand(CLI::App& tool);
 
 } // namespace workstation::d2b

@@ -6,6 +6,8 @@ namespace workstation::d2b {
 void AddEvidenceCommands(CLI::App& tool) {
     AddListCommand(tool);
     AddScanCommand(tool);
+    AddExportCommand(tool);
+    AddVerifyCommand(tool);
 }
 
 } // namespace workstation::d2b

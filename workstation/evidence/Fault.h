@@ -18,11 +18,11 @@ enum class FaultKind : std::uint8_t {
 // The name of a kind in reports.
 char const* Name(FaultKind kind);
 
-// Offsets count from the first byte of the slot. Small, since a slot can have half a million
-// faults.
+// Offsets count from the first byte of the slot, or of what is scanned as one. Small, since a slot
+// can have half a million faults.
 struct Fault {
-    std::uint32_t offset; // of a jump: that of the packet in which it shows
-    std::uint32_t bytes;
+    std::uint64_t offset; // of a jump: that of the packet in which it shows
+    std::uint64_t bytes;
     std::optional<std::int32_t> time;     // of the last tick before it, in seconds since the epoch
     std::optional<std::uint32_t> missing; // packets modulo 16, or ticks
     std::optional<std::uint16_t> pid;

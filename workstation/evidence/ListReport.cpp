@@ -4,8 +4,7 @@
 #include <iomanip>
 #include <span>
 
-#include <nlohmann/json.hpp>
-
+#include "evidence/Json.h"
 #include "evidence/LocalTime.h"
 
 namespace workstation::evidence {
@@ -176,11 +175,6 @@ private:
     std::span<Column const> columns_;
     std::ostream& out_;
 };
-
-template <typename Value>
-nlohmann::json OrNull(std::optional<Value> const& value) {
-    return value ? nlohmann::json(*value) : nlohmann::json();
-}
 
 class JsonList : public ListReport {
 public:

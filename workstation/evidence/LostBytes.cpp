@@ -75,8 +75,8 @@ std::vector<Fault> LostBytes::Take() {
     for (std::size_t part = 0; part < parts_.size(); ++part) {
         if (!IsCutPacket(part)) {
             Range const& range = parts_[part].range;
-            faults.push_back({.offset = static_cast<std::uint32_t>(range.offset),
-                              .bytes = static_cast<std::uint32_t>(range.bytes),
+            faults.push_back({.offset = range.offset,
+                              .bytes = range.bytes,
                               .time = {},
                               .missing = {},
                               .pid = {},

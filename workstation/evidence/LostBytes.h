@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
+#include "evidence/ByteSource.h"
 #include "evidence/Fault.h"
-#include "evidence/SlotReader.h"
 
 namespace workstation::evidence {
 

@@ -105,6 +105,7 @@ std::vector<ListedStream> ListStreams(PoolView const& pool, Catalogue const& cat
         }
     }
     std::vector<ListedStream> listed;
+    listed.reserve(streams.size());
     for (auto& [number, stream] : streams) {
         listed.push_back(std::move(stream));
     }

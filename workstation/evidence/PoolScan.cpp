@@ -2,6 +2,7 @@
 #include "evidence/PoolScan.h"
 
 #include "evidence/OrderedTasks.h"
+#include "evidence/SlotReader.h"
 
 namespace workstation::evidence {
 namespace {
@@ -10,14 +11,18 @@ namespace {
 constexpr std::size_t keptFaults = 10000;
 
 // The faults of one slot on their way to the report.
-class FaultQueue {
+class FaultQueue : public ScanObserver {
 public:
-    FaultQueue(Turn& turn, int slot, ScanReport& report)
+    FaultQueue(Turn& turn, int slot, ScanReport& report,
+               std::function<void(std::uint64_t bytes)> const& progress)
         : turn_(turn)
         , slot_(slot)
-        , report_(report) {}
+        , report_(report)
+        , progress_(progress) {}
 
-    void Add(Fault const& fault) {
+    void OnRead(std::span<unsigned char const> bytes) override { progress_(bytes.size()); }
+
+    void OnFault(Fault const& fault) override {
         if (kept_.size() == keptFaults) {
             PassOn();
         }
@@ -37,6 +42,7 @@ private:
     Turn& turn_;
     int slot_;
     ScanReport& report_;
+    std::function<void(std::uint64_t bytes)> const& progress_;
     std::vector<Fault> kept_;
 };
 
@@ -50,9 +56,8 @@ std::uint64_t ScanPool(PoolView const& pool, std::vector<int> const& slots, Scan
         Turn turn(turns, task);
         int const number = slots[task];
         SlotReader slot(pool.Descriptor(), pool.SlotOffset(number), pool.Length(number));
-        FaultQueue queue(turn, number, report);
-        auto const summary = ScanSlot(
-            slot, [&](Fault const& fault) { queue.Add(fault); }, progress);
+        FaultQueue queue(turn, number, report, progress);
+        auto const summary = ScanSlot(slot, queue);
         queue.PassOn();
         report.End(number, summary);
         faults += summary.faults;

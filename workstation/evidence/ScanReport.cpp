@@ -5,16 +5,12 @@
 #include <sstream>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "evidence/Json.h"
 #include "evidence/LocalTime.h"
+#include "evidence/Plural.h"
 
 namespace workstation::evidence {
 namespace {
-
-std::string Plural(std::uint64_t count, std::string const& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
 
 std::string Describe(Fault const& fault) {
     std::ostringstream text;
@@ -55,7 +51,7 @@ std::string Describe(SlotSummary const& slot) {
         text << std::fixed << std::setprecision(2) << static_cast<double>(*slot.bitsPerSecond) / 1e6
              << " Mbit/s, ";
     }
-    text << (slot.faults == 0 ? "no fault" : Plural(slot.faults, "fault"));
+    text << PluralOrNo(slot.faults, "fault");
     return text.str();
 }
 
@@ -81,20 +77,6 @@ private:
     std::ostream& out_;
     std::vector<std::pair<int, SlotSummary>> slots_;
 };
-
-template <typename Value>
-nlohmann::json OrNull(std::optional<Value> const& value) {
-    return value ? nlohmann::json(*value) : nlohmann::json();
-}
-
-nlohmann::ordered_json ToJson(Fault const& fault) {
-    return {{"kind", Name(fault.kind)},
-            {"offset", fault.offset},
-            {"bytes", fault.bytes},
-            {"pid", OrNull(fault.pid)},
-            {"missing", OrNull(fault.missing)},
-            {"time", OrNull(fault.time)}};
-}
 
 // What follows the faults of a slot: its members without the opening brace.
 std::string MembersOf(int slot, SlotSummary const& summary) {

@@ -5,19 +5,12 @@
 #include <span>
 #include <vector>
 
+#include "evidence/ByteSource.h"
+
 namespace workstation::evidence {
 
-// A range of bytes of a slot.
-struct Range {
-    std::uint64_t offset;
-    std::uint64_t bytes;
-
-    std::uint64_t End() const { return offset + bytes; }
-    bool operator==(Range const&) const = default;
-};
-
 // Reads a slot of a pool image. Only reads: the descriptor is open for reading.
-class SlotReader {
+class SlotReader : public ByteSource {
 public:
     // The slot begins at byte `begin` of the file and states `length` bytes. The descriptor must
     // outlive the reader.
@@ -25,16 +18,14 @@ public:
         : descriptor_(descriptor)
         , begin_(begin)
         , length_(length) {}
-    virtual ~SlotReader() = default;
-
     SlotReader(SlotReader const&) = delete;
     SlotReader& operator=(SlotReader const&) = delete;
 
-    std::uint64_t Length() const { return length_; }
+    std::uint64_t Length() const override { return length_; }
 
-    // Fills `bytes` from byte `offset` of the slot. What cannot be read is filled with zeros and
-    // appended to `unreadable`, to the page. The range lies within the stated length.
-    void Read(std::uint64_t offset, std::span<unsigned char> bytes, std::vector<Range>& unreadable);
+    // What cannot be read is known to the page.
+    void Read(std::uint64_t offset, std::span<unsigned char> bytes,
+              std::vector<Range>& unreadable) override;
 
     // Where the image has data at byte `offset` of the slot or later: beyond the stated length when
     // it has a hole until there, which reads as zeros. It is `offset` where this is not known.

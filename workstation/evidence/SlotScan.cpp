@@ -25,18 +25,18 @@ constexpr std::size_t windowSize = 8 * ts::tsBlockSize + lookAheadSize;
 
 class SlotScanner {
 public:
-    SlotScanner(SlotReader& slot, std::function<void(Fault const&)> const& report)
+    SlotScanner(ByteSource& slot, ScanObserver& observer)
         : slot_(slot)
-        , report_(report)
+        , observer_(observer)
         , window_(windowSize)
         , continuity_([this](std::uint64_t offset) { return PacketAt(offset); }) {
         summary_.bytes = slot.Length();
     }
 
-    SlotSummary Run(std::function<void(std::uint64_t)> const& progress);
+    SlotSummary Run();
 
 private:
-    std::size_t Fill();
+    void Fill();
     void ScanWindow(std::size_t end);
     void Lose(std::size_t from, std::size_t to);
     void EndLoss();
@@ -48,8 +48,8 @@ private:
     void ReportJump(FaultKind kind, std::uint64_t offset, std::uint16_t pid,
                     std::optional<std::uint32_t> missing);
 
-    SlotReader& slot_;
-    std::function<void(Fault const&)> const& report_;
+    ByteSource& slot_;
+    ScanObserver& observer_;
     std::vector<unsigned char> window_;
     std::uint64_t windowOffset_ = 0; // of the window in the slot
     std::size_t filled_ = 0;         // bytes in the window
@@ -63,8 +63,8 @@ private:
     SlotSummary summary_;
 };
 
-// Moves what is left to the start of the window and reads on. Returns the bytes that were read.
-std::size_t SlotScanner::Fill() {
+// Moves what is left to the start of the window and reads on.
+void SlotScanner::Fill() {
     std::memmove(window_.data(), window_.data() + place_, filled_ - place_);
     windowOffset_ += place_;
     filled_ -= place_;
@@ -73,15 +73,16 @@ std::size_t SlotScanner::Fill() {
     std::uint64_t const next = windowOffset_ + filled_;
     auto const size = static_cast<std::size_t>(
         std::min<std::uint64_t>(window_.size() - filled_, slot_.Length() - next));
-    slot_.Read(next, std::span(window_).subspan(filled_, size), unreadable_);
+    auto const bytes = std::span(window_).subspan(filled_, size);
+    slot_.Read(next, bytes, unreadable_);
     filled_ += size;
-    return size;
+    observer_.OnRead(bytes);
 }
 
-SlotSummary SlotScanner::Run(std::function<void(std::uint64_t)> const& progress) {
+SlotSummary SlotScanner::Run() {
     bool isLast = slot_.Length() == 0;
     while (!isLast) {
-        progress(Fill());
+        Fill();
         isLast = windowOffset_ + filled_ == slot_.Length();
         ScanWindow(isLast ? filled_ : filled_ - lookAheadSize);
     }
@@ -167,6 +168,7 @@ void SlotScanner::TakeTick(std::uint64_t offset, StreamMetadata const& tick) {
     summary_.lastTick = tick.tick;
     summary_.to = tick.time;
     lastTickOffset_ = offset;
+    observer_.OnTick(tick);
 }
 
 bool SlotScanner::IsUnreadable(Range const& range) const {
@@ -185,7 +187,7 @@ std::vector<unsigned char> SlotScanner::PacketAt(std::uint64_t offset) {
 
 void SlotScanner::ReportJump(FaultKind kind, std::uint64_t offset, std::uint16_t pid,
                              std::optional<std::uint32_t> missing) {
-    Report({.offset = static_cast<std::uint32_t>(offset),
+    Report({.offset = offset,
             .bytes = tsPacketSize,
             .time = {},
             .missing = missing,
@@ -196,14 +198,13 @@ void SlotScanner::ReportJump(FaultKind kind, std::uint64_t offset, std::uint16_t
 void SlotScanner::Report(Fault fault) {
     fault.time = summary_.to;
     ++summary_.faults;
-    report_(fault);
+    observer_.OnFault(fault);
 }
 
 } // namespace
 
-SlotSummary ScanSlot(SlotReader& slot, std::function<void(Fault const&)> const& report,
-                     std::function<void(std::uint64_t bytes)> const& progress) {
-    return SlotScanner(slot, report).Run(progress);
+SlotSummary ScanSlot(ByteSource& slot, ScanObserver& observer) {
+    return SlotScanner(slot, observer).Run();
 }
 
 } // namespace workstation::evidence

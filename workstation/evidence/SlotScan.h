@@ -2,11 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
+#include <span>
 
+#include "StreamMetadata.h"
+#include "evidence/ByteSource.h"
 #include "evidence/Fault.h"
-#include "evidence/SlotReader.h"
 
 namespace workstation::evidence {
 
@@ -26,9 +27,23 @@ struct SlotSummary {
     bool operator==(SlotSummary const&) const = default;
 };
 
-// Reads the slot from end to end, passes each fault to `report` in the order of offsets, and each
-// number of bytes that were read to `progress`. Needs about 3 MiB of memory, whatever the slot.
-SlotSummary ScanSlot(SlotReader& slot, std::function<void(Fault const&)> const& report,
-                     std::function<void(std::uint64_t bytes)> const& progress);
+// Is called while a slot is scanned.
+class ScanObserver {
+public:
+    virtual ~ScanObserver() = default;
+
+    // The next bytes of the slot were read.
+    virtual void OnRead(std::span<unsigned char const> bytes) = 0;
+
+    // Each fault, in the order of offsets.
+    virtual void OnFault(Fault const& fault) = 0;
+
+    // Each tick, repetitions too.
+    virtual void OnTick(StreamMetadata const& /*tick*/) {}
+};
+
+// Reads the slot, or pieces in a row, from end to end. Needs about 3 MiB of memory, whatever the
+// length.
+SlotSummary ScanSlot(ByteSource& slot, ScanObserver& observer);
 
 } // namespace workstation::evidence

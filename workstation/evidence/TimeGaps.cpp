@@ -52,7 +52,7 @@ void Search(SlotReader& slot, PlacedTick const& before, PlacedTick const& after,
 } // namespace
 
 bool IsGap(PlacedTick const& before, PlacedTick const& after) {
-    return after.tick - before.tick != 1 || std::abs(SecondsBetween(before, after)) > 1;
+    return after.tick - before.tick > 1 || std::abs(SecondsBetween(before, after)) > 1;
 }
 
 void AppendTimeGaps(SlotReader& slot, SlotEnds const& ends, std::vector<TimeGap>& gaps) {

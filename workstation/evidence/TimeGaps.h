@@ -18,7 +18,7 @@ struct TimeGap {
     bool operator==(TimeGap const&) const = default;
 };
 
-// Whether there is a gap between two ticks that lie next to each other.
+// Whether there is a gap between two ticks in a row. A repetition of a tick is none.
 bool IsGap(PlacedTick const& before, PlacedTick const& after);
 
 // Appends the gaps within a slot in which two seconds or more are missing, in their order. They

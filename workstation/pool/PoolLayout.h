@@ -19,7 +19,8 @@ constexpr std::uint32_t poolSlotSizeKiB = poolSlotSize / 1024;
 // The image stays below the 16 TiB that an ext4 file with 4 KiB blocks can have.
 constexpr std::uint32_t poolMaxFileCount = 100000;
 
-// The second half of the header page belongs to the service, which marks there what it is recording.
+// The second half of the header page belongs to the service, which marks there what it is
+// recording.
 constexpr std::uint32_t poolServiceAreaOffset = poolPageSize / 2;
 constexpr std::uint32_t poolServiceAreaSize = poolPageSize - poolServiceAreaOffset;
 

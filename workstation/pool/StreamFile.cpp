@@ -151,9 +151,10 @@ unsigned int StreamFile::Read(void* buffer, unsigned int count, bool unbounded) 
 
 unsigned int StreamFile::Write(void const* buffer, unsigned int count) {
     unsigned int const available = Available(poolSlotSize, count);
+    std::uint64_t const offset = pool_.SlotOffset(fileNumber_) + position_;
     TransferAll(pwrite, file_.Get(), static_cast<unsigned char const*>(buffer), available,
-                static_cast<off_t>(pool_.SlotOffset(fileNumber_) + position_),
-                "cannot write the stream file");
+                static_cast<off_t>(offset), "cannot write the stream file");
+    writeBehind_.AfterWrite(file_.Get(), offset, available);
     position_ += available;
     return available;
 }

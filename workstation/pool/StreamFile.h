@@ -9,6 +9,7 @@
 #include "pool/PoolImage.h"
 #include "pool/PoolSession.h"
 #include "pool/ReadAhead.h"
+#include "pool/WriteBehind.h"
 
 namespace workstation::pool {
 
@@ -82,6 +83,7 @@ private:
     int owner_; // the process that opened the file
     ThreadSlot* listed_;
     ReadAhead readAhead_;
+    WriteBehind writeBehind_;
     std::uint32_t position_ = 0; // at most the size of a slot
 };
 
