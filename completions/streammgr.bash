@@ -125,7 +125,9 @@ _streammgr_StreamMgr() {
     local -a words
     COMPREPLY=()
     _streammgr_split
-    if [[ $prev != --record ]]; then
+    if [[ $prev == --config ]]; then
+        compopt -o default
+    elif [[ $prev != --record ]]; then
         _streammgr_offer < <(_streammgr_options StreamMgr)
     elif [[ $cur == *=* ]]; then
         compopt -o default

@@ -106,7 +106,7 @@ _streammgr_StreamMgrCli() {
 # What completes the argument of an option.
 _streammgr_action() {
     case $1 in
-    --pool | --db | --map | -o) REPLY=file:_files ;;
+    --pool | --db | --map | --config | -o) REPLY=file:_files ;;
     --record) REPLY=source:_streammgr_record ;;
     --db-match) REPLY='known:(true false)' ;;
     --stream) REPLY='stream:(1 2 3 4)' ;;

@@ -1,4 +1,5 @@
 // Subscribers that do not read for a while, or receive what no service sends.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -14,6 +15,8 @@
 namespace e2e {
 namespace {
 
+using workstation::FileDescriptor;
+
 std::string NameOf(Child const& tool) {
     return "StreamMgrCli_" + std::to_string(tool.Pid());
 }
@@ -26,10 +29,13 @@ protected:
     Subscriber() {
         recorder.CreatePool(streams);
         Words arguments;
+        std::list<FileDescriptor> readers; // a descriptor ends its recording, a FIFO does not
         for (int stream = 1; stream <= streams; ++stream) {
             EXPECT_EQ(mkfifo(Pipe(stream).c_str(), 0600), 0);
+            readers.emplace_back(open(Pipe(stream).c_str(), O_RDONLY | O_NONBLOCK));
             arguments.insert(arguments.end(),
-                             {"--record", std::to_string(stream) + '=' + Pipe(stream)});
+                             {"--record", std::to_string(stream) + "=/dev/fd/" +
+                                              std::to_string(readers.back().Get())});
         }
         recorder.StartService(arguments);
     }

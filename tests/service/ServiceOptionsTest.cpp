@@ -3,10 +3,15 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 #include "Version.h"
+#include "support/TemporaryDirectory.h"
 
 using namespace workstation::service;
 using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
 using testing::internal::CaptureStderr;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStderr;
@@ -31,6 +36,17 @@ protected:
         return status != nullptr ? ServiceOptions() : std::get<ServiceOptions>(parsed);
     }
 
+    // The same with a file of that content.
+    ServiceOptions ParseFile(std::string const& content,
+                             std::vector<char const*> const& arguments = {}) {
+        std::string const path = directory_.Path("config");
+        std::ofstream(path) << content;
+        std::vector<char const*> all{"--config", path.c_str()};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return Parse(all);
+    }
+
+    TemporaryDirectory directory_;
     int status_ = -1;
     std::string out_;
     std::string err_;
@@ -66,6 +82,51 @@ TEST_F(ServiceOptionsTest, VersionIsOnStandardOutput) {
     EXPECT_EQ(status_, 0);
     EXPECT_EQ(out_, std::string("StreamMgr ") + workstation::version + "\n");
     EXPECT_EQ(err_, "");
+}
+
+TEST_F(ServiceOptionsTest, FileHoldsTheSameOptions) {
+    EXPECT_EQ(ParseFile("# cameras\n"
+                        "record = [\"1=udp://239.1.2.3:5000\",\n"
+                        "          \"2=exec:ffmpeg -i 'rtsp://a:b@c/d, e' -f mpegts -\"]\n"
+                        "fast = true\n"
+                        "loop = true\n"),
+              (ServiceOptions{{1, "udp://239.1.2.3:5000", true, true},
+                              {2, "exec:ffmpeg -i 'rtsp://a:b@c/d, e' -f mpegts -", true, true}}));
+    EXPECT_EQ(ParseFile("record = \"3=a.ts\"\n"), (ServiceOptions{{3, "a.ts", false, false}}));
+    EXPECT_EQ(ParseFile(""), ServiceOptions());
+    EXPECT_EQ(out_ + err_, "");
+}
+
+TEST_F(ServiceOptionsTest, OptionOnTheCommandLineTakesThePlaceOfTheOneInTheFile) {
+    EXPECT_EQ(ParseFile("record = [\"1=a.ts\"]\nfast = true\n", {"--record", "2=b.ts"}),
+              (ServiceOptions{{2, "b.ts", true, false}}));
+}
+
+TEST_F(ServiceOptionsTest, InvalidFileIsOneLineOnStandardErrorWithoutItsSources) {
+    for (std::string const text :
+         {"recrod = [\"1=exec:camera secret\"]\n", "record = [\"7=exec:camera secret\"]\n",
+          "record = [\"exec:camera secret\"]\n", "fast = \"exec:camera secret\"\n",
+          "[record]\nsecret = 1\n", "config = \"secret\"\n", "exec:camera secret\n"}) {
+        ParseFile(text);
+        EXPECT_EQ(status_, 2) << text;
+        EXPECT_THAT(err_, MatchesRegex("StreamMgr: [^\n]+\n")) << text;
+        EXPECT_THAT(err_, Not(HasSubstr("secret"))) << text;
+        EXPECT_EQ(out_, "");
+    }
+}
+
+TEST_F(ServiceOptionsTest, InvalidFileIsNamed) {
+    ParseFile("recrod = [\"1=a.ts\"]\n");
+    EXPECT_EQ(err_, "StreamMgr: '" + directory_.Path("config") +
+                        "' contains something other than values of record, fast and loop (see "
+                        "StreamMgr --help)\n");
+}
+
+TEST_F(ServiceOptionsTest, MissingFileIsOneLineOnStandardError) {
+    Parse({"--config", "/no/such/file"});
+    EXPECT_EQ(status_, 2);
+    EXPECT_EQ(err_,
+              "StreamMgr: /no/such/file was not readable (missing?) (see StreamMgr --help)\n");
 }
 
 TEST_F(ServiceOptionsTest, UnknownOptionIsOneLineOnStandardError) {

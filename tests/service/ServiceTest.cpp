@@ -1,6 +1,7 @@
 // The service's loop: what it wakes up for, and what ends it.
 #include "service/Service.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
 
@@ -14,6 +15,7 @@
 #include "ipc/RawSocket.h"
 #include "ipc/ServerThread.h"
 #include "service/PoolAndStore.h"
+#include "service/recording/TestDirectory.h"
 
 using namespace workstation;
 using namespace workstation::service;
@@ -143,12 +145,11 @@ TEST_F(ServiceTest, FailureOfTheDatabaseEndsNothing) {
     ExpectThatItServes();
 }
 
-// A pipe is recorded into stream 2 once a process writes into it.
+// Standard input is recorded into stream 2: a pipe, once a process writes into it.
 class RecordingServiceTest : public ServiceTest {
 protected:
     RecordingServiceTest() {
-        EXPECT_EQ(mkfifo(pipe_.c_str(), 0600), 0);
-        Start({{2, pipe_}});
+        Start({{2, "-"}});
         Subscribe(subscribers::Subscription::recordStart, startId);
         Subscribe(subscribers::Subscription::recordStop, stopId);
     }
@@ -162,7 +163,13 @@ protected:
         pipe.flush();
     }
 
+    static FileDescriptor MakePipe(std::string const& path) {
+        EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+        return FileDescriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    }
+
     std::string const pipe_ = RootDirectory() + "/pipe";
+    recording_test::StandardInput const input_{MakePipe(pipe_)};
 };
 
 TEST_F(RecordingServiceTest, SubscribersAreNotifiedOfStartAndStop) {

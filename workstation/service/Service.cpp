@@ -141,7 +141,10 @@ void Service::Run() {
         storageNotifier_.NotifyOfChanges(Clock::now());
         subscribers_.DeliverWaiting();
     }
-    recorders_.clear(); // ends the recordings
+    for (auto const& recorder : recorders_) {
+        recorder->stop.Set(); // so that all of them end at the same time
+    }
+    recorders_.clear();
     HandleStartsAndStops();
 }
 

@@ -19,6 +19,18 @@ int Misuse(std::string const& reason) {
     return 2;
 }
 
+// A line of a file is not shown: it may hold a password.
+std::string ReasonOf(CLI::ParseError const& error, CLI::Option const& file) {
+    auto const code = static_cast<CLI::ExitCodes>(error.get_exit_code());
+    bool const mayShowLine =
+        code == CLI::ExitCodes::ConfigError || code == CLI::ExitCodes::ConversionError;
+    if (file.count() > 0 && mayShowLine) {
+        return "'" + file.as<std::string>() +
+               "' contains something other than values of record, fast and loop";
+    }
+    return error.what();
+}
+
 } // namespace
 
 std::variant<ServiceOptions, int> ParseServiceOptions(int argc, char const* const* argv) {
@@ -32,11 +44,16 @@ std::variant<ServiceOptions, int> ParseServiceOptions(int argc, char const* cons
     bool isFast = false;
     bool loops = false;
     app.add_option("--record", recordings,
-                   "record a transport stream into stream 1 to 4: from a file, in real time, or "
-                   "from standard input (-), as it comes")
+                   "record a transport stream into stream 1 to 4: from a file, in real time; as it "
+                   "comes, from standard input (-), a FIFO, a device, a command "
+                   "(exec:COMMAND) or UDP datagrams (udp://ADDRESS:PORT); the last four are "
+                   "begun again when they end")
         ->type_name("STREAM=SOURCE");
     app.add_flag("--fast", isFast, "read all files as fast as they can be read");
     app.add_flag("--loop", loops, "read all files again and again");
+    app.set_config("--config", "", "read options from a file, such as record = [\"1=-\"]")
+        ->type_name("FILE");
+    app.allow_config_extras(CLI::config_extras_mode::error);
     try {
         app.parse(argc, argv);
         ServiceOptions options = ParseRecordOptions(recordings);
@@ -49,7 +66,7 @@ std::variant<ServiceOptions, int> ParseServiceOptions(int argc, char const* cons
         if (error.get_exit_code() == 0) {
             return app.exit(error); // prints the help or the version
         }
-        return Misuse(std::string(error.what()) + " (see StreamMgr --help)");
+        return Misuse(ReasonOf(error, *app.get_config_ptr()) + " (see StreamMgr --help)");
     } catch (Failure const& failure) {
         return Misuse(failure.what());
     }

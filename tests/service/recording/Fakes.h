@@ -14,6 +14,7 @@
 #include "service/recording/RecordingClock.h"
 #include "service/recording/RecordingTarget.h"
 #include "service/recording/TickSource.h"
+#include "ts/TsPacket.h"
 
 namespace recording_test {
 
@@ -114,6 +115,14 @@ public:
     // After the recording.
     std::vector<unsigned char> const& Bytes() const { return bytes_; }
     std::vector<workstation::service::recording::PlacedTick> const& Ticks() const { return ticks_; }
+    std::vector<unsigned char> Packets() const { // without the ticks
+        std::vector<unsigned char> packets = bytes_;
+        for (auto tick = ticks_.rbegin(); tick != ticks_.rend(); ++tick) {
+            auto const begin = packets.begin() + static_cast<std::ptrdiff_t>(tick->offset);
+            packets.erase(begin, begin + workstation::ts::tsPacketSize);
+        }
+        return packets;
+    }
     std::vector<std::size_t> const& Writes() const { return writes_; }
 
     // "begin write*3 end"

@@ -23,6 +23,9 @@ public:
     // recording.
     void Add(std::span<unsigned char const> packets);
 
+    // The next packets come from a source that was begun again.
+    void SourceRestarts() { stamper_.SourceRestarts(); }
+
     // When the packets that wait are due; null when no packets wait.
     std::optional<Time> Due() const { return due_; }
 

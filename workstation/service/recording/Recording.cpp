@@ -4,6 +4,10 @@
 #include <algorithm>
 #include <exception>
 
+#include "Failure.h"
+#include "service/recording/SourceFactory.h"
+#include "service/recording/SourceName.h"
+
 namespace workstation::service::recording {
 namespace {
 
@@ -12,22 +16,19 @@ namespace {
 constexpr std::uint64_t noStreamSize = 1 << 20;
 constexpr std::chrono::milliseconds noStreamPause(10);
 
-std::string NameOf(std::string const& source) {
-    return source == "-" ? "standard input" : "'" + source + "'";
-}
-
 } // namespace
 
 Recording::Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
                      RecordingClock& clock, Report report, StopEvent const& stop)
     : settings_(std::move(settings))
-    , sourceName_(NameOf(settings_.source))
+    , sourceName_(SourceName(settings_.source))
     , clock_(clock)
     , report_([prefix = "stream " + std::to_string(settings_.stream) + ": ",
                report = std::move(report)](std::string const& text) { report(prefix + text); })
     , stop_(stop)
     , writer_(target, TickStamper(ticks), clock, stop)
-    , syncReport_(report_) {}
+    , syncReport_(report_)
+    , absence_(sourceName_, report_) {}
 
 // Reports an operation that throws.
 template <typename Operation>
@@ -40,60 +41,131 @@ void Recording::Attempt(std::string const& what, Operation operation) {
 }
 
 void Recording::Run() {
-    std::optional<Source> source;
-    Attempt("cannot open " + sourceName_,
-            [&] { source.emplace(Source::Open(settings_.source, stop_)); });
-    if (!source) {
-        return;
+    std::unique_ptr<Source> source;
+    Attempt("cannot open " + sourceName_, [&] { source = MakeSource(settings_.source, stop_); });
+    if (source) {
+        Run(*source);
     }
-    Attempt("recording failed", [&] { RecordSource(*source); });
+}
+
+void Recording::Run(Source& source) {
+    Attempt("recording failed", [&] {
+        if (source.GetKind() == Source::Kind::live) {
+            RecordLive(source);
+        } else {
+            RecordToEnd(source);
+        }
+        writer_.Complete();
+    });
     Attempt("recording failed", [&] { writer_.End(); });
 }
 
-void Recording::RecordSource(Source& source) {
-    bool const mayLoop = settings_.loops && !source.IsLive();
+void Recording::RecordToEnd(Source& source) {
+    bool const mayLoop = settings_.loops && source.GetKind() == Source::Kind::file;
     std::uint64_t packetsBefore = 0;
-    while (RecordOnce(source)) {
-        bool const hadPackets = earlier_.packets > packetsBefore;
-        if (!mayLoop || !hadPackets) {
-            ReportEnd();
-            break;
-        }
-        packetsBefore = earlier_.packets;
-        source.Rewind();
-    }
-    writer_.Complete();
-}
-
-// Records from where the source stands. True at its end; false when the recording is to stop, or
-// when reading failed.
-bool Recording::RecordOnce(Source& source) {
-    PacketAssembler assembler;
-    bool const isPaced = !source.IsLive() && !settings_.isFast;
-    std::optional<Source::Result> result;
     do {
-        result = Read(source, assembler);
-        TakePackets(assembler, isPaced);
-        WatchSync(assembler);
-    } while (result && (result->outcome == Source::Outcome::bytes ||
-                        result->outcome == Source::Outcome::timeout));
-    earlier_ = earlier_ + assembler.Counts();
-    return result && result->outcome == Source::Outcome::end;
+        packetsBefore = earlier_.packets;
+        if (auto const reason = WhyNotBegun(source)) {
+            report_("cannot open " + sourceName_ + ": " + *reason);
+            return;
+        }
+        Ending const ending = RecordOnce(source);
+        if (ending.cause == Ending::Cause::failure) {
+            report_("cannot read " + sourceName_ + ": " + ending.reason);
+        }
+        if (ending.cause != Ending::Cause::end) {
+            return;
+        }
+    } while (mayLoop && earlier_.packets > packetsBefore);
+    ReportEnd();
 }
 
-// Hands the next bytes of the source on. Null when reading failed, which is reported.
-std::optional<Source::Result> Recording::Read(Source& source, PacketAssembler& assembler) {
-    std::optional<Source::Result> result;
-    Attempt("cannot read " + sourceName_,
-            [&] { result = source.Read(assembler.Room(), WaitMs()); });
-    if (!result || result->outcome == Source::Outcome::end) {
-        assembler.End();
-    } else if (result->outcome == Source::Outcome::bytes) {
-        assembler.Filled(result->size);
-    } else if (result->outcome == Source::Outcome::timeout) {
-        writer_.Flush();
+// Records a live source, which is begun again whenever it goes, until the recording is to stop.
+void Recording::RecordLive(Source& source) {
+    while (!stop_.IsSet()) {
+        absence_.Begin(clock_.Now());
+        auto const reason = WhyNotBegun(source);
+        Ending const ending = reason ? Ending{Ending::Cause::failure, *reason} : RecordOnce(source);
+        if (ending.cause == Ending::Cause::stop) {
+            return;
+        }
+        if (ending.cause == Ending::Cause::silence) {
+            absence_.Silent(source.LastWords());
+        } else {
+            WaitUntil(clock_.Now() + absence_.Gone(ending.reason, source.LastWords()));
+        }
+        writer_.SourceRestarts();
     }
-    return result;
+}
+
+// Begins the source. The reason when that fails.
+std::optional<std::string> Recording::WhyNotBegun(Source& source) {
+    try {
+        source.Begin();
+        return std::nullopt;
+    } catch (Failure const& failure) {
+        return failure.what();
+    }
+}
+
+// Records a source that has been begun.
+Recording::Ending Recording::RecordOnce(Source& source) {
+    PacketAssembler assembler;
+    std::optional<Ending> ending;
+    while (!ending) {
+        std::uint64_t const packetsBefore = assembler.Counts().packets;
+        ending = Read(source, assembler);
+        Take(source, assembler);
+        if (assembler.Counts().packets > packetsBefore) {
+            absence_.HasPackets(clock_.Now());
+        } else if (!ending && IsSilent(source)) {
+            ending = Ending{Ending::Cause::silence, ""};
+            assembler.End();
+            Take(source, assembler);
+        }
+    }
+    earlier_ = earlier_ + assembler.Counts();
+    return *ending;
+}
+
+// Hands the next bytes of the source on. Null while there may be more.
+std::optional<Recording::Ending> Recording::Read(Source& source, PacketAssembler& assembler) {
+    Source::Result result{};
+    try {
+        result = source.Read(assembler.Room(), WaitMs(source));
+    } catch (Failure const& failure) {
+        assembler.End();
+        return Ending{Ending::Cause::failure, failure.what()};
+    }
+    switch (result.outcome) {
+    case Source::Outcome::bytes:
+        assembler.Filled(result.size);
+        return std::nullopt;
+    case Source::Outcome::timeout:
+        FlushWhenDue();
+        return std::nullopt;
+    case Source::Outcome::end:
+        assembler.End();
+        return Ending{Ending::Cause::end, "it has ended"};
+    case Source::Outcome::stopped:
+        break;
+    }
+    return Ending{Ending::Cause::stop, ""};
+}
+
+bool Recording::IsSilent(Source const& source) const {
+    return source.GetKind() == Source::Kind::live && clock_.Now() >= absence_.SilentAt();
+}
+
+void Recording::Take(Source const& source, PacketAssembler& assembler) {
+    bool const isFile = source.GetKind() == Source::Kind::file;
+    TakePackets(assembler, isFile && !settings_.isFast);
+    WatchSync(source, assembler);
+    bool const staysAway = source.GetKind() != Source::Kind::live;
+    if (staysAway && assembler.EndedInPacket() && !reportedEndInPacket_) {
+        reportedEndInPacket_ = true;
+        report_(sourceName_ + " stops in a packet");
+    }
 }
 
 void Recording::TakePackets(PacketAssembler& assembler, bool isPaced) {
@@ -124,28 +196,33 @@ void Recording::WaitUntil(RecordingClock::Time due) {
     while (clock_.Now() < due && !stop_.IsSet()) {
         auto const writeDue = writer_.Due();
         clock_.WaitUntil(writeDue ? std::min(due, *writeDue) : due);
-        if (writeDue && clock_.Now() >= *writeDue) {
-            writer_.Flush();
-        }
+        FlushWhenDue();
     }
 }
 
-// How long to wait for the source before the packets taken so far must be written; -1: no limit.
-int Recording::WaitMs() const {
-    if (!writer_.Due()) {
+void Recording::FlushWhenDue() {
+    if (writer_.Due() && clock_.Now() >= *writer_.Due()) {
+        writer_.Flush();
+    }
+}
+
+// How long to wait for the source: until the packets taken so far must be written, or until a live
+// source counts as gone; -1: no limit.
+int Recording::WaitMs(Source const& source) const {
+    auto due = writer_.Due();
+    if (source.GetKind() == Source::Kind::live) {
+        due = due ? std::min(*due, absence_.SilentAt()) : absence_.SilentAt();
+    }
+    if (!due) {
         return -1;
     }
-    auto const left = std::chrono::ceil<std::chrono::milliseconds>(*writer_.Due() - clock_.Now());
+    auto const left = std::chrono::ceil<std::chrono::milliseconds>(*due - clock_.Now());
     return std::max(static_cast<int>(left.count()), 0);
 }
 
-void Recording::WatchSync(PacketAssembler const& assembler) {
-    auto const counts = earlier_ + assembler.Counts();
+void Recording::WatchSync(Source const& source, PacketAssembler const& assembler) {
+    auto const counts = earlier_ + assembler.Counts() + SyncCounts{0, source.DroppedBytes(), 0};
     syncReport_.Update(counts, assembler.InSync(), clock_.Now());
-    if (assembler.EndedInPacket() && !reportedEndInPacket_) {
-        reportedEndInPacket_ = true;
-        report_(sourceName_ + " stops in a packet");
-    }
     if (assembler.InSync()) {
         droppedWhenInSync_ = counts.droppedBytes;
     } else if (counts.droppedBytes - droppedWhenInSync_ >= noStreamSize) {

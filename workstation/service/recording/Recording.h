@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 
+#include "service/recording/Absence.h"
 #include "service/recording/BlockWriter.h"
 #include "service/recording/PacketAssembler.h"
 #include "service/recording/RealTimePacer.h"
@@ -28,21 +29,36 @@ public:
     Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
               RecordingClock& clock, Report report, StopEvent const& stop);
 
-    // Records until the source ends, the recording is to stop, or something fails, which is
-    // reported. Throws nothing.
+    // Records until the source ends for good, the recording is to stop, or something fails, which
+    // is reported. Throws nothing.
     void Run();
 
+    // The same from a source other than that of the settings.
+    void Run(Source& source);
+
 private:
+    // Why a source that was begun is read no longer.
+    struct Ending {
+        enum class Cause { end, failure, silence, stop };
+        Cause cause;
+        std::string reason; // of an end or a failure
+    };
+
     template <typename Operation>
     void Attempt(std::string const& what, Operation operation);
-    void RecordSource(Source& source);
-    bool RecordOnce(Source& source);
-    std::optional<Source::Result> Read(Source& source, PacketAssembler& assembler);
+    void RecordToEnd(Source& source);
+    void RecordLive(Source& source);
+    static std::optional<std::string> WhyNotBegun(Source& source);
+    Ending RecordOnce(Source& source);
+    std::optional<Ending> Read(Source& source, PacketAssembler& assembler);
+    bool IsSilent(Source const& source) const;
+    void Take(Source const& source, PacketAssembler& assembler);
     void TakePackets(PacketAssembler& assembler, bool isPaced);
     void TakeInTime(std::span<unsigned char const> packets);
     void WaitUntil(RecordingClock::Time due);
-    int WaitMs() const;
-    void WatchSync(PacketAssembler const& assembler);
+    void FlushWhenDue();
+    int WaitMs(Source const& source) const;
+    void WatchSync(Source const& source, PacketAssembler const& assembler);
     void ReportEnd();
 
     RecordingSettings settings_;
@@ -53,7 +69,8 @@ private:
     BlockWriter writer_;
     RealTimePacer pacer_;
     SyncReport syncReport_;
-    SyncCounts earlier_;                  // of the times that a looping source was read before
+    Absence absence_;
+    SyncCounts earlier_;                  // of the times that the source was begun before
     std::uint64_t droppedWhenInSync_ = 0; // bytes
     bool reportedNoStream_ = false;
     bool reportedEndInPacket_ = false;

@@ -1,25 +1,31 @@
-// Where a recording gets its bytes from: a file, a device, a pipe, standard input.
+// Where a recording gets its bytes from.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
-#include <utility>
-
-#include "FileDescriptor.h"
-#include "service/recording/StopEvent.h"
+#include <vector>
 
 namespace workstation::service::recording {
 
-// The text of a Failure that opening or reading throws is that of the errno alone.
+// One source of a recording, used by its thread alone.
 class Source {
 public:
-    // "-" is standard input, anything else a path. Never waits for the other end of a pipe. `stop`
-    // ends every wait and outlives the source. Throws a Failure when the source cannot be opened.
-    static Source Open(std::string const& name, StopEvent const& stop);
+    // What becomes of a recording when its source ends.
+    enum class Kind {
+        file,  // read at the pace of its PCR; ends the recording, or is read again
+        input, // taken as it comes; ends the recording
+        live,  // taken as it comes; begun again whenever it ends, fails or has no packets
+    };
 
-    // Whether the bytes are taken as they come: true for everything but a regular file.
-    bool IsLive() const { return isLive_; }
+    virtual ~Source() = default;
+
+    virtual Kind GetKind() const = 0;
+
+    // Opens the source, or opens it again: a file at its beginning, a live source where it is now.
+    // Never waits for another process. Throws a Failure whose text is the reason alone.
+    virtual void Begin() = 0;
 
     enum class Outcome { bytes, timeout, end, stopped };
     struct Result {
@@ -29,21 +35,14 @@ public:
 
     // Waits until the source has bytes, for at most `timeoutMs` milliseconds (-1: without limit),
     // and reads what is there, at most as much as there is room for. Reads nothing once the
-    // recording is to stop. Throws a Failure when reading fails.
-    Result Read(std::span<unsigned char> room, int timeoutMs);
+    // recording is to stop. To be called after Begin. Throws a Failure as Begin does.
+    virtual Result Read(std::span<unsigned char> room, int timeoutMs) = 0;
 
-    // Goes back to the beginning. Throws a Failure; a live source cannot go back.
-    void Rewind();
+    // How many bytes of all that came were no packets and have not been delivered.
+    virtual std::uint64_t DroppedBytes() const { return 0; }
 
-private:
-    Source(FileDescriptor descriptor, bool isLive, StopEvent const& stop)
-        : descriptor_(std::move(descriptor))
-        , isLive_(isLive)
-        , stop_(stop) {}
-
-    FileDescriptor descriptor_;
-    bool isLive_;
-    StopEvent const& stop_;
+    // What a live source printed last, a line each, since it was begun. Contains nothing secret.
+    virtual std::vector<std::string> LastWords() const { return {}; }
 };
 
 } // namespace workstation::service::recording

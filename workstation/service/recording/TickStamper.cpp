@@ -3,6 +3,8 @@
 
 #include <bitstream/mpeg/ts.h>
 
+#include <algorithm>
+
 #include "ts/SystemTickPacket.h"
 
 namespace workstation::service::recording {
@@ -22,9 +24,10 @@ void TickStamper::Pass(std::span<unsigned char const> packets, WallTime now, Tic
         std::uint32_t const first = ticks_.ReserveTicks(reservationSize);
         reservedEnd_ = first + reservationSize;
         Start(first, now);
-    } else if (IsLate(now)) {
-        Start(inserter_->NextTick().tick, now);
+    } else if (restarts_ || NextTime() + longestLag < now) {
+        Start(inserter_->NextTick().tick, std::max(now, NextTime()));
     }
+    restarts_ = false;
     for (; !packets.empty(); packets = packets.subspan(ts::tsPacketSize)) {
         if (ts_get_pid(packets.data()) != ts::systemTickPid) {
             Append(packets.first<ts::tsPacketSize>(), block);
@@ -45,9 +48,10 @@ void TickStamper::Start(std::uint32_t tick, WallTime now) {
     inserter_.emplace(tick, static_cast<int>(time));
 }
 
-bool TickStamper::IsLate(WallTime now) const {
+// The time of the next tick by the clock of the stream.
+TickStamper::WallTime TickStamper::NextTime() const {
     std::uint32_t const passed = inserter_->NextTick().tick - startTick_;
-    return startTime_ + passed * tickDistance + longestLag < now;
+    return startTime_ + passed * tickDistance;
 }
 
 void TickStamper::ReserveAhead() {

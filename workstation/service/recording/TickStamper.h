@@ -28,12 +28,16 @@ public:
     // Appends whole packets that arrived at `now`, and the ticks due before them, to `block`.
     void Pass(std::span<unsigned char const> packets, WallTime now, TickedBlock& block);
 
+    // The next packets come from a source that was begun again: their clock is another one, and the
+    // time is read again.
+    void SourceRestarts() { restarts_ = true; }
+
     // Returns the reserved numbers that were not used. Pass must not be called afterwards.
     void ReturnRest();
 
 private:
     void Start(std::uint32_t tick, WallTime now);
-    bool IsLate(WallTime now) const;
+    WallTime NextTime() const;
     void ReserveAhead();
     void Append(ts::TsPacketView packet, TickedBlock& block);
 
@@ -42,6 +46,7 @@ private:
     std::uint32_t startTick_ = 0;              // of the inserter
     WallTime startTime_;                       // of the inserter
     std::uint32_t reservedEnd_ = 0;            // the first number that is not reserved
+    bool restarts_ = false;                    // the source was begun again
 };
 
 } // namespace workstation::service::recording

@@ -1,0 +1,42 @@
+// What the log shows of a source.
+#include "service/recording/SourceName.h"
+
+#include <algorithm>
+
+#include "service/recording/UdpAddress.h"
+
+namespace workstation::service::recording {
+namespace {
+
+constexpr std::string_view blanks = " \t\n";
+
+// Characters that a shell takes as they are, so that the word ends where it seems to.
+bool IsPlain(char character) {
+    constexpr std::string_view plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                       "0123456789_./+-";
+    return plain.find(character) != std::string_view::npos;
+}
+
+} // namespace
+
+std::string ProgramName(std::string_view command) {
+    command.remove_prefix(std::min(command.find_first_not_of(blanks), command.size()));
+    std::string_view const path = command.substr(0, command.find_first_of(blanks));
+    std::string_view const name = path.substr(path.rfind('/') + 1);
+    return !name.empty() && std::ranges::all_of(path, IsPlain) ? std::string(name) : "sh";
+}
+
+std::string SourceName(std::string const& source) {
+    if (source == "-") {
+        return "standard input";
+    }
+    if (source.starts_with(execPrefix)) {
+        return std::string(execPrefix) + ProgramName(source.substr(execPrefix.size()));
+    }
+    if (source.starts_with(udpPrefix)) {
+        return source;
+    }
+    return "'" + source + "'";
+}
+
+} // namespace workstation::service::recording

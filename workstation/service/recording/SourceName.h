@@ -1,0 +1,20 @@
+// What the log shows of a source.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace workstation::service::recording {
+
+// What the argument of --record begins with when the source is a command.
+constexpr std::string_view execPrefix = "exec:";
+
+// A path in quotes; "standard input" for "-"; "exec:" and the name of the program for a command,
+// which may contain a password; a valid UDP address as it is.
+std::string SourceName(std::string const& source);
+
+// The name of the program that a command begins with; "sh" when it begins with anything else, such
+// as an assignment.
+std::string ProgramName(std::string_view command);
+
+} // namespace workstation::service::recording
