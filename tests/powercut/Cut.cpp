@@ -224,7 +224,7 @@ Clock::time_point Cut::In(int fewestMs, int mostMs) {
 void Cut::Strike() {
     isStriking_ = true;
     cutTime_ = Clock::now();
-    logSize_ = std::filesystem::file_size(recorder.LogPath());
+    logSize_ = recorder.Log().size();
     if (GetParam() == Loss::power) {
         disk_->CutPower();
     }

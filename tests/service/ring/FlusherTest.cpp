@@ -85,9 +85,25 @@ TEST_F(FlusherTest, OneFlushServesAllFilesAndNoneIsMadeForNothing) {
 
 TEST_F(FlusherTest, ThreadFlushesByItself) {
     flusher_.Start();
-    Append(5);
-    while (parts_.Length(1) != 188) { // the test's time limit ends this
-        std::this_thread::yield();
+    for (unsigned int packets : {1U, 2U}) {
+        Append(4 + packets);
+        while (parts_.Length(1) != packets * 188) { // the test's time limit ends this
+            std::this_thread::yield();
+        }
+    }
+}
+
+TEST_F(FlusherTest, NewFileIsSeenBeforeThePeriodIsOver) {
+    Flusher slow(parts_.Pool(), std::chrono::hours(1));
+    FileAllocator files(parts_.Session(), parts_.Store(), slow);
+    slow.Start();
+    for (int const stream : {2, 3}) {
+        auto const file = files.Take(stream);
+        file->Append(TickPacket(9), RangeOf(9, 9), {});
+        while (parts_.Length(file->Number()) == 0) { // the test's time limit ends this
+            std::this_thread::yield();
+        }
+        file->Finish();
     }
 }
 

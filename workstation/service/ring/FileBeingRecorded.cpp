@@ -42,12 +42,19 @@ void FileBeingRecorded::Append(std::span<unsigned char const> packets,
         CorrectFirstTick(ticks->first.tick);
         hasTick_ = true;
     }
-    std::lock_guard const lock(mutex_);
-    Write(packets);
-    checksum_.Add(packets);
-    nextChecksum_.Add(packets);
-    written_.Add(packets.size(), ticks);
-    Mark();
+    bool isFirst = false;
+    {
+        std::lock_guard const lock(mutex_);
+        Write(packets);
+        checksum_.Add(packets);
+        nextChecksum_.Add(packets);
+        isFirst = written_.size == 0;
+        written_.Add(packets.size(), ticks);
+        Mark();
+    }
+    if (isFirst) {
+        flusher_.FlushSoon();
+    }
 }
 
 void FileBeingRecorded::BeginLink(recording::TickStamp first) {

@@ -12,8 +12,9 @@
 
 namespace workstation::service::ring {
 
-Flusher::Flusher(pool::PoolImage const& image)
-    : pool_(image.OpenDescriptor(O_RDWR, pool::PoolName(image.Path()))) {}
+Flusher::Flusher(pool::PoolImage const& image, std::chrono::milliseconds period)
+    : pool_(image.OpenDescriptor(O_RDWR, pool::PoolName(image.Path())))
+    , period_(period) {}
 
 void Flusher::Start() {
     thread_ = std::jthread([this](std::stop_token const& stop) { Run(stop); });
@@ -29,6 +30,12 @@ void Flusher::Remove(FileBeingRecorded& file) {
     std::erase(files_, &file);
 }
 
+void Flusher::FlushSoon() {
+    std::lock_guard const lock(mutex_);
+    isWanted_ = true;
+    wake_.notify_one();
+}
+
 void Flusher::Flush() {
     std::lock_guard const lock(mutex_);
     FlushFiles();
@@ -37,7 +44,8 @@ void Flusher::Flush() {
 void Flusher::Run(std::stop_token const& stop) {
     std::unique_lock lock(mutex_);
     while (!stop.stop_requested()) {
-        wake_.wait_for(lock, stop, period, [] { return false; });
+        wake_.wait_for(lock, stop, period_, [this] { return isWanted_; });
+        isWanted_ = false;
         FlushFiles();
     }
 }

@@ -21,8 +21,10 @@ class FileBeingRecorded;
 // fails is logged once, and again when flushing works.
 class Flusher {
 public:
-    // `image` outlives the object. Throws a Failure.
-    explicit Flusher(pool::PoolImage const& image);
+    static constexpr std::chrono::milliseconds usualPeriod{500};
+
+    // `image` outlives the object. `period` is the time between two flushes. Throws a Failure.
+    explicit Flusher(pool::PoolImage const& image, std::chrono::milliseconds period = usualPeriod);
 
     Flusher(Flusher const&) = delete;
     Flusher& operator=(Flusher const&) = delete;
@@ -34,7 +36,8 @@ public:
     void Add(FileBeingRecorded& file);
     void Remove(FileBeingRecorded& file);
 
-    static constexpr std::chrono::milliseconds period{500};
+    // Flushes soon, in its thread: a new file is seen at once.
+    void FlushSoon();
 
     // Flushes at once. Returns when what was appended before is durable and stated, or when that
     // failed.
@@ -48,12 +51,14 @@ private:
     void LogSuccess();
 
     FileDescriptor pool_;
+    std::chrono::milliseconds period_;
     std::mutex mutex_; // of what follows
     std::condition_variable_any wake_;
     std::vector<FileBeingRecorded*> files_;
     std::uint64_t lostBytes_ = 0;
     bool isFailing_ = false;
-    std::jthread thread_; // the last member: stops before the others are destroyed
+    bool isWanted_ = false; // soon
+    std::jthread thread_;   // the last member: stops before the others are destroyed
 };
 
 } // namespace workstation::service::ring
