@@ -307,7 +307,8 @@ TEST_F(ExportCommandTest, SlotThatGrowsIsReadUpToTheLengthAtTheStart) {
     Append(stream, 1000, 1009);
     LoadSlot(root_.Pool(), 2, stream.Bytes());
     PoolView const pool(root_.Pool());
-    OpenedSlot slot(pool, 2);
+    PoolSlots slots(pool);
+    OpenedSlot& slot = slots.At(2);
     LoadSlot(root_.Pool(), 2, Append(stream, 1010, 1019).Bytes());
     EXPECT_EQ(slot.Length(), 10 * bytesOfTick);
     EXPECT_NO_THROW(slot.CheckUnchanged());
