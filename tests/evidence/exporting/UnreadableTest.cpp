@@ -20,15 +20,21 @@ protected:
         std::ofstream(directory_.Path("faults")) << '\1'; // reading fails
     }
 
-    // Runs the tool where the bytes cannot be read.
+    // Runs the tool where the bytes of the slot cannot be read.
     Outcome Run(std::vector<std::string> const& arguments) const {
-        std::uint64_t const from = pool::PoolImage::Open(root_.Pool())->SlotOffset(slot) + lostFrom;
+        return Run(arguments, root_.Pool(),
+                   pool::PoolImage::Open(root_.Pool())->SlotOffset(slot) + lostFrom);
+    }
+
+    // Runs the tool where bytes of the files with such paths cannot be read.
+    Outcome Run(std::vector<std::string> const& arguments, std::string const& files,
+                std::uint64_t from) const {
         std::string const range = std::to_string(from) + "-" + std::to_string(from + lostBytes);
         std::vector<std::string> words{D2B};
         words.insert(words.end(), arguments.begin(), arguments.end());
         ChildProcess tool([&] {
             setenv("STREAMMGR_FAULTY_BYTES", range.c_str(), 1);
-            setenv("STREAMMGR_FAULTY_FILES", root_.Pool().c_str(), 1);
+            setenv("STREAMMGR_FAULTY_FILES", files.c_str(), 1);
             setenv("STREAMMGR_FAULTS", directory_.Path("faults").c_str(), 1);
             setenv("LD_PRELOAD", FAULTY_DISK_PATH, 1);
             freopen(directory_.Path("stdout").c_str(), "w", stdout);
@@ -80,6 +86,14 @@ TEST_F(UnreadableTest, ExportHasZerosThereAndNamesThem) {
     EXPECT_EQ(fault["output_offset"], place);
     EXPECT_EQ(Run({"verify", Out() + ".json", "--pool", root_.Pool()}).status, 0);
     EXPECT_EQ(RunCommand({"verify", Out() + ".json", "--pool", root_.Pool()}).status, 3);
+}
+
+TEST_F(UnreadableTest, FileThatCannotBeReadAgainIsNotLeft) {
+    std::filesystem::create_directory(Out("new"));
+    std::string const path = Out("new/out.ts");
+    EXPECT_EQ(Run({"export", "--slots", "2,3", "-o", path}, Out("new"), bytesOfTick),
+              (Outcome{1, "", "d2b: '" + path + "' does not hold what was written to it\n"}));
+    EXPECT_TRUE(std::filesystem::is_empty(Out("new")));
 }
 
 } // namespace
