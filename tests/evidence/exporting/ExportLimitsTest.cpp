@@ -1,9 +1,7 @@
 // How much of a pool an export reads, and how much memory the verbs take.
-#include <sys/resource.h>
-#include <sys/wait.h>
-
 #include "ExportTest.h"
 #include "pool/PoolLayout.h"
+#include "support/PeakMemory.h"
 #include "support/Sanitizers.h"
 
 namespace workstation::evidence::exporting {
@@ -56,6 +54,30 @@ TEST_F(FullSlotTest, AtMostTwoMebibytesAreReadBesideWhatIsExported) {
         EXPECT_GT(exported, 200U * packetsOfTick * ts::tsPacketSize);
         EXPECT_GE(read, 2 * exported);
         EXPECT_LE(read - 2 * exported, 2 * mebibyte) << from;
+    }
+}
+
+TEST_F(FullSlotTest, EveryVerbTakesLessThanSixteenMebibytes) {
+    if (hasAddressSanitizer || hasThreadSanitizer) {
+        GTEST_SKIP() << "a sanitizer takes memory of its own";
+    }
+    struct {
+        std::vector<std::string> arguments;
+        int status;
+    } const runs[] = {
+        {{"list", "streams"}, 0},
+        {{"scan"}, 0},
+        {{"export", "--stream", "1", "--from", "@53", "--to", "@128", "-o", Out()}, 0},
+        {{"export", "--slots", "1,1", "-o", Out("slots")}, 3}, // from the last tick to the first
+        {{"verify", Out() + ".json", "--pool", root_.Pool()}, 0},
+    };
+    for (auto const& [arguments, status] : runs) {
+        std::vector<std::string> words{D2B};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        auto const run = RunMeasured(words);
+        EXPECT_EQ(run.status, status) << arguments[0];
+        EXPECT_GT(run.peakMemoryKiB, 1024) << arguments[0];
+        EXPECT_LT(run.peakMemoryKiB, 16 * 1024) << arguments[0];
     }
 }
 
