@@ -8,7 +8,7 @@ namespace workstation::evidence::exporting {
 namespace {
 
 constexpr std::uint64_t mebibyte = 1U << 20U;
-constexpr unsigned int packetsOfTick = 332; // 10 Mbit/s
+constexpr unsigned int tickDistance = 332; // in packets, of a stream of 10 Mbit/s
 
 // A full slot of stream 1, in which a decoder can start once in two seconds.
 class FullSlotTest : public ExportTest {
@@ -16,13 +16,12 @@ protected:
     FullSlotTest() {
         ProgramStream stream;
         std::uint32_t tick = 1000; // of the time 50
-        for (; (stream.Packets() + packetsOfTick) * ts::tsPacketSize <= pool::poolSlotSize;
-             ++tick) {
+        for (; (stream.Packets() + tickDistance) * ts::tsPacketSize <= pool::poolSlotSize; ++tick) {
             stream.Tick(tick);
             if (tick % 40 == 1) {
-                stream.Pat().Pmt().KeyFrame().Video(packetsOfTick - 4);
+                stream.Pat().Pmt().KeyFrame().Video(tickDistance - 4);
             } else {
-                stream.Video(packetsOfTick - 1);
+                stream.Video(tickDistance - 1);
             }
         }
         Record(1, 1, 1000, tick - 1, stream.Bytes());
@@ -51,7 +50,7 @@ TEST_F(FullSlotTest, AtMostTwoMebibytesAreReadBesideWhatIsExported) {
                   0);
         std::uint64_t const read = BytesRead() - before;
         std::uint64_t const exported = std::filesystem::file_size(path);
-        EXPECT_GT(exported, 200U * packetsOfTick * ts::tsPacketSize);
+        EXPECT_GT(exported, 200U * tickDistance * ts::tsPacketSize);
         EXPECT_GE(read, 2 * exported);
         EXPECT_LE(read - 2 * exported, 2 * mebibyte) << from;
     }
@@ -76,7 +75,6 @@ TEST_F(FullSlotTest, EveryVerbTakesLessThanSixteenMebibytes) {
         words.insert(words.end(), arguments.begin(), arguments.end());
         auto const run = RunMeasured(words);
         EXPECT_EQ(run.status, status) << arguments[0];
-        EXPECT_GT(run.peakMemoryKiB, 1024) << arguments[0];
         EXPECT_LT(run.peakMemoryKiB, 16 * 1024) << arguments[0];
     }
 }

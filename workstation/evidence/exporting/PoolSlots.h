@@ -63,7 +63,7 @@ public:
 
 private:
     PoolView const& pool_;
-    std::uint64_t keepable_ = 4U << 20U; // a group of pictures and more
+    std::uint64_t keepable_ = 3U << 20U; // two seconds of 10 Mbit/s and more
     std::map<int, OpenedSlot> slots_;
 };
 
