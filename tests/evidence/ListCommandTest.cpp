@@ -1,7 +1,4 @@
 // d2b list: what it prints, its exit status, and that it changes nothing.
-#include <sys/resource.h>
-#include <sys/wait.h>
-
 #include <cstdlib>
 
 #include <nlohmann/json.hpp>
@@ -11,6 +8,7 @@
 #include "pool/StreamFile.h"
 #include "store/EventStore.h"
 #include "store/Statement.h"
+#include "support/PeakMemory.h"
 #include "support/ReadOnlyPlaces.h"
 #include "support/Sanitizers.h"
 #include "support/Snapshot.h"
@@ -414,16 +412,10 @@ TEST_F(ListCommandTest, TwoThousandSlotsTakeLessThanASecondAndSixteenMegabytes) 
 
     std::string const out = root_.Path() + "/out.json";
     Stopwatch const stopwatch;
-    ChildProcess child([&] {
-        return std::freopen(out.c_str(), "w", stdout) != nullptr ? Execute({D2B, "list", "--json"})
-                                                                 : 98;
-    });
-    rusage usage{};
-    int status = -1;
-    ASSERT_EQ(wait4(child.Pid(), &status, 0, &usage), child.Pid());
-    EXPECT_EQ(status, 0);
+    auto const run = RunMeasured({D2B, "list", "--json"}, out);
+    EXPECT_EQ(run.status, 0);
     EXPECT_LT(stopwatch.ElapsedMs(), 1000);
-    EXPECT_LT(usage.ru_maxrss, 16 * 1024);
+    EXPECT_LT(run.peakMemoryKiB, 16 * 1024);
     auto const list = nlohmann::json::parse(BytesOf(out));
     EXPECT_EQ(list["slots"].size(), static_cast<std::size_t>(slots));
     EXPECT_EQ(list["slots"][999]["last_tick"], 1019);

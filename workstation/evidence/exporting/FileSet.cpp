@@ -4,16 +4,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <vector>
 
 #include "Failure.h"
 #include "NewFile.h"
-#include "evidence/OrderedTasks.h"
 #include "evidence/SlotReader.h"
 #include "evidence/exporting/ChecksumFile.h"
-#include "evidence/exporting/HashOf.h"
+#include "evidence/exporting/Gmac.h"
+#include "ts/TsPacket.h"
 
 namespace workstation::evidence::exporting {
 namespace {
@@ -85,26 +87,31 @@ FileSet::FileSet(std::string const& path, bool isReplaceable)
 void FileSet::Complete(Asked const& asked, JoinedPieces const& pieces, CopiedPieces const& copied,
                        std::function<void(std::uint64_t bytes)> const& progress) {
     file_.Flush();
-    Compare(pieces, copied, progress);
+    Compare(copied, progress);
     std::string const line = ChecksumLine(copied.wholeHash, NameOf(path_));
     checksum_.Write({reinterpret_cast<unsigned char const*>(line.data()), line.size()});
     checksum_.Flush();
     manifest_ = &draft_.Complete(NameOf(path_), asked, pieces.Pieces(), copied);
 }
 
-void FileSet::Compare(JoinedPieces const& pieces, CopiedPieces const& copied,
+void FileSet::Compare(CopiedPieces const& copied,
                       std::function<void(std::uint64_t bytes)> const& progress) const {
-    RunTasks(pieces.Pieces().size(), [&](std::size_t piece) {
-        SlotReader written(file_.Descriptor(), 0, pieces.Length());
-        Range const range{pieces.Begins()[piece], pieces.Pieces()[piece].bytes};
-        std::vector<Range> unreadable;
-        if (HashOf(written, range, unreadable, progress) != copied.pieceHashes[piece] ||
-            !unreadable.empty()) {
-            throw Failure(EIO, "'" + path_ + "' does not hold what was written to it: bytes " +
-                                   std::to_string(range.offset) + " to " +
-                                   std::to_string(range.End()));
-        }
-    });
+    std::uint64_t const size = copied.summary.bytes;
+    SlotReader written(file_.Descriptor(), 0, size);
+    Gmac gmac;
+    std::vector<unsigned char> block(ts::tsBlockSize);
+    std::vector<Range> unreadable;
+    for (std::uint64_t offset = 0; offset < size;) {
+        auto const bytes =
+            std::span(block).first(std::min<std::uint64_t>(block.size(), size - offset));
+        written.Read(offset, bytes, unreadable);
+        gmac.Add(bytes);
+        offset += bytes.size();
+        progress(bytes.size());
+    }
+    if (gmac.Take() != copied.tag || !unreadable.empty()) {
+        throw Failure(EIO, "'" + path_ + "' does not hold what was written to it");
+    }
 }
 
 void FileSet::Publish() {

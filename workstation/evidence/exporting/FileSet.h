@@ -27,7 +27,7 @@ public:
     Findings& Draft() { return draft_; }
 
     // After the copy: flushes the file, reads it again and compares it with what was copied, and
-    // writes the other two. `progress` is called from several threads with numbers of bytes.
+    // writes the other two. `progress` is called with numbers of bytes.
     void Complete(Asked const& asked, JoinedPieces const& pieces, CopiedPieces const& copied,
                   std::function<void(std::uint64_t bytes)> const& progress);
 
@@ -41,7 +41,7 @@ public:
     UnnamedFile const& ManifestFile() const { return *manifest_; }
 
 private:
-    void Compare(JoinedPieces const& pieces, CopiedPieces const& copied,
+    void Compare(CopiedPieces const& copied,
                  std::function<void(std::uint64_t bytes)> const& progress) const;
 
     std::string path_;

@@ -28,11 +28,16 @@ CopiedPieces PieceCopy::Run() {
     copied.gaps = gaps_;
     copied.pieceHashes = hashes_.Pieces();
     copied.wholeHash = hashes_.TakeWhole();
+    copied.tag = gmac_.Take();
     return copied;
 }
 
 void PieceCopy::OnRead(std::span<unsigned char const> bytes) {
-    auto hashing = std::async(std::launch::async, [this, bytes] { hashes_.Add(bytes); });
+    auto pieces = std::async(std::launch::async, [this, bytes] { hashes_.AddToPieces(bytes); });
+    auto whole = std::async(std::launch::async, [this, bytes] {
+        hashes_.AddToWhole(bytes);
+        gmac_.Add(bytes);
+    });
     CheckSlotsUpTo(done_ + bytes.size());
     WriteAll(target_.descriptor, bytes, target_.path);
     if (target_.isFile) {
@@ -41,7 +46,8 @@ void PieceCopy::OnRead(std::span<unsigned char const> bytes) {
                         static_cast<off_t>(bytes.size()), SYNC_FILE_RANGE_WRITE);
     }
     done_ += bytes.size();
-    hashing.get();
+    pieces.get();
+    whole.get();
     progress_(bytes.size());
 }
 

@@ -9,6 +9,7 @@
 
 #include "evidence/SlotScan.h"
 #include "evidence/exporting/Findings.h"
+#include "evidence/exporting/Gmac.h"
 #include "evidence/exporting/PieceHashes.h"
 #include "evidence/exporting/Pieces.h"
 
@@ -19,6 +20,7 @@ struct CopiedPieces {
     std::uint64_t gaps = 0;
     std::vector<std::string> pieceHashes;
     std::string wholeHash;
+    Gmac::Tag tag{}; // of all bytes, to compare them with what was written
 };
 
 // Where the copy goes.
@@ -28,7 +30,8 @@ struct CopyTarget {
     bool isFile;      // writing to the disk begins early
 };
 
-// Copies once. Bytes are hashed on another thread while they are written.
+// Copies once. Bytes are hashed on other threads while they are written, the file and its pieces
+// each on one.
 class PieceCopy : private ScanObserver {
 public:
     // At least one piece. Everything must outlive the object. `progress` is called with numbers of
@@ -53,6 +56,7 @@ private:
     Findings& findings_;
     std::function<void(std::uint64_t bytes)> const& progress_;
     PieceHashes hashes_;
+    Gmac gmac_;
     std::uint64_t done_ = 0;
     std::size_t checked_ = 0; // pieces whose slots are known to be unchanged
     std::optional<PlacedTick> lastTick_;

@@ -5,10 +5,13 @@
 
 namespace workstation::evidence::exporting {
 
-void PieceHashes::Add(std::span<unsigned char const> bytes) {
+void PieceHashes::AddToWhole(std::span<unsigned char const> bytes) {
     if (!IsOnePiece()) {
         whole_.Add(bytes);
     }
+}
+
+void PieceHashes::AddToPieces(std::span<unsigned char const> bytes) {
     while (!bytes.empty()) {
         std::uint64_t const end = begins_[pieces_.size() + 1];
         auto const part = bytes.first(std::min<std::uint64_t>(end - done_, bytes.size()));

@@ -18,8 +18,10 @@ public:
     explicit PieceHashes(std::vector<std::uint64_t> begins)
         : begins_(std::move(begins)) {}
 
-    // Takes the next bytes of the file, not more than the pieces have.
-    void Add(std::span<unsigned char const> bytes);
+    // Both take the next bytes of the file, not more than the pieces have. They may be called at
+    // the same time.
+    void AddToPieces(std::span<unsigned char const> bytes);
+    void AddToWhole(std::span<unsigned char const> bytes);
 
     // The hash of each piece that is complete.
     std::vector<std::string> const& Pieces() const { return pieces_; }

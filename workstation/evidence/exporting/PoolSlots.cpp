@@ -3,23 +3,31 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <vector>
+#include <iterator>
 
 #include "Failure.h"
 #include "pool/PoolLayout.h"
 
 namespace workstation::evidence::exporting {
+namespace {
 
-OpenedSlot::OpenedSlot(PoolView const& pool, int number)
+// Searches read less at a time, a copy more.
+constexpr std::size_t largestKept = 512U << 10U;
+
+} // namespace
+
+OpenedSlot::OpenedSlot(PoolView const& pool, int number, std::uint64_t& keepable)
     : SlotReader(pool.Descriptor(), pool.SlotOffset(number), pool.Length(number))
     , pool_(pool)
     , number_(number)
+    , keepable_(keepable)
     , firstPacket_(FirstPacket()) {}
 
 OpenedSlot::Packet OpenedSlot::FirstPacket() {
     Packet packet{};
     std::vector<Range> unreadable;
-    Read(0, std::span(packet).first(std::min<std::uint64_t>(packet.size(), Length())), unreadable);
+    SlotReader::Read(0, std::span(packet).first(std::min<std::uint64_t>(packet.size(), Length())),
+                     unreadable);
     return packet;
 }
 
@@ -32,6 +40,45 @@ void OpenedSlot::CheckUnchanged() {
     }
 }
 
+// The kept bytes from `offset` on; empty when the byte is not kept.
+std::span<unsigned char const> OpenedSlot::Kept(std::uint64_t offset) const {
+    auto const after = kept_.upper_bound(offset);
+    if (after == kept_.begin()) {
+        return {};
+    }
+    auto const& [begin, bytes] = *std::prev(after);
+    return std::span(bytes).subspan(std::min<std::uint64_t>(offset - begin, bytes.size()));
+}
+
+void OpenedSlot::ReadAndKeep(std::uint64_t offset, std::span<unsigned char> bytes,
+                             std::vector<Range>& unreadable) {
+    std::vector<Range> missing;
+    SlotReader::Read(offset, bytes, missing);
+    unreadable.insert(unreadable.end(), missing.begin(), missing.end());
+    if (missing.empty() && bytes.size() <= std::min<std::uint64_t>(largestKept, keepable_)) {
+        kept_.try_emplace(offset, bytes.begin(), bytes.end());
+        keepable_ -= bytes.size();
+    }
+}
+
+void OpenedSlot::Read(std::uint64_t offset, std::span<unsigned char> bytes,
+                      std::vector<Range>& unreadable) {
+    while (!bytes.empty()) {
+        auto const kept = Kept(offset);
+        std::size_t count = std::min(kept.size(), bytes.size());
+        std::copy_n(kept.begin(), count, bytes.begin());
+        if (kept.empty()) {
+            auto const next = kept_.upper_bound(offset);
+            count = next == kept_.end()
+                        ? bytes.size()
+                        : std::min<std::uint64_t>(next->first - offset, bytes.size());
+            ReadAndKeep(offset, bytes.first(count), unreadable);
+        }
+        offset += count;
+        bytes = bytes.subspan(count);
+    }
+}
+
 OpenedSlot& PoolSlots::At(int number) {
     if (number < 1 || static_cast<std::uint32_t>(number) > pool_.SlotCount()) {
         throw Failure(ENOENT, pool::StreamFileName(number) +
@@ -39,8 +86,9 @@ OpenedSlot& PoolSlots::At(int number) {
                                   std::to_string(pool_.SlotCount()));
     }
     auto const found = slots_.find(number);
-    return found != slots_.end() ? found->second
-                                 : slots_.try_emplace(number, pool_, number).first->second;
+    return found != slots_.end()
+               ? found->second
+               : slots_.try_emplace(number, pool_, number, keepable_).first->second;
 }
 
 } // namespace workstation::evidence::exporting

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <vector>
 
 #include "evidence/PoolView.h"
 #include "evidence/SlotReader.h"
@@ -16,22 +17,34 @@ namespace workstation::evidence::exporting {
 // A recorder states the length 0 before it writes over a slot, writes from its first byte on, and
 // uses no tick twice. So a slot holds what it held as long as its length has not decreased and its
 // first packet is the same.
+//
+// The copy needs again what the search for its begin has read. So what is read in small parts is
+// kept in memory and not read twice.
 class OpenedSlot : public SlotReader {
 public:
-    OpenedSlot(PoolView const& pool, int number);
+    // `keepable`: how many more bytes all slots of an export may keep.
+    OpenedSlot(PoolView const& pool, int number, std::uint64_t& keepable);
 
     int Number() const { return number_; }
 
     // Throws Failure (ESTALE) when the slot was recorded over, or shortened, after it was opened.
     void CheckUnchanged();
 
+    void Read(std::uint64_t offset, std::span<unsigned char> bytes,
+              std::vector<Range>& unreadable) override;
+
 private:
     using Packet = std::array<unsigned char, ts::tsPacketSize>;
 
     Packet FirstPacket();
+    std::span<unsigned char const> Kept(std::uint64_t offset) const;
+    void ReadAndKeep(std::uint64_t offset, std::span<unsigned char> bytes,
+                     std::vector<Range>& unreadable);
 
     PoolView const& pool_;
     int number_;
+    std::uint64_t& keepable_;
+    std::map<std::uint64_t, std::vector<unsigned char>> kept_; // by offset, without overlap
     Packet firstPacket_;
 };
 
@@ -40,6 +53,8 @@ class PoolSlots {
 public:
     explicit PoolSlots(PoolView const& pool)
         : pool_(pool) {}
+    PoolSlots(PoolSlots const&) = delete;
+    PoolSlots& operator=(PoolSlots const&) = delete;
 
     PoolView const& Pool() const { return pool_; }
 
@@ -48,6 +63,7 @@ public:
 
 private:
     PoolView const& pool_;
+    std::uint64_t keepable_ = 3U << 20U; // two seconds of 10 Mbit/s and more
     std::map<int, OpenedSlot> slots_;
 };
 

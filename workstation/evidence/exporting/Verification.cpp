@@ -60,7 +60,8 @@ void CompareFile(ByteSource& file, StatedExport const& stated, Progress const& p
         auto const bytes =
             std::span(block).first(std::min<std::uint64_t>(block.size(), size - offset));
         file.Read(offset, bytes, unreadable);
-        hashes.Add(bytes);
+        hashes.AddToPieces(bytes);
+        hashes.AddToWhole(bytes);
         offset += bytes.size();
         progress(bytes.size());
     }

@@ -2,7 +2,8 @@
 //
 // STREAMMGR_FAULTY_FILES is the beginning of the paths of these files. STREAMMGR_FAULTS is a file
 // of one byte, which says what fails at the moment: the sum of 1 for reading, 2 for writing and 4
-// for flushing.
+// for flushing. With STREAMMGR_FAULTY_BYTES=FROM-TO only these bytes of the files cannot be read,
+// the last one not included.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -11,6 +12,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -47,12 +49,43 @@ bool IsFaulty(int file) {
            std::string_view(path.data(), static_cast<std::size_t>(size)).starts_with(files);
 }
 
+struct Range {
+    off64_t from;
+    off64_t to;
+};
+
+Range FaultyBytes() {
+    char const* const text = std::getenv("STREAMMGR_FAULTY_BYTES");
+    if (text == nullptr) {
+        return {0, std::numeric_limits<off64_t>::max()};
+    }
+    char* dash = nullptr;
+    off64_t const from = std::strtoll(text, &dash, 10);
+    return {from, std::strtoll(dash + 1, nullptr, 10)};
+}
+
 bool Fails(unsigned char fault, int file) {
     if (!Has(fault) || !IsFaulty(file)) {
         return false;
     }
     errno = EIO;
     return true;
+}
+
+// Reads what is before the faulty bytes, as a disk does.
+template <typename Read>
+ssize_t ReadSound(Read* original, int file, void* bytes, size_t size, off64_t offset) {
+    static Range const faulty = FaultyBytes();
+    bool const isAfter = offset >= faulty.to;
+    bool const isBefore = offset + static_cast<off64_t>(size) <= faulty.from;
+    if (isAfter || isBefore || !Has(reading) || !IsFaulty(file)) {
+        return original(file, bytes, size, offset);
+    }
+    if (offset < faulty.from) {
+        return original(file, bytes, static_cast<size_t>(faulty.from - offset), offset);
+    }
+    errno = EIO;
+    return -1;
 }
 
 // The function of this name in the C library.
@@ -67,12 +100,12 @@ extern "C" {
 
 ssize_t pread(int file, void* bytes, size_t size, off_t offset) {
     static auto* const original = Original<decltype(pread)>("pread");
-    return Fails(reading, file) ? -1 : original(file, bytes, size, offset);
+    return ReadSound(original, file, bytes, size, offset);
 }
 
 ssize_t pread64(int file, void* bytes, size_t size, off64_t offset) {
     static auto* const original = Original<decltype(pread64)>("pread64");
-    return Fails(reading, file) ? -1 : original(file, bytes, size, offset);
+    return ReadSound(original, file, bytes, size, offset);
 }
 
 ssize_t pwrite(int file, void const* bytes, size_t size, off_t offset) {
