@@ -50,6 +50,7 @@ private:
         int slot;
         std::uint32_t event; // index in events_
 
+        // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the operator for a null
         auto operator<=>(Hold const&) const = default;
     };
 

@@ -24,7 +24,7 @@ constexpr std::size_t walHeaderSize = 32;
 constexpr std::size_t copyBlockSize = 65536;
 
 // The first bytes of a database, the zero included.
-constexpr std::string_view magic{"SQLite format 3", 16};
+constexpr std::string_view magic{"SQLite format 3\0", 16};
 
 [[noreturn]] void Refuse(std::string const& path, int error, std::string const& reason) {
     throw Failure(error, "database '" + path + "': " + reason);
@@ -116,7 +116,7 @@ bool CopyBoth(std::string const& path, std::string const& copy) {
 // The file of a database, where its log lies too.
 std::string FileOf(std::string const& path) {
     std::error_code error;
-    std::string const file = std::filesystem::canonical(path, error);
+    std::string file = std::filesystem::canonical(path, error);
     if (error) {
         Refuse(path, error.value(), error.message());
     }

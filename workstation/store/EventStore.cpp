@@ -131,7 +131,7 @@ void EventStore::ReturnTicks(unsigned int stream, unsigned int nextUnused) {
 std::string EventStore::BeginRecording(unsigned int stream, std::int64_t now) {
     std::lock_guard const lock(mutex_);
     Transaction transaction(database_);
-    std::string const reid = UnusedReid(database_, now);
+    std::string reid = UnusedReid(database_, now);
     InsertRecording(database_, {.reid = reid, .stream = stream, .startTime = now});
     transaction.Commit();
     return reid;

@@ -50,6 +50,7 @@ void Recovery::FreeAbandonedFiles() {
 void Recovery::FinishRecordings() {
     auto const files = store_.UnfinishedFiles();
     std::vector<SlotContents> contents;
+    contents.reserve(files.size());
     for (store::RecordedFile const& file : files) {
         contents.push_back(Restore(file));
     }
