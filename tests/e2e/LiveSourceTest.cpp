@@ -8,7 +8,11 @@
 #include <sys/syscall.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <fstream>
+#include <iomanip>
+#include <sstream>
 
 #include "Events.h"
 #include "TransportStream.h"
@@ -213,6 +217,24 @@ public:
     // That no other process used a moment ago.
     std::string Source() const { return "udp://127.0.0.1:" + std::to_string(port_); }
 
+    // Waits until a process receives from the port: before that datagrams are lost.
+    bool AwaitReceiver() const {
+        std::ostringstream port; // of a socket that is not connected
+        port << ':' << std::hex << std::uppercase << std::setw(4) << std::setfill('0') << port_
+             << " 00000000:0000";
+        auto const deadline = std::chrono::steady_clock::now() + patience;
+        while (std::chrono::steady_clock::now() < deadline) {
+            std::ifstream sockets("/proc/net/udp");
+            for (std::string line; std::getline(sockets, line);) {
+                if (line.find(port.str()) != std::string::npos) {
+                    return true;
+                }
+            }
+            poll(nullptr, 0, 5); // binding a port notifies no other process
+        }
+        return false;
+    }
+
     void Send(int number, std::string const& payload) const {
         std::string datagram(12, '\0');
         datagram[0] = '\x80';
@@ -240,6 +262,7 @@ TEST_F(LiveSource, DatagramsAreRecordedInOrderAndOnceAndGoOnAfterASilence) {
     RtpSender const sender;
     recorder.CreatePool(1);
     recorder.StartService({"--record", "1=" + sender.Source()});
+    ASSERT_TRUE(sender.AwaitReceiver());
     std::string expected;
     auto const sendAll = [&](int first) {
         for (int number = first; number < first + count; number += 2) {
