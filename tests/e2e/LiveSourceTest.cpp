@@ -146,7 +146,8 @@ TEST_F(LiveSource, MayBeNamedInAFileThatKeepsItFromTheListOfProcesses) {
     recorder.StartService({"--config", file.string()});
     ASSERT_TRUE(recorder.Logs("stream 1: exec:cat is gone: it has ended with status 0"));
     Outcome const listed = recorder.Tool({"--lproc"});
-    EXPECT_NE(listed.out.find("--config"), std::string::npos) << listed;
+    // Only a tool of the service's byte order lists it.
+    EXPECT_TRUE(ToolIsEmulated() || listed.out.find("--config") != std::string::npos) << listed;
     EXPECT_EQ(listed.out.find("hunter22"), std::string::npos) << listed;
     EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
     EXPECT_EQ(recorder.Log().find("hunter22"), std::string::npos) << recorder.Log();
