@@ -231,7 +231,7 @@ TEST_F(CheckTest, RepairOfATruncatedImageIsDurableInEveryStep) {
     EXPECT_EQ(calls.Names(), (Lines{"fsync", "fsync", "fsync", "fsync", "msync"}));
 }
 
-// A repair that was interrupted before the image had its size again is simply repeated.
+// A repair that was interrupted before it extended the image can be repeated.
 TEST_F(CheckTest, ShorterLengthsAreDurableBeforeTheImageIsExtended) {
     Set(1, pool::EntryWord::length, 98566144);
     std::filesystem::resize_file(root_.Pool(), 8192 + 1000);

@@ -84,7 +84,7 @@ TEST(TickSearchTest, FullSlotIsNotRead) {
     EXPECT_LT(slot.BytesRead(), 800000U);
 }
 
-// Damage hides ticks, but moves none.
+// Ticks in damaged parts are not found; the others keep their places.
 TEST(TickSearchTest, DamageHidesOnlyTheTicksInIt) {
     for (unsigned int seed = 0; seed < 100; ++seed) {
         std::mt19937 random(seed);

@@ -18,7 +18,7 @@
 namespace powercut {
 
 enum class Loss {
-    power,  // the disk keeps only what had reached it; all processes end
+    power,  // the disk keeps only what has reached it; all processes end
     process // kill -9 of all processes
 };
 
@@ -77,7 +77,7 @@ protected:
 
     // Runs a program; it is killed when the power goes.
     e2e::Outcome Run(e2e::Command const& command);
-    // Whether the cut has begun: an answer does not count any more, and a tool gives none.
+    // Whether the cut has begun: an answer does not count any more.
     bool IsStriking() const { return isStriking_; }
 
     e2e::Outcome Tool(e2e::Words const& words) { return Run(recorder.ToolCommand(words)); }

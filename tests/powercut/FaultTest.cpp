@@ -149,34 +149,30 @@ protected:
         e2e::WritePiece(Faults(), 0, std::string(1, static_cast<char>(faults)));
     }
 
+    // Two streams. The disk fails for a while, until the log says so.
+    void RecordWhileItFails(Fault fault) {
+        CreatePool(3);
+        Watch(recorder.Pool());
+        StartRecording({{1}, {2}});
+        recorder.WaitForData(1);
+        Fail(fault);
+        ASSERT_TRUE(recorder.Logs("Input/output error"));
+        EXPECT_EQ(Tool({"-p"}).status, 0);
+        Fail(noFault);
+        std::this_thread::sleep_for(milliseconds(1000)); // of the streams' time
+        StopRecording();
+    }
+
     fs::path Faults() const { return recorder.Directory() / "faults"; }
 };
 
 TEST_P(FailingDisk, ThatTakesNoDataForAWhileLosesNothing) {
-    CreatePool(3);
-    Watch(recorder.Pool());
-    StartRecording({{1}, {2}});
-    recorder.WaitForData(1);
-    Fail(writing);
-    ASSERT_TRUE(recorder.Logs("Input/output error"));
-    EXPECT_EQ(Tool({"-p"}).status, 0);
-    Fail(noFault);
-    std::this_thread::sleep_for(milliseconds(1000)); // of the streams' time
-    StopRecording();
+    RecordWhileItFails(writing);
     ExpectPromises();
 }
 
 TEST_P(FailingDisk, ThatCannotFlushForAWhileLosesNothing) {
-    CreatePool(3);
-    Watch(recorder.Pool());
-    StartRecording({{1}, {2}});
-    recorder.WaitForData(1);
-    Fail(flushing);
-    ASSERT_TRUE(recorder.Logs("Input/output error"));
-    EXPECT_EQ(Tool({"-p"}).status, 0);
-    Fail(noFault);
-    std::this_thread::sleep_for(milliseconds(1000)); // of the streams' time
-    StopRecording();
+    RecordWhileItFails(flushing);
     ExpectPromises();
 }
 

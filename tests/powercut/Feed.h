@@ -39,10 +39,10 @@ public:
     // Offers no more packets.
     void Stop();
 
-    // How many whole packets the reader had certainly taken at a time. After Stop.
+    // How many whole packets the reader has taken at that time, at least. After Stop.
     std::uint64_t TakenAt(Clock::time_point time) const;
 
-    // When so many packets had been taken; the last known time when they never were. After Stop.
+    // When so many packets were taken; the last known time if they were not. After Stop.
     Clock::time_point TimeOf(std::uint64_t packets) const;
 
     // Waits until the reader has taken all `count` packets. False when it does not.

@@ -1,4 +1,4 @@
-// d2b verify: what it says about files that were changed, and about manifests that are none.
+// d2b verify: what it reports of changed files and of invalid manifests.
 #include "ExportTest.h"
 
 namespace workstation::evidence::exporting {

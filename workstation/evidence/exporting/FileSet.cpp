@@ -4,18 +4,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <vector>
 
 #include "Failure.h"
 #include "NewFile.h"
 #include "evidence/SlotReader.h"
+#include "evidence/exporting/Blocks.h"
 #include "evidence/exporting/ChecksumFile.h"
 #include "evidence/exporting/Gmac.h"
-#include "ts/TsPacket.h"
 
 namespace workstation::evidence::exporting {
 namespace {
@@ -99,16 +97,9 @@ void FileSet::Compare(CopiedPieces const& copied,
     std::uint64_t const size = copied.summary.bytes;
     SlotReader written(file_.Descriptor(), 0, size);
     Gmac gmac;
-    std::vector<unsigned char> block(ts::tsBlockSize);
-    std::vector<Range> unreadable;
-    for (std::uint64_t offset = 0; offset < size;) {
-        auto const bytes =
-            std::span(block).first(std::min<std::uint64_t>(block.size(), size - offset));
-        written.Read(offset, bytes, unreadable);
-        gmac.Add(bytes);
-        offset += bytes.size();
-        progress(bytes.size());
-    }
+    auto const unreadable = ReadBlocks(
+        written, {0, size}, [&](std::span<unsigned char const> bytes) { gmac.Add(bytes); },
+        progress);
     if (gmac.Take() != copied.tag || !unreadable.empty()) {
         throw Failure(EIO, "'" + path_ + "' does not hold what was written to it");
     }

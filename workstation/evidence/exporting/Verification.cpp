@@ -14,11 +14,11 @@
 #include "evidence/Json.h"
 #include "evidence/Plural.h"
 #include "evidence/SlotReader.h"
+#include "evidence/exporting/Blocks.h"
 #include "evidence/exporting/ChecksumFile.h"
-#include "evidence/exporting/HashOf.h"
 #include "evidence/exporting/PieceHashes.h"
+#include "evidence/exporting/Sha256.h"
 #include "pool/PoolLayout.h"
-#include "ts/TsPacket.h"
 
 namespace workstation::evidence::exporting {
 namespace {
@@ -54,17 +54,13 @@ void CompareFile(ByteSource& file, StatedExport const& stated, Progress const& p
                  std::vector<Mismatch>& mismatches) {
     PieceHashes hashes(BeginsOf(stated.pieces));
     std::uint64_t const size = std::min(file.Length(), stated.bytes);
-    std::vector<unsigned char> block(ts::tsBlockSize);
-    std::vector<Range> unreadable;
-    for (std::uint64_t offset = 0; offset < size;) {
-        auto const bytes =
-            std::span(block).first(std::min<std::uint64_t>(block.size(), size - offset));
-        file.Read(offset, bytes, unreadable);
-        hashes.AddToPieces(bytes);
-        hashes.AddToWhole(bytes);
-        offset += bytes.size();
-        progress(bytes.size());
-    }
+    auto const unreadable = ReadBlocks(
+        file, {0, size},
+        [&](std::span<unsigned char const> bytes) {
+            hashes.AddToPieces(bytes);
+            hashes.AddToWhole(bytes);
+        },
+        progress);
     if (file.Length() != stated.bytes) {
         mismatches.push_back({MismatchKind::bytes, {}});
     } else if (!unreadable.empty() || hashes.TakeWhole() != stated.sha256) {
@@ -94,8 +90,11 @@ bool IsInPool(PoolView const& image, Piece const& piece, std::string const& hash
         return false;
     }
     SlotReader slot(image.Descriptor(), image.SlotOffset(piece.slot), pool::poolSlotSize);
-    std::vector<Range> unreadable;
-    return HashOf(slot, {piece.offset, piece.bytes}, unreadable, progress) == hash;
+    Sha256 read; // what cannot be read counts as zeros, as in an export
+    ReadBlocks(
+        slot, {piece.offset, piece.bytes},
+        [&](std::span<unsigned char const> bytes) { read.Add(bytes); }, progress);
+    return read.Take() == hash;
 }
 
 // "bytes 0 to 187 of the file, from byte 376 of slot 3".
