@@ -78,7 +78,7 @@ private:
     void HandleStartsAndStops();
 
     void Reap();
-    std::string Describe() const;
+    std::vector<std::string> Describe() const;
     std::string DescribePool() const;
     status::ServiceStatus Status() const;
     std::string ProblemOfThePool() const;
