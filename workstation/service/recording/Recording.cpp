@@ -60,6 +60,9 @@ void Recording::Run() {
 
 void Recording::Run(Source& source) {
     Attempt("recording failed", [&] {
+        if (IsFast(source)) {
+            writer_.FollowStream();
+        }
         if (source.GetKind() == Source::Kind::live) {
             RecordLive(source);
         } else {
@@ -167,13 +170,18 @@ std::optional<Recording::Ending> Recording::Read(Source& source, PacketAssembler
     return Ending{Ending::Cause::stop, ""};
 }
 
+// Only a file can be read fast.
+bool Recording::IsFast(Source const& source) const {
+    return source.GetKind() == Source::Kind::file && settings_.isFast;
+}
+
 bool Recording::IsSilent(Source const& source) const {
     return source.GetKind() == Source::Kind::live && clock_.Now() >= absence_.SilentAt();
 }
 
 void Recording::Take(Source const& source, PacketAssembler& assembler) {
     bool const isFile = source.GetKind() == Source::Kind::file;
-    TakePackets(assembler, isFile && !settings_.isFast);
+    TakePackets(assembler, isFile && !IsFast(source));
     WatchSync(source, assembler);
     bool const staysAway = source.GetKind() != Source::Kind::live;
     if (staysAway && assembler.EndedInPacket() && !reportedEndInPacket_) {

@@ -53,6 +53,7 @@ private:
     static std::optional<std::string> WhyNotBegun(Source& source);
     Ending RecordOnce(Source& source);
     std::optional<Ending> Read(Source& source, PacketAssembler& assembler);
+    bool IsFast(Source const& source) const;
     bool IsSilent(Source const& source) const;
     void Take(Source const& source, PacketAssembler& assembler);
     void TakePackets(PacketAssembler& assembler, bool isPaced);
