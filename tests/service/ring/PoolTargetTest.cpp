@@ -1,15 +1,13 @@
 // Recordings that fill stream files, wait for one, and continue.
 #include "service/ring/PoolTarget.h"
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <thread>
 
 #include "service/PoolAndStore.h"
 #include "service/recording/Fakes.h"
 #include "service/ring/DatabaseTickSource.h"
 #include "store/Database.h"
+#include "support/FileSizeLimit.h"
 #include "ts/TsPacket.h"
 
 using namespace workstation;
@@ -26,28 +24,6 @@ namespace {
 
 constexpr std::size_t blockSize = ts::tsBlockSize; // a slot holds 512 of them
 constexpr std::size_t blocksPerSlot = pool::poolSlotSize / blockSize;
-
-// While it lives, nothing can be written beyond a place in any file.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t limit)
-        : formerHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &former_);
-        rlimit limits = former_;
-        limits.rlim_cur = limit;
-        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limits), 0);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &former_);
-        std::signal(SIGXFSZ, formerHandler_);
-    }
-    FileSizeLimit(FileSizeLimit const&) = delete;
-    FileSizeLimit& operator=(FileSizeLimit const&) = delete;
-
-private:
-    rlimit former_{};
-    void (*formerHandler_)(int);
-};
 
 class PoolTargetTest : public testing::Test {
 protected:
