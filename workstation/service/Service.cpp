@@ -93,7 +93,9 @@ Service::Recorder::Recorder(Service& service, Ring& ring,
                             recording::RecordingSettings const& settings)
     : target(settings.stream, ring.files, service.store_, service.startsAndStops_, clock, stop)
     , ticks(settings.stream, service.store_, stop)
-    , thread(settings, target, ticks, clock, log::LogNotification, stop) {}
+    , thread(
+          settings, target, ticks, clock,
+          [](std::string const& text) { log::LogNotification(text); }, stop) {}
 
 Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession& session,
                  store::EventStore& store)
