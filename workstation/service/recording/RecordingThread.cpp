@@ -12,7 +12,10 @@ RecordingThread::RecordingThread(RecordingSettings settings, RecordingTarget& ta
     , recording_(std::move(settings), target, ticks, clock, std::move(report), stop) {}
 
 void RecordingThread::Start() {
-    thread_ = std::thread([this] { recording_.Run(); });
+    thread_ = std::thread([this] {
+        recording_.Run();
+        stop_.ThreadEnds();
+    });
 }
 
 void RecordingThread::Stop() {

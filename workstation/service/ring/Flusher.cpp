@@ -44,10 +44,13 @@ void Flusher::Flush() {
 void Flusher::Run(std::stop_token const& stop) {
     std::unique_lock lock(mutex_);
     while (!stop.stop_requested()) {
+        heartbeat_.WaitsUntil(supervision::Heartbeat::Clock::now() + period_);
         wake_.wait_for(lock, stop, period_, [this] { return isWanted_; });
+        heartbeat_.Works();
         isWanted_ = false;
         FlushFiles();
     }
+    heartbeat_.Rests();
 }
 
 void Flusher::FlushFiles() {

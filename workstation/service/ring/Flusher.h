@@ -11,6 +11,7 @@
 
 #include "FileDescriptor.h"
 #include "pool/PoolImage.h"
+#include "service/supervision/Heartbeat.h"
 
 namespace workstation::service::ring {
 
@@ -43,6 +44,9 @@ public:
     // failed.
     void Flush();
 
+    // The thread is stuck when a flush does not come to an end.
+    supervision::Heartbeat const& ThreadsHeartbeat() const { return heartbeat_; }
+
 private:
     void Run(std::stop_token const& stop);
     void FlushFiles();
@@ -52,6 +56,7 @@ private:
 
     FileDescriptor pool_;
     std::chrono::milliseconds period_;
+    supervision::Heartbeat heartbeat_; // of the thread
     std::mutex mutex_; // of what follows
     std::condition_variable_any wake_;
     std::vector<FileBeingRecorded*> files_;
