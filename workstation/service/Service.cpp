@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -66,6 +67,10 @@ void Serve(ServiceOptions const& options) {
     log::LogNotification("stopped");
 }
 
+std::string NothingRecorded() {
+    return "the pool '" + PoolPath() + "' is a directory: nothing is recorded";
+}
+
 std::vector<char> EncodeRecording(store::Event const& recording) {
     StreamMgrApi::EventRecordItem item;
     item.reid.Value(recording.reid);
@@ -91,11 +96,13 @@ int RunService(ServiceOptions const& options) {
 
 Service::Recorder::Recorder(Service& service, Ring& ring,
                             recording::RecordingSettings const& settings)
-    : target(settings.stream, ring.files, service.store_, service.startsAndStops_, clock, stop)
-    , ticks(settings.stream, service.store_, stop)
+    : status(settings)
+    , target(settings.stream, ring.files, service.store_, service.startsAndStops_, clock, stop,
+             status)
+    , ticks(settings.stream, service.store_, stop, status)
     , thread(
           settings, target, ticks, clock,
-          [](std::string const& text) { log::LogNotification(text); }, stop) {}
+          [](std::string const& text) { log::LogNotification(text); }, stop, status) {}
 
 Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession& session,
                  store::EventStore& store)
@@ -119,7 +126,8 @@ Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession
 
 void Service::Record(ServiceOptions const& options) {
     if (!ring_) {
-        log::LogNotification("the pool '" + PoolPath() + "' is a directory: nothing is recorded");
+        log::LogNotification(NothingRecorded());
+        isMissingPool_ = !options.empty();
         return;
     }
     ring_->flusher.Start();
@@ -204,6 +212,34 @@ std::string Service::DescribePool() const {
     std::string const name = "pool '" + PoolPath() + "'";
     return ring_ ? name + " of " + std::to_string(session_.Pool().FileCount()) + " files"
                  : name + ", a directory";
+}
+
+status::ServiceStatus Service::Status() const {
+    status::ServiceStatus status;
+    auto const now = Clock::now();
+    status.process = static_cast<std::uint32_t>(getpid());
+    status.upSeconds = static_cast<std::uint32_t>(
+        std::chrono::duration_cast<std::chrono::seconds>(now - started_).count());
+    for (auto const& recorder : recorders_) {
+        status.streams.push_back(recorder->status.At(now));
+    }
+    std::ranges::sort(status.streams, {}, &status::StreamStatus::stream);
+    status.subscribers = static_cast<std::uint32_t>(subscribers_.LiveCount());
+    status.problem = ProblemOfThePool();
+    try {
+        auto const storage = Storage();
+        status.storage = {storage.total, storage.buffer, storage.free};
+    } catch (Failure const& failure) {
+        status.problem = failure.what();
+    }
+    return status;
+}
+
+std::string Service::ProblemOfThePool() const {
+    if (ring_) {
+        return ring_->flusher.Problem();
+    }
+    return isMissingPool_ ? NothingRecorded() : "";
 }
 
 // A directory has no stream files.
