@@ -118,11 +118,17 @@ HeldBackRepeats::HeldBackRepeats()
 }
 
 HeldBackRepeats::~HeldBackRepeats() {
+    WriteAll();
+    Repeats& repeats = TheRepeats();
+    std::lock_guard const lock(repeats.mutex);
+    repeats.filter = {};
+    repeats.timer = -1;
+}
+
+void HeldBackRepeats::WriteAll() {
     Repeats& repeats = TheRepeats();
     std::lock_guard const lock(repeats.mutex);
     Write(repeats.filter.TakeAll(Clock::now()));
-    repeats.filter = {};
-    repeats.timer = -1;
 }
 
 void HeldBackRepeats::WriteDue() {

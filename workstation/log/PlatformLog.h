@@ -47,6 +47,9 @@ public:
     // Logs what was held back and is due.
     void WriteDue();
 
+    // The same for what is not due yet.
+    void WriteAll();
+
 private:
     FileDescriptor timer_;
 };

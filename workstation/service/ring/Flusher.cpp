@@ -89,7 +89,7 @@ void Flusher::Sync() const {
 void Flusher::LogFailure(char const* reason, std::size_t lost) {
     lostBytes_ += lost;
     if (!isFailing_) {
-        log::LogNotification(reason);
+        log::LogError(reason);
         SetProblem(reason);
     }
     isFailing_ = true;
@@ -98,7 +98,8 @@ void Flusher::LogFailure(char const* reason, std::size_t lost) {
 void Flusher::LogSuccess() {
     if (isFailing_) {
         log::LogNotification("recordings are durable again, " + std::to_string(lostBytes_) +
-                             " bytes were lost");
+                                 " bytes were lost",
+                             lostBytes_ > 0 ? log::Severity::error : log::Severity::notice);
         SetProblem("");
     }
     isFailing_ = false;
