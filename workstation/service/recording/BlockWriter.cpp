@@ -22,8 +22,8 @@ void BlockWriter::Add(std::span<unsigned char const> packets) {
         target_.Begin();
         hasBegun_ = true;
     }
-    stamper_.Pass(packets, clock_.WallNow(), block_);
-    auto const now = clock_.Now();
+    stamper_.Pass(packets, clock_.Now(), clock_.WallNow(), block_);
+    auto const now = clock_.Now(); // numbering ticks may have taken time
     if (!due_) {
         due_ = now + longestWait;
     }

@@ -22,6 +22,9 @@ public:
     // recording.
     void Add(std::span<unsigned char const> packets);
 
+    // Ticks follow the clock of the stream alone. To be called before the first packets.
+    void FollowStream() { stamper_.FollowStream(); }
+
     // The next packets come from a source that was begun again.
     void SourceRestarts() { stamper_.SourceRestarts(); }
 

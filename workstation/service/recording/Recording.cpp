@@ -61,6 +61,9 @@ void Recording::Run() {
 
 void Recording::Run(Source& source) {
     Attempt("recording failed", [&] {
+        if (IsFast(source)) {
+            writer_.FollowStream();
+        }
         if (source.GetKind() == Source::Kind::live) {
             RecordLive(source);
         } else {
@@ -168,6 +171,11 @@ std::optional<Recording::Ending> Recording::Read(Source& source, PacketAssembler
     return Ending{Ending::Cause::stop, ""};
 }
 
+// Only a file can be read fast.
+bool Recording::IsFast(Source const& source) const {
+    return source.GetKind() == Source::Kind::file && settings_.isFast;
+}
+
 bool Recording::IsSilent(Source const& source) const {
     return source.GetKind() == Source::Kind::live && clock_.Now() >= absence_.SilentAt();
 }
@@ -175,7 +183,7 @@ bool Recording::IsSilent(Source const& source) const {
 void Recording::Take(Source const& source, PacketAssembler& assembler) {
     bool const isFile = source.GetKind() == Source::Kind::file;
     if (isFile) {
-        TakeOfFile(assembler);
+        TakeOfFile(source, assembler);
     } else {
         TakeAll(assembler);
     }
@@ -194,10 +202,10 @@ void Recording::TakeAll(PacketAssembler& assembler) {
     }
 }
 
-void Recording::TakeOfFile(PacketAssembler& assembler) {
+void Recording::TakeOfFile(Source const& source, PacketAssembler& assembler) {
     for (auto packets = assembler.Next(); !packets.empty() && !stop_.IsSet();
          packets = assembler.Next()) {
-        if (settings_.isFast) {
+        if (IsFast(source)) {
             Write(packets);
         } else {
             TakeInTime(packets);
