@@ -226,7 +226,7 @@ TEST_F(Status, OfARecordingWithoutASlotIsDegraded) {
 TEST_F(Status, OfAFullDiskIsDegradedAndSaysSo) {
     SmallDisk const disk(recorder.Root(), 4 << 20);
     if (!disk.IsMounted()) {
-        GTEST_SKIP() << "only root can mount";
+        GTEST_SKIP() << "only the superuser may mount a file system";
     }
     recorder.CreatePool(1);
     recorder.StartService({"--record", "1=" CLIP_PATH, "--loop", "--fast"});
