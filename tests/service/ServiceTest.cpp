@@ -254,9 +254,12 @@ TEST_F(RecordingServiceTest, SubscribersAreNotifiedOfStartAndStop) {
     auto const chain = parts_.Store().Chain(2, true);
     ASSERT_EQ(chain.size(), 1U);
     EXPECT_TRUE(chain[0].finished);
+    while (Status().streams[0].state != status::StreamStatus::State::ended) {
+        std::this_thread::yield(); // the test's time limit ends this
+    }
     Send(api::infoRequest);
-    parts_.AwaitLog("1 recordings, 2 subscriptions");
-    parts_.AwaitLog("stream 2: source standard input, state ");
+    parts_.AwaitLog("0 recordings, 2 subscriptions");
+    parts_.AwaitLog("stream 2: source standard input, state ended, ");
 }
 
 TEST_F(RecordingServiceTest, SubscriberWithoutRoomIsNotifiedWhenItReads) {
