@@ -41,13 +41,12 @@ bool IsServed(std::string const& service) {
     }
 }
 
-ipc::Letter Ask(std::string const& service, std::string const& clientName) {
+ipc::RequestEndpoint OpenEndpoint(std::string const& clientName, std::string const& service) {
     try {
         if (!IsServed(service)) {
             throw Failure(ECONNREFUSED, "no " + service + " runs in '" + RootDirectory() + "'");
         }
-        ipc::RequestEndpoint client(clientName);
-        return client.Request(service, statusRequest, {}, statusReply, answerTimeoutMs);
+        return ipc::RequestEndpoint(clientName);
     } catch (Failure const& failure) {
         throw failure.Error() == EACCES ? WithOwner(failure) : failure;
     }
@@ -57,7 +56,8 @@ ipc::Letter Ask(std::string const& service, std::string const& clientName) {
 
 status::ServiceStatus AskForStatus(std::string const& clientName) {
     std::string const& service = LinxServerNameList::Instance()->Name(e_StreamMgr);
-    ipc::Letter answer = Ask(service, clientName);
+    ipc::RequestEndpoint client = OpenEndpoint(clientName, service);
+    ipc::Letter answer = client.Request(service, statusRequest, {}, statusReply, answerTimeoutMs);
     status::ServiceStatusItem item;
     if (!ipc::DecodeItems(answer.payload, {&item})) {
         throw Failure(EBADMSG, service + " answers in another form: it is of another version");

@@ -267,10 +267,14 @@ void Service::Reap() {
 }
 
 std::vector<std::string> Service::Describe() const {
+    using State = status::StreamStatus::State;
     status::ServiceStatus const status = Status();
+    auto const ended =
+        std::ranges::count(status.streams, State::ended, &status::StreamStatus::state);
+    std::size_t const recordings = status.streams.size() - static_cast<std::size_t>(ended);
     std::vector<std::string> lines{status::DescribeProcess(status) + ", log level " +
                                    std::to_string(LogClient::Instance()->Level()) + ", " +
-                                   DescribePool() + ", " + std::to_string(recorders_.size()) +
+                                   DescribePool() + ", " + std::to_string(recordings) +
                                    " recordings, " + std::to_string(subscribers_.Count()) +
                                    " subscriptions"};
     for (status::StreamStatus const& stream : status.streams) {

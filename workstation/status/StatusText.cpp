@@ -1,6 +1,8 @@
 // The status of the service in words.
 #include "status/StatusText.h"
 
+#include <algorithm>
+#include <cctype>
 #include <iomanip>
 #include <sstream>
 
@@ -20,13 +22,20 @@ std::string Percentage(std::uint64_t part, std::uint64_t whole) {
     return Fixed(whole == 0 ? 0 : 100 * share, 1) + " %";
 }
 
+// Control characters, such as the end of a line, would break the table.
+std::string OnOneLine(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char character) { return std::iscntrl(character) != 0; }, '?');
+    return text;
+}
+
 } // namespace
 
 std::vector<Fact> FactsOf(StreamStatus const& stream) {
     std::string const nothing = "-";
     return {
         {"stream", std::to_string(stream.stream), true},
-        {"source", stream.source, false},
+        {"source", OnOneLine(stream.source), false},
         {"state", Name(stream.state), false},
         {"last packet", stream.lastPacket ? LocalTime(*stream.lastPacket) : nothing, false},
         {"bit rate", Fixed(static_cast<double>(stream.bitsPerSecond) / 1e6, 2) + " Mbit/s", true},

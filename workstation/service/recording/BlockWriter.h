@@ -16,7 +16,7 @@ class BlockWriter {
 public:
     using Time = RecordingClock::Time;
 
-    BlockWriter(RecordingTarget& target, TickStamper stamper, RecordingClock& clock);
+    BlockWriter(RecordingTarget& target, TickStamper const& stamper, RecordingClock& clock);
 
     // Takes the next packets, and writes a block when one is due. The first call begins the
     // recording.

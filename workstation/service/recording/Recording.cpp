@@ -55,8 +55,9 @@ void Recording::Run() {
     Attempt("cannot open " + sourceName_, [&] { source = MakeSource(settings_.source, stop_); });
     if (source) {
         Run(*source);
+    } else {
+        status_.HasEnded();
     }
-    status_.HasEnded();
 }
 
 void Recording::Run(Source& source) {
@@ -72,6 +73,7 @@ void Recording::Run(Source& source) {
         writer_.Complete();
     });
     Attempt("recording failed", [&] { writer_.End(); });
+    status_.HasEnded();
 }
 
 void Recording::RecordToEnd(Source& source) {
