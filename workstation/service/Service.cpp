@@ -196,6 +196,7 @@ void Service::Run() {
         subscribers_.DeliverWaiting();
     }
     supervisor_.Manager().Stopping();
+    store_.WaitBriefly(); // what cannot be finished is left to the next start
     EndRecordings([](Recorder const&) { return true; });
     HandleStartsAndStops();
     heldBack_.WriteAll();
