@@ -8,6 +8,7 @@ void AddEvidenceCommands(CLI::App& tool) {
     AddScanCommand(tool);
     AddExportCommand(tool);
     AddVerifyCommand(tool);
+    AddPlotCommand(tool);
 }
 
 } // namespace workstation::d2b
