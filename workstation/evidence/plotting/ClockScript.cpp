@@ -161,7 +161,7 @@ void ClockScript::WriteRates() {
 void ClockScript::WriteGaps() {
     for (auto const& [before, after] : clock_.gaps) {
         auto const [from, to] = std::minmax(before.time, after.time);
-        double const begin = ratesGraph_.across.At(std::min(from + 1.0, double{to}));
+        double const begin = ratesGraph_.across.At(std::min<double>(from + 1.0, to));
         double const end = std::max(ratesGraph_.across.At(to), begin + smallestGapWidth);
         gaps_ << before.tick << after.tick << before.offset << after.offset << before.time
               << after.time << Pixels{ticksGraph_.across.At(static_cast<double>(after.offset))}

@@ -86,22 +86,23 @@ Run RunGnuplot(std::vector<char const*> arguments, std::string const& input) {
     return {status, ContentOf(out), ContentOf(errors)};
 }
 
-void Replace(std::string& text, std::string const& what, std::string const& with) {
-    if (auto const place = text.find(what); place != std::string::npos) {
-        text.replace(place, what.size(), with);
+// Replaces what stands between the first `begin` and the `end` after it.
+void ReplaceBetween(std::string& text, std::string const& begin, std::string const& end,
+                    std::string const& content) {
+    auto const place = text.find(begin);
+    if (place != std::string::npos) {
+        auto const from = place + begin.size();
+        text.replace(from, text.find(end, from) - from, XmlText(content));
     }
 }
 
-// gnuplot names the parts after itself, and the picture too.
+// gnuplot names the picture after itself, and the parts after its commands.
 std::string WithNames(std::string svg, Picture const& picture) {
-    Replace(svg, "<title>Gnuplot</title>", "<title>" + XmlText(picture.title) + "</title>");
-    if (auto const begin = svg.find("<desc>"); begin != std::string::npos) {
-        auto const end = svg.find("</desc>", begin);
-        svg.replace(begin, end - begin, "<desc>" + XmlText(picture.description));
-    }
+    ReplaceBetween(svg, "<title>", "</title>", picture.title);
+    ReplaceBetween(svg, "<desc>", "</desc>", picture.description);
     for (std::size_t i = 0; i < picture.parts.size(); ++i) {
-        std::string const name = "gnuplot_plot_" + std::to_string(i + 1);
-        Replace(svg, "<title>" + name + "</title>", "<title>" + picture.parts[i] + "</title>");
+        ReplaceBetween(svg, "<g id=\"gnuplot_plot_" + std::to_string(i + 1) + "\" ><title>",
+                       "</title>", picture.parts[i]);
     }
     return svg;
 }
@@ -110,7 +111,7 @@ std::string FirstLine(std::string const& text) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         if (line.find_first_not_of(" \t^") != std::string::npos) {
-            return line;
+            return line.substr(line.find_first_not_of(' '));
         }
     }
     return "no reason given";

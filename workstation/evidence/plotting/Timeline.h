@@ -89,7 +89,7 @@ struct TimelineRow {
 struct Timeline {
     static constexpr double width = 1200;
     static constexpr double plotBegin = 92;
-    static constexpr double plotEnd = 1180;
+    static constexpr double plotEnd = 1160;
     static constexpr double barHeight = 28;
     static constexpr double labelSize = 11; // of the font
     static constexpr double axisHeight = 46;
