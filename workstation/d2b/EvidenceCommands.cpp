@@ -9,6 +9,7 @@ void AddEvidenceCommands(CLI::App& tool) {
     AddExportCommand(tool);
     AddVerifyCommand(tool);
     AddPlotCommand(tool);
+    AddReportCommand(tool);
 }
 
 } // namespace workstation::d2b

@@ -274,9 +274,6 @@ Picture ClockScript::Write(PictureFormat format) {
     plot.Add("gaps over offset", gaps_,
              "using 7:8:(0):($9-$8) with vectors nohead lw 2 dt (6,4) lc rgb " +
                  InQuotes(colour::vermillion));
-    plot.Add("gaps over time", gaps_,
-             Boxes(10) + " fs solid 0.4 border lc rgb " + InQuotes(colour::vermillion) +
-                 " lc rgb " + InQuotes(colour::orange));
     plot.Add("gap pointers", gaps_, "using 7:($8-4)" + Points(11, 0.5, colour::vermillion));
     plot.Add("lines between ticks", ticks_,
              "using 4:5 with lines lw 1.5 lc rgb " + InQuotes(colour::blue));
@@ -285,6 +282,11 @@ Picture ClockScript::Write(PictureFormat format) {
              Boxes(4) + " fs solid 0.25 noborder lc rgb " + InQuotes(colour::blue));
     plot.Add("tops of bit rates", rates_,
              "using 4:6:($5-$4):(0) with vectors nohead lw 2 lc rgb " + InQuotes(colour::blue));
+    plot.Add("gaps over time", gaps_,
+             Boxes(10) + " fs solid 0.4 border lc rgb " + InQuotes(colour::vermillion) +
+                 " lc rgb " + InQuotes(colour::orange));
+    plot.Add("gap pointers over time", gaps_,
+             "using (($10+$11)/2):($12-4)" + Points(11, 0.5, colour::vermillion));
     plot.Add("faults over offset", faults_,
              "using ($9 > 0 ? $7 : NaN):8" + Points(2, 0.6, colour::vermillion));
     plot.Add("faults over time", faults_,
