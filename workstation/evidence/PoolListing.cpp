@@ -160,7 +160,11 @@ PoolContents ListContents(PoolView const& pool, Catalogue const* catalogue) {
     for (ListedSlot const& slot : contents.slots) {
         if (!slot.stream && slot.ends) {
             SlotReader reader = ReaderOf(pool, slot);
-            AppendTimeGaps(reader, *slot.ends, contents.gapsOfUnknown);
+            std::vector<TimeGap> gaps;
+            AppendTimeGaps(reader, *slot.ends, gaps);
+            for (TimeGap const& gap : gaps) {
+                contents.gapsOfUnknown.push_back({slot.slot, gap});
+            }
         }
     }
     return contents;

@@ -104,6 +104,10 @@ std::string WithNames(std::string svg, Picture const& picture) {
         ReplaceBetween(svg, "<g id=\"gnuplot_plot_" + std::to_string(i + 1) + "\" ><title>",
                        "</title>", picture.parts[i]);
     }
+    // The one text that gnuplot leaves as XML cannot have it.
+    for (auto place = svg.find("]]>"); place != std::string::npos; place = svg.find("]]>", place)) {
+        svg.replace(place, 3, "]]&gt;");
+    }
     return svg;
 }
 

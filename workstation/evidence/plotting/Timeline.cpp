@@ -15,6 +15,7 @@ constexpr double space = 10;
 constexpr double smallestWidth = 2;
 constexpr double smallestGapWidth = 3;
 constexpr double distanceOfFaults = 3;
+constexpr std::size_t mostRowsOfUnknown = 4;
 constexpr double distanceOfMarks = 100;
 constexpr double stripHeight = 14; // of fault marks, and of numbers below the bars
 constexpr double characterWidth = 0.65 * Timeline::labelSize; // at most, of digits
@@ -34,6 +35,15 @@ std::int64_t AsTime(std::int64_t time) { // an event's may be any number
                                     std::numeric_limits<std::int32_t>::max());
 }
 
+// A clock may have been set back within a slot.
+std::int32_t From(ListedSlot const& slot) {
+    return std::min(slot.ends->first.time, slot.ends->last.time);
+}
+
+std::int32_t To(ListedSlot const& slot) {
+    return std::max(slot.ends->first.time, slot.ends->last.time);
+}
+
 class TimelineBuilder {
 public:
     explicit TimelineBuilder(TimelineFacts const& facts)
@@ -42,17 +52,13 @@ public:
     Timeline Build();
 
 private:
-    using RowKey = unsigned int; // the stream; after all streams: not known
-    static constexpr RowKey notKnown = std::numeric_limits<RowKey>::max();
-
-    static RowKey KeyOf(ListedSlot const& slot) { return slot.stream.value_or(notKnown); }
-
     void FindInterval();
     void AddRows();
+    void AddRowsOfUnknown();
     void AddBars();
     void AddBar(ListedSlot const& slot);
     void AddGaps();
-    void AddGap(RowKey key, TimeGap const& gap);
+    void AddGap(std::size_t row, TimeGap const& gap);
     void AddFaults();
     void PlaceNumbers();
     void AddEvents();
@@ -64,7 +70,8 @@ private:
 
     TimelineFacts const& facts_;
     Timeline timeline_;
-    std::map<RowKey, std::size_t> rows_;
+    std::map<unsigned int, std::size_t> rowOfStream_;
+    std::map<int, std::size_t> rowOfSlot_; // of each that has a time
 };
 
 // That of the slots; without any, that of the events.
@@ -73,8 +80,8 @@ void TimelineBuilder::FindInterval() {
     std::int64_t to = std::numeric_limits<std::int64_t>::min();
     for (ListedSlot const& slot : facts_.contents.slots) {
         if (slot.ends) {
-            from = std::min<std::int64_t>({from, slot.ends->first.time, slot.ends->last.time});
-            to = std::max<std::int64_t>({to, slot.ends->first.time, slot.ends->last.time});
+            from = std::min<std::int64_t>(from, From(slot));
+            to = std::max<std::int64_t>(to, To(slot));
         }
     }
     if (from > to) {
@@ -90,16 +97,47 @@ void TimelineBuilder::FindInterval() {
 
 void TimelineBuilder::AddRows() {
     for (ListedSlot const& slot : facts_.contents.slots) {
-        if (slot.ends) {
-            rows_[KeyOf(slot)] = 0;
-        } else if (slot.bytes > 0) {
+        if (slot.ends && slot.stream) {
+            rowOfStream_[*slot.stream] = 0;
+        } else if (!slot.ends && slot.bytes > 0) {
             timeline_.slotsWithoutTime.push_back(slot.slot);
         }
     }
-    for (auto& [key, row] : rows_) {
+    for (auto& [stream, row] : rowOfStream_) {
         row = timeline_.rows.size();
-        timeline_.rows.push_back(
-            {key == notKnown ? std::nullopt : std::optional(key), 0, false, false, 0, 0});
+        timeline_.rows.push_back({"stream " + std::to_string(stream), stream});
+    }
+    for (ListedSlot const& slot : facts_.contents.slots) {
+        if (slot.ends && slot.stream) {
+            rowOfSlot_[slot.slot] = rowOfStream_.at(*slot.stream);
+        }
+    }
+    AddRowsOfUnknown();
+}
+
+// Slots whose stream is not known may be of the same time: such ones have rows of their own, as far
+// as there are streams.
+void TimelineBuilder::AddRowsOfUnknown() {
+    std::vector<ListedSlot const*> slots;
+    for (ListedSlot const& slot : facts_.contents.slots) {
+        if (slot.ends && !slot.stream) {
+            slots.push_back(&slot);
+        }
+    }
+    std::ranges::stable_sort(slots, {}, [](ListedSlot const* slot) { return From(*slot); });
+    std::size_t const first = timeline_.rows.size();
+    std::vector<std::int32_t> ends; // of each row
+    for (ListedSlot const* const slot : slots) {
+        auto place =
+            std::ranges::find_if(ends, [&](std::int32_t end) { return end <= From(*slot); });
+        if (place == ends.end() && ends.size() < mostRowsOfUnknown) {
+            timeline_.rows.push_back({ends.empty() ? "not known" : "", std::nullopt});
+            place = ends.insert(ends.end(), 0);
+        } else if (place == ends.end()) {
+            place = std::ranges::min_element(ends);
+        }
+        *place = To(*slot);
+        rowOfSlot_[slot->slot] = first + static_cast<std::size_t>(place - ends.begin());
     }
 }
 
@@ -115,9 +153,8 @@ Extent TimelineBuilder::ExtentOf(std::int64_t from, std::int64_t to, double smal
 }
 
 void TimelineBuilder::AddBar(ListedSlot const& slot) {
-    auto const [from, to] = std::minmax(slot.ends->first.time, slot.ends->last.time);
-    timeline_.bars.push_back({slot, rows_.at(KeyOf(slot)),
-                              ExtentOf(from, std::int64_t{to} + 1, smallestWidth),
+    timeline_.bars.push_back({slot, rowOfSlot_.at(slot.slot),
+                              ExtentOf(From(slot), std::int64_t{To(slot)} + 1, smallestWidth),
                               LabelPlace::nowhere, false});
 }
 
@@ -142,20 +179,20 @@ void TimelineBuilder::AddBars() {
     }
 }
 
-void TimelineBuilder::AddGap(RowKey key, TimeGap const& gap) {
+void TimelineBuilder::AddGap(std::size_t row, TimeGap const& gap) {
     auto const [from, to] = std::minmax(gap.from, gap.to);
     std::int64_t const begin = std::min<std::int64_t>(std::int64_t{from} + 1, to);
-    timeline_.gaps.push_back({gap, rows_.at(key), ExtentOf(begin, to, smallestGapWidth)});
+    timeline_.gaps.push_back({gap, row, ExtentOf(begin, to, smallestGapWidth)});
 }
 
 void TimelineBuilder::AddGaps() {
     for (ListedStream const& stream : facts_.contents.streams) {
         for (TimeGap const& gap : stream.gaps) {
-            AddGap(stream.stream, gap);
+            AddGap(rowOfStream_.at(stream.stream), gap);
         }
     }
-    for (TimeGap const& gap : facts_.contents.gapsOfUnknown) {
-        AddGap(notKnown, gap);
+    for (SlotGap const& found : facts_.contents.gapsOfUnknown) {
+        AddGap(rowOfSlot_.at(found.slot), found.gap);
     }
 }
 
@@ -166,7 +203,7 @@ void TimelineBuilder::AddFaults() {
         if (!slot.ends) {
             continue;
         }
-        std::size_t const row = rows_.at(KeyOf(slot));
+        std::size_t const row = rowOfSlot_.at(slot.slot);
         double const time = faults.time.value_or(slot.ends->first.time) + 0.5;
         timeline_.rows[row].hasFaults = true;
         timeline_.faults.push_back(
@@ -194,21 +231,24 @@ void TimelineBuilder::PlaceNumbers() {
         bars, {}, [](TimelineBar const* bar) { return std::pair(bar->row, bar->extent.begin); });
     std::size_t row = 0;
     bool isOdd = false;
-    double taken = 0;
+    double inside = 0; // the end of the last number in a bar
+    double below = 0;  // and of the last one below
     for (TimelineBar* const bar : bars) {
         if (bar->row != row) {
             row = bar->row;
             isOdd = false;
-            taken = 0;
+            inside = below = 0;
         }
         bar->isOdd = isOdd;
         isOdd = !isOdd;
         double const width = TextWidth(std::to_string(bar->slot.slot).size());
-        if (bar->extent.Width() >= width + 6) {
+        double const begin = bar->extent.Middle() - width / 2;
+        if (bar->extent.Width() >= width + 6 && begin >= inside) {
             bar->number = LabelPlace::inside;
-        } else if (bar->extent.Middle() - width / 2 >= taken) {
+            inside = begin + width;
+        } else if (begin >= below) {
             bar->number = LabelPlace::below;
-            taken = bar->extent.Middle() + width / 2 + 2 * space;
+            below = begin + width + 2 * space;
             timeline_.rows[row].hasNumbersBelow = true;
         }
     }
@@ -324,10 +364,6 @@ Timeline TimelineBuilder::Build() {
 }
 
 } // namespace
-
-std::string TimelineRow::Name() const {
-    return stream ? "stream " + std::to_string(*stream) : "not known";
-}
 
 std::string Timeline::Title() const {
     return interval ? LocalTime(interval->from) + " to " + LocalTime(interval->to - 1)

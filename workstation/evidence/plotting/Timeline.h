@@ -73,16 +73,15 @@ struct LegendEntry {
     double begin;
 };
 
-// A stream; without a number the slots whose stream is not known.
+// The slots of a stream; without a number those whose stream is not known.
 struct TimelineRow {
+    std::string name;
     std::optional<unsigned int> stream;
-    double top; // of the bars
-    bool hasFaults;
-    bool hasNumbersBelow;
-    double faults;  // the middle of the marks
-    double numbers; // the middle of the numbers below
-
-    std::string Name() const;
+    double top = 0; // of the bars
+    bool hasFaults = false;
+    bool hasNumbersBelow = false;
+    double faults = 0;  // the middle of the marks
+    double numbers = 0; // the middle of the numbers below
 };
 
 // All lengths are pixels, from the left or the upper edge.

@@ -76,7 +76,7 @@ void TimelineScript::WriteMarks() {
 void TimelineScript::WriteRows() {
     for (TimelineRow const& row : timeline_.rows) {
         rows_ << Pixels{Timeline::plotBegin - 10} << Pixels{row.top + Timeline::barHeight / 2}
-              << row.Name();
+              << row.name;
         rows_.EndRow();
     }
 }

@@ -157,9 +157,9 @@ Markup Page::Picture() const {
                 Plural(timeline_.slotsWithoutTime.size(), "slot") + " with data.";
     }
     return Heading("timeline", "Timeline") +
-           "<figure aria-describedby=\"timeline-text\">\n<p><a href=\"#streams\">Continue after "
-           "the "
-           "picture</a></p>\n<div class=\"scroll\" tabindex=\"0\" role=\"region\" "
+           "<figure aria-describedby=\"timeline-text\">\n<p><a class=\"skip\" "
+           "href=\"#streams\">Continue after the picture</a></p>\n<div class=\"scroll\" "
+           "tabindex=\"0\" role=\"region\" "
            "aria-label=\"Timeline\">\n" +
            SvgOf(timeline_, facts_.catalogue.Events()) +
            "</div>\n<figcaption id=\"timeline-text\">" + XmlText(text) +
@@ -168,7 +168,7 @@ Markup Page::Picture() const {
 }
 
 Markup Page::Streams() const {
-    Table table("Streams",
+    Table table("Streams, with their slots in the order of recording",
                 {{"Stream"}, {"From"}, {"To"}, {"Bytes", true}, {"Gaps", true}, {"Slots"}});
     for (ListedStream const& stream : facts_.contents.streams) {
         table.Add("stream-" + std::to_string(stream.stream),
@@ -198,8 +198,8 @@ Markup Page::Gaps() const {
             add(std::to_string(stream.stream), gap);
         }
     }
-    for (TimeGap const& gap : facts_.contents.gapsOfUnknown) {
-        add("not known", gap);
+    for (SlotGap const& found : facts_.contents.gapsOfUnknown) {
+        add("not known", found.gap);
     }
     return "<h3 id=\"gaps\">Gaps</h3>\n" + table.Html("There is no gap.") +
            (count > mostGaps ? Paragraph("The first " + Grouped(mostGaps) + " of " +

@@ -29,12 +29,14 @@ body {
 h1 { font-size: 1.6rem; line-height: 1.2; margin: 0.5rem 0; }
 h2 { font-size: 1.2rem; margin: 2rem 0 0.5rem; }
 h3 { font-size: 1rem; margin: 1.5rem 0 0.5rem; }
-a { color: var(--link); }
+a { color: var(--link); unicode-bidi: isolate; }
 a:focus-visible, .scroll:focus-visible { outline: 3px solid var(--link); outline-offset: 2px; }
 nav ul { display: flex; flex-wrap: wrap; gap: 0 1.25rem; margin: 0; padding: 0; list-style: none; }
 nav a { display: inline-block; padding: 0.4rem 0; }
 .good { color: var(--good); font-weight: bold; }
 .bad { color: var(--bad); font-weight: bold; }
+.bad a { color: inherit; }
+.skip:not(:focus) { position: absolute; width: 1px; height: 1px; overflow: hidden; clip-path: inset(50%); }
 dl { display: grid; grid-template-columns: repeat(auto-fill, minmax(min(100%, 20rem), 1fr));
   gap: 0.5rem 2rem; margin: 0.5rem 0; }
 dt { color: var(--muted); font-size: 0.8125rem; }

@@ -132,7 +132,7 @@ void TimelineSvg::WriteEvents() {
 
 void TimelineSvg::WriteRows() {
     for (plotting::TimelineRow const& row : timeline_.rows) {
-        Text("end", Timeline::plotBegin - 10, row.top + Timeline::barHeight / 2, row.Name());
+        Text("end", Timeline::plotBegin - 10, row.top + Timeline::barHeight / 2, row.name);
     }
 }
 
