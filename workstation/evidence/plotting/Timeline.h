@@ -120,6 +120,9 @@ struct Timeline {
     // What is shown, in one line.
     std::string Title() const;
 
+    // Whether there is room to point to where an event goes on.
+    bool HasArrows() const { return laneHeight >= labelSize; }
+
     double PlaceOf(double time) const;
     double LaneTop(std::size_t lane) const {
         return lanesTop + static_cast<double>(lane) * laneHeight;

@@ -134,11 +134,11 @@ void TimelineScript::WriteEvents() {
             eventLabels_ << Pixels{event.label} << middle << event.held->event.reid;
             eventLabels_.EndRow();
         }
-        if (event.beginsBefore) {
+        if (event.beginsBefore && timeline_.HasArrows()) {
             before_ << Pixels{event.extent.begin - 5} << middle;
             before_.EndRow();
         }
-        if (event.endsAfter) {
+        if (event.endsAfter && timeline_.HasArrows()) {
             after_ << Pixels{event.extent.end + 5} << middle;
             after_.EndRow();
         }

@@ -121,10 +121,10 @@ void TimelineSvg::WriteEvents() {
             Text("begin", shown.label, middle, event.reid);
         }
         EndLink();
-        if (shown.beginsBefore) {
+        if (shown.beginsBefore && timeline_.HasArrows()) {
             Text("middle", shown.extent.begin - 5, middle, "\u25C2");
         }
-        if (shown.endsAfter) {
+        if (shown.endsAfter && timeline_.HasArrows()) {
             Text("middle", shown.extent.end + 5, middle, "\u25B8");
         }
     }
