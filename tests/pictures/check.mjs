@@ -114,7 +114,8 @@ const said = (scene, what) => JSON.parse(fs.readFileSync(path.join(scenes, scene
 const tables = page => page.evaluate(() => Object.fromEntries([...document.querySelectorAll('table')].map(table =>
     [table.caption.textContent.split(/[,:;]/)[0],
         [...table.tBodies[0].rows].map(row => [...row.cells].map(cell => cell.textContent))])));
-const grouped = number => number === null ? '–' : number.toLocaleString('en-US');
+const grouped = number => number.toLocaleString('en-US');
+const plain = number => number === null ? '–' : String(number);
 const two = number => String(number).padStart(2, '0');
 const local = seconds => {
     if (seconds === null) return '–';
@@ -139,7 +140,7 @@ for (const scene of ['drive', 'markup', 'many', 'empty']) {
     await check(`${scene}, tables`, async () => {
         const shows = await tables(page);
         assert.deepEqual(shows['Slots with data'] ?? [], held.map(slot => [String(slot.slot), slot.stream === null ? '–' : String(slot.stream),
-            slot.state, local(slot.from), local(slot.to), grouped(slot.first_tick), grouped(slot.last_tick),
+            slot.state, local(slot.from), local(slot.to), plain(slot.first_tick), plain(slot.last_tick),
             grouped(scanned.get(slot.slot).ticks), grouped(slot.bytes),
             (scanned.get(slot.slot).bits_per_second / 1e6).toFixed(2),
             grouped(scanned.get(slot.slot).faults.length), list(slot.events.map(shown))]));
@@ -154,8 +155,8 @@ for (const scene of ['drive', 'markup', 'many', 'empty']) {
             [shown(recording.reid), String(recording.stream), local(recording.from),
                 recording.to === null ? 'goes on' : local(recording.to)]));
         assert.deepEqual(shows['Faults'] ?? [], scan.slots.flatMap(slot => slot.faults.map(fault =>
-            [String(slot.slot), String(slots[slot.slot - 1].stream), fault.kind, local(fault.time), grouped(fault.offset),
-                grouped(fault.bytes), grouped(fault.pid), grouped(fault.missing)])));
+            [String(slot.slot), String(slots[slot.slot - 1].stream), fault.kind, local(fault.time), plain(fault.offset),
+                grouped(fault.bytes), plain(fault.pid), plain(fault.missing)])));
     });
     await check(`${scene}, picture`, async () => {
         const count = selector => page.evaluate(what => document.querySelectorAll(what).length, selector);

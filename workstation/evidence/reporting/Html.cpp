@@ -33,8 +33,12 @@ Cell TimeCell(std::optional<std::int64_t> time) {
     return TextCell(time ? LocalTime(*time) : "");
 }
 
-Cell NumberCell(std::uint64_t number) {
-    return {Grouped(number), true};
+Cell NameCell(Markup const& name) {
+    return {name, Cell::Kind::name};
+}
+
+Cell CountCell(std::uint64_t count) {
+    return {Grouped(count), Cell::Kind::number};
 }
 
 Table::Table(std::string const& caption, std::vector<Column> const& columns)
@@ -53,8 +57,10 @@ void Table::Add(std::string const& id, std::vector<Cell> const& cells) {
     bool isFirst = true;
     for (Cell const& cell : cells) {
         std::string const name = isFirst ? "th" : "td";
+        char const* const looks[] = {"", " class=\"n\"", " class=\"name\""}; // by kind
         html_ += "<" + name + (isFirst ? " scope=\"row\"" : "") +
-                 (cell.isNumber ? " class=\"n\">" : ">") + cell.content + "</" + name + ">";
+                 looks[static_cast<std::size_t>(cell.kind)] + ">" + cell.content + "</" + name +
+                 ">";
         isFirst = false;
     }
     html_ += "</tr>\n";

@@ -24,15 +24,22 @@ Markup Joined(std::vector<Markup> const& links);
 
 struct Cell {
     Markup content;
-    bool isNumber = false; // to the right
+    enum class Kind : std::uint8_t {
+        text,
+        number, // to the right
+        name,   // may be broken anywhere
+    } kind = Kind::text;
 };
 
 Cell TextCell(std::string const& text);
 Cell TimeCell(std::optional<std::int64_t> time); // a dash where there is none
-Cell NumberCell(std::uint64_t number);
+Cell NameCell(Markup const& name);
+Cell CountCell(std::uint64_t count); // in groups of three digits
+
+// As it is written in a command line; a dash where there is none.
 template <typename Number>
 Cell NumberCell(std::optional<Number> const& number) {
-    return number ? NumberCell(static_cast<std::uint64_t>(*number)) : Cell{"&ndash;", true};
+    return {number ? std::to_string(*number) : "&ndash;", Cell::Kind::number};
 }
 
 // A table of its own width that scrolls on a narrow screen. The first cell of each row names it.

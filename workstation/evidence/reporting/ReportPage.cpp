@@ -175,8 +175,8 @@ Markup Page::Streams() const {
                   {TextCell(std::to_string(stream.stream)),
                    TimeCell(stream.from),
                    TimeCell(stream.to),
-                   NumberCell(stream.bytes),
-                   NumberCell(stream.gaps.size()),
+                   CountCell(stream.bytes),
+                   CountCell(stream.gaps.size()),
                    {SlotLinks(stream.slots)}});
     }
     return Heading("streams", "Streams") + table.Html("No stream is known.") + Gaps();
@@ -190,7 +190,7 @@ Markup Page::Gaps() const {
     auto const add = [&](std::string const& stream, TimeGap const& gap) {
         if (count++ < mostGaps) {
             table.Add("", {TextCell(stream), TimeCell(gap.from), TimeCell(gap.to),
-                           TextCell(std::to_string(std::int64_t{gap.to} - gap.from))});
+                           NumberCell(std::optional(std::int64_t{gap.to} - gap.from))});
         }
     };
     for (ListedStream const& stream : facts_.contents.streams) {
@@ -215,7 +215,7 @@ Markup Page::DamagedSlots() const {
                            TextCell(StreamName(facts_.contents.Slot(slot).stream)),
                            TimeCell(summary->from),
                            TimeCell(summary->to),
-                           NumberCell(summary->faults)});
+                           CountCell(summary->faults)});
         }
     }
     return table.Html("No slot has a fault.");
@@ -236,8 +236,8 @@ Markup Page::FaultList() const {
                        TextCell(StreamName(facts_.contents.Slot(slot).stream)),
                        TextCell(Name(fault.kind)),
                        TimeCell(fault.time),
-                       NumberCell(fault.offset),
-                       NumberCell(fault.bytes),
+                       NumberCell(std::optional(fault.offset)),
+                       CountCell(fault.bytes),
                        NumberCell(fault.pid),
                        NumberCell(fault.missing)});
     }
@@ -261,7 +261,7 @@ Markup Page::Damage() const {
     }
     Table kinds("Faults by kind", {{"Kind"}, {"Faults", true}});
     for (auto const& [kind, count] : facts_.faults.Counts()) {
-        kinds.Add("", {TextCell(Name(kind)), NumberCell(count)});
+        kinds.Add("", {TextCell(Name(kind)), CountCell(count)});
     }
     return html + kinds.Html("") + DamagedSlots() + FaultList();
 }
@@ -282,14 +282,15 @@ Markup Page::Events() const {
         for (unsigned int const stream : StreamsOf(event.streams)) {
             streams.push_back(std::to_string(stream));
         }
-        table.Add(EventId(i), {TextCell(event.reid),
-                               TimeCell(event.startTime),
-                               TimeCell(event.stopTime),
-                               {Joined(streams)},
-                               {SlotLinks(events[i].slots)},
-                               NumberCell(events[i].bytes),
-                               TextCell(event.tagsComplete ? "complete" : "incomplete"),
-                               {event.parent.empty() ? "&ndash;" : EventLink(event.parent)}});
+        table.Add(EventId(i),
+                  {NameCell(XmlText(event.reid)),
+                   TimeCell(event.startTime),
+                   TimeCell(event.stopTime),
+                   {Joined(streams)},
+                   {SlotLinks(events[i].slots)},
+                   CountCell(events[i].bytes),
+                   TextCell(event.tagsComplete ? "complete" : "incomplete"),
+                   NameCell(event.parent.empty() ? "&ndash;" : EventLink(event.parent))});
     }
     return Heading("events", "Events") + table.Html("There is no event.");
 }
@@ -298,8 +299,8 @@ Markup Page::Recordings() const {
     Table table("Recordings, in the order in which they began",
                 {{"Recording"}, {"Stream"}, {"From"}, {"To"}});
     for (store::RecordingRow const& recording : facts_.catalogue.Recordings()) {
-        table.Add("", {TextCell(recording.reid), TextCell(std::to_string(recording.stream)),
-                       TimeCell(recording.startTime),
+        table.Add("", {NameCell(XmlText(recording.reid)),
+                       TextCell(std::to_string(recording.stream)), TimeCell(recording.startTime),
                        recording.stopTime ? TimeCell(recording.stopTime) : Cell{"goes on"}});
     }
     return Heading("recordings", "Recordings") + table.Html("There is no recording.");
@@ -336,10 +337,11 @@ Markup Page::Slots() const {
                    TimeCell(ends ? std::make_optional(ends->last.time) : std::nullopt),
                    NumberCell(ends ? std::make_optional(ends->first.tick) : std::nullopt),
                    NumberCell(ends ? std::make_optional(ends->last.tick) : std::nullopt),
-                   NumberCell(scanned.ticks),
-                   NumberCell(slot.bytes),
-                   {scanned.bitsPerSecond ? Megabits(*scanned.bitsPerSecond) : "&ndash;", true},
-                   NumberCell(scanned.faults),
+                   CountCell(scanned.ticks),
+                   CountCell(slot.bytes),
+                   {scanned.bitsPerSecond ? Megabits(*scanned.bitsPerSecond) : "&ndash;",
+                    Cell::Kind::number},
+                   CountCell(scanned.faults),
                    {Joined(events)}});
     }
     return Heading("slots", "Slots") + table.Html("No slot has data.");

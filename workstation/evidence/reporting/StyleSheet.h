@@ -49,8 +49,8 @@ caption { text-align: left; color: var(--muted); padding: 0.25rem 0; }
 th, td { padding: 0.25rem 0.75rem 0.25rem 0; text-align: left; vertical-align: top;
   border-bottom: 1px solid var(--line); font-weight: normal; }
 thead th { font-weight: bold; border-bottom-width: 2px; }
-td, tbody th { overflow-wrap: anywhere; min-width: 3rem; }
-.n { text-align: right; font-variant-numeric: tabular-nums; overflow-wrap: normal; }
+.name { overflow-wrap: anywhere; min-width: 9rem; }
+.n { text-align: right; font-variant-numeric: tabular-nums; }
 tr:target { background: var(--stripe); outline: 2px solid var(--link); }
 svg { display: block; width: 100%; min-width: 56rem; height: auto; font-size: 11px; }
 svg text { fill: var(--text); }
@@ -76,7 +76,7 @@ rect.gap { fill: var(--gap); stroke: var(--gap-line); }
   .scroll { overflow: visible; }
   table { font-size: 7pt; width: 100%; }
   th, td { padding-right: 1.5mm; }
-  td, tbody th { min-width: 0; }
+  .name { min-width: 20mm; }
   svg { min-width: 0; }
   h2, h3, caption { break-after: avoid; }
   tr, figure { break-inside: avoid; }
