@@ -122,8 +122,7 @@ TEST_F(PlotCommandTest, DataNeedsNoGnuplot) {
     ReplaceGnuplot("");
     EXPECT_EQ(Plot({"timeline", "--data"}), drawn);
     EXPECT_EQ(drawn.status, 0);
-    EXPECT_NE(drawn.out.find("1 - finished 75200 1000 1099 50 54 "), std::string::npos)
-        << drawn.out;
+    EXPECT_NE(drawn.out.find("1 - unknown 75200 1000 1099 50 54 "), std::string::npos) << drawn.out;
     EXPECT_EQ(Plot({"clock", "1", "--data"}).status, 0);
 }
 

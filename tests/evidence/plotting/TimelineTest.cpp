@@ -22,9 +22,8 @@ protected:
                                   .bytes = 1000,
                                   .ends = SlotEnds{{0, 1, from}, {500, 2, to}}});
         if (stream) {
-            while (contents.streams.size() < *stream) {
-                contents.streams.emplace_back().stream =
-                    static_cast<unsigned int>(contents.streams.size());
+            for (auto next = contents.streams.size(); next < *stream; ++next) {
+                contents.streams.emplace_back().stream = static_cast<unsigned int>(next) + 1;
             }
             contents.streams[*stream - 1].slots.push_back(number);
         }
@@ -193,6 +192,16 @@ TEST_F(TimelineTest, FaultsAtOnePlaceHaveOneMark) {
     }
     EXPECT_EQ(shown, 2);
     EXPECT_TRUE(timeline.rows[0].hasFaults);
+}
+
+// The database was read before the recording began it.
+TEST_F(TimelineTest, SlotThatTheStreamsDoNotHaveYetHasABar) {
+    Slot(1, 0, 9);
+    Slot(1, 10, 19);
+    contents.streams[0].slots.pop_back();
+    auto const timeline = Made();
+    ASSERT_EQ(timeline.bars.size(), 2U);
+    EXPECT_EQ(timeline.bars[1].row, 0U);
 }
 
 TEST_F(TimelineTest, ClockThatWasSetBackHasABar) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <set>
 
 #include "evidence/LocalTime.h"
 
@@ -159,23 +160,19 @@ void TimelineBuilder::AddBar(ListedSlot const& slot) {
 }
 
 void TimelineBuilder::AddBars() {
+    std::set<int> added;
+    auto const add = [&](ListedSlot const& slot) {
+        if (slot.ends && added.insert(slot.slot).second) {
+            AddBar(slot);
+        }
+    };
     for (ListedStream const& stream : facts_.contents.streams) {
         for (int const number : stream.slots) {
-            ListedSlot const& slot = facts_.contents.Slot(number);
-            if (slot.ends) {
-                AddBar(slot);
-            }
+            add(facts_.contents.Slot(number));
         }
     }
     for (ListedSlot const& slot : facts_.contents.slots) {
-        bool const isListed =
-            slot.stream &&
-            std::ranges::any_of(facts_.contents.streams, [&](ListedStream const& stream) {
-                return stream.stream == *slot.stream;
-            });
-        if (slot.ends && !isListed) {
-            AddBar(slot);
-        }
+        add(slot);
     }
 }
 
