@@ -1,4 +1,4 @@
-// The evidence verbs of the pool tool.
+// The verbs of the pool tool that only show something.
 #include "d2b/Commands.h"
 
 namespace workstation::d2b {
@@ -10,6 +10,7 @@ void AddEvidenceCommands(CLI::App& tool) {
     AddVerifyCommand(tool);
     AddPlotCommand(tool);
     AddReportCommand(tool);
+    AddStatusCommand(tool);
 }
 
 } // namespace workstation::d2b

@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -12,6 +13,7 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <system_error>
 
 #include "Failure.h"
@@ -29,6 +31,7 @@
 #include "service/requests/EventRequests.h"
 #include "service/requests/SubscriptionRequests.h"
 #include "service/ring/Recovery.h"
+#include "status/StatusText.h"
 
 namespace workstation::service {
 namespace {
@@ -66,6 +69,10 @@ void Serve(ServiceOptions const& options) {
     log::LogNotification("stopped");
 }
 
+std::string NothingRecorded() {
+    return "the pool '" + PoolPath() + "' is a directory: nothing is recorded";
+}
+
 std::vector<char> EncodeRecording(store::Event const& recording) {
     StreamMgrApi::EventRecordItem item;
     item.reid.Value(recording.reid);
@@ -91,9 +98,11 @@ int RunService(ServiceOptions const& options) {
 
 Service::Recorder::Recorder(Service& service, Ring& ring,
                             recording::RecordingSettings const& settings)
-    : target(settings.stream, ring.files, service.store_, service.startsAndStops_, clock, stop)
-    , ticks(settings.stream, service.store_, stop)
-    , thread(settings, target, ticks, clock, log::LogNotification, stop) {}
+    : status(settings)
+    , target(settings.stream, ring.files, service.store_, service.startsAndStops_, clock, stop,
+             status)
+    , ticks(settings.stream, service.store_, stop, status)
+    , thread(settings, target, ticks, clock, log::LogNotification, stop, status) {}
 
 Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession& session,
                  store::EventStore& store)
@@ -104,7 +113,8 @@ Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession
     requests::AddControlRequests(router_,
                                  {endpoint_, [this] { isRunning_ = false; }, [this] { Reap(); },
                                   [this] { return Describe(); },
-                                  [this] { return subscribers::DescribeStorage(Storage()); }});
+                                  [this] { return subscribers::DescribeStorage(Storage()); },
+                                  [this] { return Status(); }});
     if (session_.PoolIfLoaded() != nullptr) {
         ring_.emplace(session_, store_);
     }
@@ -117,7 +127,8 @@ Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession
 
 void Service::Record(ServiceOptions const& options) {
     if (!ring_) {
-        log::LogNotification("the pool '" + PoolPath() + "' is a directory: nothing is recorded");
+        log::LogNotification(NothingRecorded());
+        isMissingPool_ = !options.empty();
         return;
     }
     ring_->flusher.Start();
@@ -189,19 +200,54 @@ void Service::Reap() {
                          std::to_string(files) + " files");
 }
 
-std::string Service::Describe() const {
-    using namespace std::chrono;
-    auto const uptime = duration_cast<seconds>(Clock::now() - started_);
-    return "process " + std::to_string(getpid()) + ", up " + std::to_string(uptime.count()) +
-           " s, log level " + std::to_string(LogClient::Instance()->Level()) + ", " +
-           DescribePool() + ", " + std::to_string(recorders_.size()) + " recordings, " +
-           std::to_string(subscribers_.Count()) + " subscriptions";
+std::vector<std::string> Service::Describe() const {
+    status::ServiceStatus const status = Status();
+    std::vector<std::string> lines{status::DescribeProcess(status) + ", log level " +
+                                   std::to_string(LogClient::Instance()->Level()) + ", " +
+                                   DescribePool() + ", " + std::to_string(recorders_.size()) +
+                                   " recordings, " + std::to_string(subscribers_.Count()) +
+                                   " subscriptions"};
+    for (status::StreamStatus const& stream : status.streams) {
+        lines.push_back(status::Describe(stream));
+    }
+    std::ranges::move(status::DescribeDegradation(status), std::back_inserter(lines));
+    return lines;
 }
 
 std::string Service::DescribePool() const {
     std::string const name = "pool '" + PoolPath() + "'";
     return ring_ ? name + " of " + std::to_string(session_.Pool().FileCount()) + " files"
                  : name + ", a directory";
+}
+
+status::ServiceStatus Service::Status() const {
+    status::ServiceStatus status;
+    auto const now = Clock::now();
+    status.process = static_cast<std::uint32_t>(getpid());
+    status.upSeconds = static_cast<std::uint32_t>(
+        std::chrono::duration_cast<std::chrono::seconds>(now - started_).count());
+    for (auto const& recorder : recorders_) {
+        status.streams.push_back(recorder->status.At(now));
+    }
+    std::ranges::sort(status.streams, {}, &status::StreamStatus::stream);
+    status.subscribers = static_cast<std::uint32_t>(subscribers_.LiveCount());
+    status.problem = ProblemOfThePool();
+    subscribers::StorageFigures storage;
+    try {
+        storage = Storage();
+    } catch (Failure const& failure) { // counts all files that are not free as buffer
+        status.problem = std::string("the event database cannot be read: ") + failure.what();
+        storage = subscribers::CountStorage(session_.Pool(), {});
+    }
+    status.storage = {storage.total, storage.buffer, storage.free};
+    return status;
+}
+
+std::string Service::ProblemOfThePool() const {
+    if (ring_) {
+        return ring_->flusher.Problem();
+    }
+    return isMissingPool_ ? NothingRecorded() : "";
 }
 
 // A directory has no stream files.

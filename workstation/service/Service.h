@@ -22,6 +22,7 @@
 #include "service/subscribers/StorageFigures.h"
 #include "service/subscribers/StorageNotifier.h"
 #include "service/subscribers/Subscribers.h"
+#include "status/ServiceStatus.h"
 
 namespace workstation::service {
 
@@ -63,6 +64,7 @@ private:
     struct Recorder {
         recording::StopEvent stop;
         recording::SystemRecordingClock clock{stop};
+        recording::RecordingStatus status;
         ring::PoolTarget target;
         ring::DatabaseTickSource ticks;
         recording::RecordingThread thread;
@@ -76,8 +78,10 @@ private:
     void HandleStartsAndStops();
 
     void Reap();
-    std::string Describe() const;
+    std::vector<std::string> Describe() const;
     std::string DescribePool() const;
+    status::ServiceStatus Status() const;
+    std::string ProblemOfThePool() const;
     subscribers::StorageFigures Storage() const;
 
     SignalWatch& signals_;
@@ -91,6 +95,7 @@ private:
     requests::RequestRouter router_;
     std::vector<std::unique_ptr<Recorder>> recorders_;
     Clock::time_point const started_ = Clock::now();
+    bool isMissingPool_ = false; // there is something to record, and no pool image
     bool isRunning_ = true;
 };
 

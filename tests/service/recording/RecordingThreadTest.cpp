@@ -31,7 +31,8 @@ protected:
                     lines_.push_back(text);
                     reported_.notify_all();
                 },
-                stop_};
+                stop_,
+                status_};
     }
     void AwaitLine() {
         std::unique_lock lock(mutex_);
@@ -48,6 +49,7 @@ protected:
 
     TestDirectory directory_;
     StopEvent stop_;
+    RecordingStatus status_{{2, ""}};
     SystemRecordingClock clock_{stop_};
     FakeTicks ticks_{1};
     FakeTarget target_{stop_};

@@ -185,6 +185,14 @@ TEST_F(LocalUdpSource, NoiseIsDroppedAndCounted) {
     EXPECT_EQ(source_.DroppedBytes(), 1010U);
 }
 
+// The status shows what was dropped, also while nothing else comes.
+TEST_F(LocalUdpSource, NoiseAloneIsCountedAtOnce) {
+    sender_.Send(Bytes(1000, 1));
+    std::array<unsigned char, ts::tsPacketSize> room{};
+    EXPECT_EQ(source_.Read(room, -1).outcome, Source::Outcome::timeout);
+    EXPECT_EQ(source_.DroppedBytes(), 1000U);
+}
+
 // Numbers 0 to 9: 3 comes late, 5 twice, and 7 not at all.
 TEST_F(LocalUdpSource, DatagramsOfRtpAreDeliveredInOrderAndOnce) {
     for (unsigned int const number : {0U, 1U, 2U, 4U, 5U, 5U, 3U, 6U, 8U, 9U}) {

@@ -19,7 +19,8 @@ protected:
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
     recording::StopEvent stop_;
-    ring::Retry retry_{3, stop_};
+    recording::RecordingStatus status_{{3, "-"}};
+    ring::Retry retry_{3, stop_, status_};
 };
 
 TEST_F(RetryTest, SuccessIsNotLogged) {
@@ -38,6 +39,18 @@ TEST_F(RetryTest, FailureIsRepeatedAndItsFirstReasonIsLogged) {
                             }),
               4);
     EXPECT_THAT(log_.Entries(), ElementsAre("stream 3: cannot count: reason 1"));
+}
+
+TEST_F(RetryTest, LatestReasonIsTheProblemUntilTheOperationSucceeds) {
+    std::vector<std::string> problems;
+    retry_.Insist("count", [&] {
+        problems.push_back(status_.At({}).problem);
+        if (problems.size() < 3) {
+            throw std::runtime_error("reason " + std::to_string(problems.size()));
+        }
+    });
+    problems.push_back(status_.At({}).problem);
+    EXPECT_THAT(problems, ElementsAre("", "cannot count: reason 1", "cannot count: reason 2", ""));
 }
 
 TEST_F(RetryTest, StopEndsTheRepetitionWithTheFailure) {

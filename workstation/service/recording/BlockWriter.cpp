@@ -1,8 +1,6 @@
 // Collects the packets of a recording and writes them to its target in blocks.
 #include "service/recording/BlockWriter.h"
 
-#include <utility>
-
 #include "ts/TsPacket.h"
 
 namespace workstation::service::recording {
@@ -12,10 +10,10 @@ constexpr std::chrono::milliseconds longestWait(100);
 
 } // namespace
 
-BlockWriter::BlockWriter(RecordingTarget& target, TickStamper stamper, RecordingClock& clock,
+BlockWriter::BlockWriter(RecordingTarget& target, TickStamper const& stamper, RecordingClock& clock,
                          StopEvent const& stop)
     : target_(target)
-    , stamper_(std::move(stamper))
+    , stamper_(stamper)
     , clock_(clock)
     , stop_(stop) {}
 
@@ -27,8 +25,8 @@ void BlockWriter::Add(std::span<unsigned char const> packets) {
     if (stop_.IsSet()) {
         return;
     }
-    stamper_.Pass(packets, clock_.WallNow(), block_);
-    auto const now = clock_.Now();
+    stamper_.Pass(packets, clock_.Now(), clock_.WallNow(), block_);
+    auto const now = clock_.Now(); // numbering ticks may have taken time
     if (!due_) {
         due_ = now + longestWait;
     }

@@ -19,13 +19,15 @@ constexpr std::chrono::milliseconds noStreamPause(10);
 } // namespace
 
 Recording::Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
-                     RecordingClock& clock, Report report, StopEvent const& stop)
+                     RecordingClock& clock, Report report, StopEvent const& stop,
+                     RecordingStatus& status)
     : settings_(std::move(settings))
     , sourceName_(SourceName(settings_.source))
     , clock_(clock)
     , report_([prefix = "stream " + std::to_string(settings_.stream) + ": ",
                report = std::move(report)](std::string const& text) { report(prefix + text); })
     , stop_(stop)
+    , status_(status)
     , writer_(target, TickStamper(ticks), clock, stop)
     , syncReport_(report_)
     , absence_(sourceName_, report_) {}
@@ -36,8 +38,14 @@ void Recording::Attempt(std::string const& what, Operation operation) {
     try {
         operation();
     } catch (std::exception const& failure) {
-        report_(what + ": " + failure.what());
+        Fail(what + ": " + failure.what());
     }
+}
+
+// Reports what has ended the recording.
+void Recording::Fail(std::string const& problem) {
+    report_(problem);
+    status_.HasProblem(problem);
 }
 
 void Recording::Run() {
@@ -45,11 +53,16 @@ void Recording::Run() {
     Attempt("cannot open " + sourceName_, [&] { source = MakeSource(settings_.source, stop_); });
     if (source) {
         Run(*source);
+    } else {
+        status_.HasEnded();
     }
 }
 
 void Recording::Run(Source& source) {
     Attempt("recording failed", [&] {
+        if (IsFast(source)) {
+            writer_.FollowStream();
+        }
         if (source.GetKind() == Source::Kind::live) {
             RecordLive(source);
         } else {
@@ -58,6 +71,7 @@ void Recording::Run(Source& source) {
         writer_.Complete();
     });
     Attempt("recording failed", [&] { writer_.End(); });
+    status_.HasEnded();
 }
 
 void Recording::RecordToEnd(Source& source) {
@@ -66,12 +80,12 @@ void Recording::RecordToEnd(Source& source) {
     do {
         packetsBefore = earlier_.packets;
         if (auto const reason = WhyNotBegun(source)) {
-            report_("cannot open " + sourceName_ + ": " + *reason);
+            Fail("cannot open " + sourceName_ + ": " + *reason);
             return;
         }
         Ending const ending = RecordOnce(source);
         if (ending.cause == Ending::Cause::failure) {
-            report_("cannot read " + sourceName_ + ": " + ending.reason);
+            Fail("cannot read " + sourceName_ + ": " + ending.reason);
         }
         if (ending.cause != Ending::Cause::end) {
             return;
@@ -82,13 +96,16 @@ void Recording::RecordToEnd(Source& source) {
 
 // Records a live source, which is begun again whenever it goes, until the recording is to stop.
 void Recording::RecordLive(Source& source) {
+    status_.SourceIsLive();
     while (!stop_.IsSet()) {
         absence_.Begin(clock_.Now());
+        status_.LiveSourceBegins();
         auto const reason = WhyNotBegun(source);
         Ending const ending = reason ? Ending{Ending::Cause::failure, *reason} : RecordOnce(source);
         if (ending.cause == Ending::Cause::stop) {
             return;
         }
+        status_.LiveSourceIsGone();
         if (ending.cause == Ending::Cause::silence) {
             absence_.Silent(source.LastWords());
         } else {
@@ -153,13 +170,18 @@ std::optional<Recording::Ending> Recording::Read(Source& source, PacketAssembler
     return Ending{Ending::Cause::stop, ""};
 }
 
+// Only a file can be read fast.
+bool Recording::IsFast(Source const& source) const {
+    return source.GetKind() == Source::Kind::file && settings_.isFast;
+}
+
 bool Recording::IsSilent(Source const& source) const {
     return source.GetKind() == Source::Kind::live && clock_.Now() >= absence_.SilentAt();
 }
 
 void Recording::Take(Source const& source, PacketAssembler& assembler) {
     bool const isFile = source.GetKind() == Source::Kind::file;
-    TakePackets(assembler, isFile && !settings_.isFast);
+    TakePackets(assembler, isFile && !IsFast(source));
     WatchSync(source, assembler);
     bool const staysAway = source.GetKind() != Source::Kind::live;
     if (staysAway && assembler.EndedInPacket() && !reportedEndInPacket_) {
@@ -174,7 +196,7 @@ void Recording::TakePackets(PacketAssembler& assembler, bool isPaced) {
         if (isPaced) {
             TakeInTime(packets);
         } else {
-            writer_.Add(packets);
+            Write(packets);
         }
     }
 }
@@ -186,9 +208,14 @@ void Recording::TakeInTime(std::span<unsigned char const> packets) {
         if (stop_.IsSet()) {
             return;
         }
-        writer_.Add(packets.first(block.size));
+        Write(packets.first(block.size));
         packets = packets.subspan(block.size);
     }
+}
+
+void Recording::Write(std::span<unsigned char const> packets) {
+    status_.HasPackets(packets.size(), clock_.Now(), clock_.WallNow());
+    writer_.Add(packets);
 }
 
 // Waits, and meanwhile writes what is due to be written.
@@ -222,6 +249,7 @@ int Recording::WaitMs(Source const& source) const {
 
 void Recording::WatchSync(Source const& source, PacketAssembler const& assembler) {
     auto const counts = earlier_ + assembler.Counts() + SyncCounts{0, source.DroppedBytes(), 0};
+    status_.HasDropped(counts.droppedBytes);
     syncReport_.Update(counts, assembler.InSync(), clock_.Now());
     if (assembler.InSync()) {
         droppedWhenInSync_ = counts.droppedBytes;

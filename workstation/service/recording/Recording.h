@@ -13,6 +13,7 @@
 #include "service/recording/RealTimePacer.h"
 #include "service/recording/RecordingClock.h"
 #include "service/recording/RecordingSettings.h"
+#include "service/recording/RecordingStatus.h"
 #include "service/recording/RecordingTarget.h"
 #include "service/recording/Source.h"
 #include "service/recording/SyncReport.h"
@@ -27,7 +28,7 @@ public:
     // What is passed by reference outlives the recording. `report` gets what there is to know about
     // the source, one line a call.
     Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
-              RecordingClock& clock, Report report, StopEvent const& stop);
+              RecordingClock& clock, Report report, StopEvent const& stop, RecordingStatus& status);
 
     // Records until the source ends for good, the recording is to stop, or something fails, which
     // is reported. Throws nothing.
@@ -46,15 +47,18 @@ private:
 
     template <typename Operation>
     void Attempt(std::string const& what, Operation operation);
+    void Fail(std::string const& problem);
     void RecordToEnd(Source& source);
     void RecordLive(Source& source);
     static std::optional<std::string> WhyNotBegun(Source& source);
     Ending RecordOnce(Source& source);
     std::optional<Ending> Read(Source& source, PacketAssembler& assembler);
+    bool IsFast(Source const& source) const;
     bool IsSilent(Source const& source) const;
     void Take(Source const& source, PacketAssembler& assembler);
     void TakePackets(PacketAssembler& assembler, bool isPaced);
     void TakeInTime(std::span<unsigned char const> packets);
+    void Write(std::span<unsigned char const> packets);
     void WaitUntil(RecordingClock::Time due);
     void FlushWhenDue();
     int WaitMs(Source const& source) const;
@@ -66,6 +70,7 @@ private:
     RecordingClock& clock_;
     Report report_;
     StopEvent const& stop_;
+    RecordingStatus& status_;
     BlockWriter writer_;
     RealTimePacer pacer_;
     SyncReport syncReport_;

@@ -7,9 +7,9 @@ namespace workstation::service::recording {
 
 RecordingThread::RecordingThread(RecordingSettings settings, RecordingTarget& target,
                                  TickSource& ticks, RecordingClock& clock, Recording::Report report,
-                                 StopEvent& stop)
+                                 StopEvent& stop, RecordingStatus& status)
     : stop_(stop)
-    , recording_(std::move(settings), target, ticks, clock, std::move(report), stop) {}
+    , recording_(std::move(settings), target, ticks, clock, std::move(report), stop, status) {}
 
 void RecordingThread::Start() {
     thread_ = std::thread([this] { recording_.Run(); });

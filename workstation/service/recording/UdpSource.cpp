@@ -126,6 +126,7 @@ void UdpSource::Begin() {
 
 Source::Result UdpSource::Read(std::span<unsigned char> room, int timeoutMs) {
     Deadline const deadline(timeoutMs);
+    std::uint64_t const droppedBefore = droppedBytes_;
     while (true) {
         std::array<pollfd, 2> watched{
             {{stop_.Descriptor(), POLLIN, 0}, {socket_.Get(), POLLIN, 0}}};
@@ -146,7 +147,7 @@ Source::Result UdpSource::Read(std::span<unsigned char> room, int timeoutMs) {
         if (!ready_.empty()) {
             return Deliver(room);
         }
-        if (deadline.Passed()) {
+        if (deadline.Passed() || droppedBytes_ != droppedBefore) {
             return {Outcome::timeout};
         }
     }

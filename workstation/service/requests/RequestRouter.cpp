@@ -8,7 +8,11 @@
 namespace workstation::service::requests {
 
 void RequestRouter::On(std::uint32_t id, std::string name, Handler handler) {
-    routes_[id] = Route{std::move(name), std::move(handler)};
+    routes_[id] = Route{std::move(name), std::move(handler), false};
+}
+
+void RequestRouter::OnRoutine(std::uint32_t id, std::string name, Handler handler) {
+    routes_[id] = Route{std::move(name), std::move(handler), true};
 }
 
 void RequestRouter::Handle(ipc::Letter& request) const {
@@ -19,7 +23,8 @@ void RequestRouter::Handle(ipc::Letter& request) const {
         return;
     }
     Route const& route = found->second;
-    log::LogNotification(route.name + " requested by " + request.sender);
+    auto const log = route.isRoutine ? log::LogNote : log::LogNotification;
+    log(route.name + " requested by " + request.sender);
     try {
         route.handler(request);
     } catch (std::exception const& failure) {

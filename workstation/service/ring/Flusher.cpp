@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <utility>
 
 #include "Failure.h"
 #include "log/PlatformLog.h"
@@ -86,6 +87,7 @@ void Flusher::LogFailure(char const* reason, std::size_t lost) {
     lostBytes_ += lost;
     if (!isFailing_) {
         log::LogNotification(reason);
+        SetProblem(reason);
     }
     isFailing_ = true;
 }
@@ -94,9 +96,20 @@ void Flusher::LogSuccess() {
     if (isFailing_) {
         log::LogNotification("recordings are durable again, " + std::to_string(lostBytes_) +
                              " bytes were lost");
+        SetProblem("");
     }
     isFailing_ = false;
     lostBytes_ = 0;
+}
+
+void Flusher::SetProblem(std::string problem) {
+    std::lock_guard const lock(problemMutex_);
+    problem_ = std::move(problem);
+}
+
+std::string Flusher::Problem() const {
+    std::lock_guard const lock(problemMutex_);
+    return problem_;
 }
 
 } // namespace workstation::service::ring

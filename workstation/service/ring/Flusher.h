@@ -43,12 +43,16 @@ public:
     // failed.
     void Flush();
 
+    // Why recordings are not durable at present; empty if they are. Never waits for a flush.
+    std::string Problem() const;
+
 private:
     void Run(std::stop_token const& stop);
     void FlushFiles();
     void Sync() const;
     void LogFailure(char const* reason, std::size_t lost);
     void LogSuccess();
+    void SetProblem(std::string problem);
 
     FileDescriptor pool_;
     std::chrono::milliseconds period_;
@@ -57,8 +61,10 @@ private:
     std::vector<FileBeingRecorded*> files_;
     std::uint64_t lostBytes_ = 0;
     bool isFailing_ = false;
-    bool isWanted_ = false; // soon
-    std::jthread thread_;   // the last member: stops before the others are destroyed
+    bool isWanted_ = false;           // soon
+    mutable std::mutex problemMutex_; // of what follows
+    std::string problem_;
+    std::jthread thread_; // the last member: stops before the others are destroyed
 };
 
 } // namespace workstation::service::ring
