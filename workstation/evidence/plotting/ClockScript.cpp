@@ -6,7 +6,7 @@
 #include <map>
 
 #include "Failure.h"
-#include "evidence/LocalTime.h"
+#include "LocalTime.h"
 #include "evidence/Plural.h"
 #include "evidence/plotting/Colours.h"
 #include "evidence/plotting/NumberAxis.h"

@@ -6,7 +6,7 @@
 #include <map>
 #include <set>
 
-#include "evidence/LocalTime.h"
+#include "LocalTime.h"
 
 namespace workstation::evidence::plotting {
 namespace {

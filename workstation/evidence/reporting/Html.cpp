@@ -1,7 +1,7 @@
 // Pieces of an HTML page.
 #include "evidence/reporting/Html.h"
 
-#include "evidence/LocalTime.h"
+#include "LocalTime.h"
 
 namespace workstation::evidence::reporting {
 

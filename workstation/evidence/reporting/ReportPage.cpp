@@ -7,9 +7,9 @@
 #include <set>
 #include <sstream>
 
+#include "LocalTime.h"
 #include "Version.h"
 #include "evidence/ListReport.h"
-#include "evidence/LocalTime.h"
 #include "evidence/Plural.h"
 #include "evidence/plotting/Timeline.h"
 #include "evidence/plotting/TimelineScript.h"

@@ -4,7 +4,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "evidence/LocalTime.h"
+#include "LocalTime.h"
 #include "evidence/Plural.h"
 
 namespace workstation::evidence::reporting {
