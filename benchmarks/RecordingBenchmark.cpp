@@ -78,8 +78,9 @@ void RecordFile(benchmark::State& state) {
         CountingTicks ticks;
         service::recording::StopEvent const stop;
         service::recording::SystemRecordingClock clock(stop);
+        service::recording::RecordingStatus status({1, clip.Path()});
         service::recording::Recording(
-            {1, clip.Path(), true}, target, ticks, clock, [](std::string const&) {}, stop)
+            {1, clip.Path(), true}, target, ticks, clock, [](std::string const&) {}, stop, status)
             .Run();
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(clipSize));

@@ -34,7 +34,8 @@ protected:
     void Record() {
         Recording(
             {2, "/dev/camera"}, target_, ticks_, clock_,
-            [this](std::string const& text) { lines_.push_back(text); }, stop_)
+            [this](std::string const& text, workstation::log::Severity) { lines_.push_back(text); },
+            stop_, status_)
             .Run(source_);
     }
     // The ticks are numbered without a gap, and their times never go back.
@@ -54,6 +55,7 @@ protected:
 
     std::string const back_ = "stream 2: '/dev/camera' is back";
     StopEvent stop_;
+    RecordingStatus status_{{2, "/dev/camera"}};
     FakeClock clock_;
     FakeTicks ticks_{500};
     FakeTarget target_{stop_};

@@ -43,7 +43,8 @@ protected:
         settings.stream = 2;
         Recording(
             settings, target_, ticks_, clock_,
-            [this](std::string const& text) { lines_.push_back(text); }, stop_)
+            [this](std::string const& text, workstation::log::Severity) { lines_.push_back(text); },
+            stop_, status_)
             .Run();
     }
     void RecordFast(std::string const& source) { Record({2, source, true}); }
@@ -74,6 +75,7 @@ protected:
 
     TestDirectory directory_;
     StopEvent stop_;
+    RecordingStatus status_{{2, ""}};
     FakeClock clock_;
     FakeTicks ticks_{500};
     FakeTarget target_{stop_};

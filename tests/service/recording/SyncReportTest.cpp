@@ -21,7 +21,8 @@ protected:
     RecordingClock::Time now_;
     SyncCounts counts_;
     Lines lines_;
-    SyncReport report_{[this](std::string const& text) { lines_.push_back(text); }};
+    SyncReport report_{
+        [this](std::string const& text, workstation::log::Severity) { lines_.push_back(text); }};
 };
 
 TEST_F(SyncReportTest, GoodStreamIsNotWorthALine) {

@@ -86,8 +86,9 @@ protected:
     StartStopQueue startsAndStops_;
     recording_test::FakeClock clock_;
     recording::StopEvent stop_;
-    PoolTarget target_{1, files_, parts_.Store(), startsAndStops_, clock_, stop_};
-    DatabaseTickSource ticks_{1, parts_.Store(), stop_};
+    recording::RecordingStatus status_{{1, "-"}};
+    PoolTarget target_{1, files_, parts_.Store(), startsAndStops_, clock_, stop_, status_};
+    DatabaseTickSource ticks_{1, parts_.Store(), stop_, status_};
 };
 
 TEST_F(PoolTargetTest, StartAndStopArePosted) {

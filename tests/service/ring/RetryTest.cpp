@@ -19,7 +19,8 @@ protected:
     TemporaryRoot root_;
     LogFile log_{root_.Path() / "log"};
     recording::StopEvent stop_;
-    ring::Retry retry_{3, stop_};
+    recording::RecordingStatus status_{{3, "-"}};
+    ring::Retry retry_{3, stop_, status_};
 };
 
 TEST_F(RetryTest, SuccessIsNotLogged) {

@@ -19,14 +19,18 @@ constexpr std::chrono::milliseconds noStreamPause(10);
 } // namespace
 
 Recording::Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
-                     RecordingClock& clock, Report report, StopEvent const& stop)
+                     RecordingClock& clock, Report report, StopEvent const& stop,
+                     RecordingStatus& status)
     : settings_(std::move(settings))
     , sourceName_(SourceName(settings_.source))
     , clock_(clock)
     , report_([prefix = "stream " + std::to_string(settings_.stream) + ": ",
-               report = std::move(report)](std::string const& text) { report(prefix + text); })
+               report = std::move(report)](std::string const& text, log::Severity severity) {
+        report(prefix + text, severity);
+    })
     , stop_(stop)
-    , writer_(target, TickStamper(ticks), clock, stop)
+    , status_(status)
+    , writer_(target, TickStamper(ticks), clock)
     , syncReport_(report_)
     , absence_(sourceName_, report_) {}
 
@@ -36,8 +40,14 @@ void Recording::Attempt(std::string const& what, Operation operation) {
     try {
         operation();
     } catch (std::exception const& failure) {
-        report_(what + ": " + failure.what());
+        Fail(what + ": " + failure.what());
     }
+}
+
+// Reports what has ended the recording.
+void Recording::Fail(std::string const& problem) {
+    report_(problem, log::Severity::error);
+    status_.HasProblem(problem);
 }
 
 void Recording::Run() {
@@ -46,6 +56,7 @@ void Recording::Run() {
     if (source) {
         Run(*source);
     }
+    status_.HasEnded();
 }
 
 void Recording::Run(Source& source) {
@@ -66,12 +77,12 @@ void Recording::RecordToEnd(Source& source) {
     do {
         packetsBefore = earlier_.packets;
         if (auto const reason = WhyNotBegun(source)) {
-            report_("cannot open " + sourceName_ + ": " + *reason);
+            Fail("cannot open " + sourceName_ + ": " + *reason);
             return;
         }
         Ending const ending = RecordOnce(source);
         if (ending.cause == Ending::Cause::failure) {
-            report_("cannot read " + sourceName_ + ": " + ending.reason);
+            Fail("cannot read " + sourceName_ + ": " + ending.reason);
         }
         if (ending.cause != Ending::Cause::end) {
             return;
@@ -82,13 +93,16 @@ void Recording::RecordToEnd(Source& source) {
 
 // Records a live source, which is begun again whenever it goes, until the recording is to stop.
 void Recording::RecordLive(Source& source) {
+    status_.SourceIsLive();
     while (!stop_.IsSet()) {
         absence_.Begin(clock_.Now());
+        status_.LiveSourceBegins();
         auto const reason = WhyNotBegun(source);
         Ending const ending = reason ? Ending{Ending::Cause::failure, *reason} : RecordOnce(source);
         if (ending.cause == Ending::Cause::stop) {
             return;
         }
+        status_.LiveSourceIsGone();
         if (ending.cause == Ending::Cause::silence) {
             absence_.Silent(source.LastWords());
         } else {
@@ -148,6 +162,7 @@ std::optional<Recording::Ending> Recording::Read(Source& source, PacketAssembler
         assembler.End();
         return Ending{Ending::Cause::end, "it has ended"};
     case Source::Outcome::stopped:
+        assembler.End(); // the last packet is whole, if no more bytes are to come
         break;
     }
     return Ending{Ending::Cause::stop, ""};
@@ -159,22 +174,33 @@ bool Recording::IsSilent(Source const& source) const {
 
 void Recording::Take(Source const& source, PacketAssembler& assembler) {
     bool const isFile = source.GetKind() == Source::Kind::file;
-    TakePackets(assembler, isFile && !settings_.isFast);
+    if (isFile) {
+        TakeOfFile(assembler);
+    } else {
+        TakeAll(assembler);
+    }
     WatchSync(source, assembler);
     bool const staysAway = source.GetKind() != Source::Kind::live;
-    if (staysAway && assembler.EndedInPacket() && !reportedEndInPacket_) {
+    if (staysAway && !stop_.IsSet() && assembler.EndedInPacket() && !reportedEndInPacket_) {
         reportedEndInPacket_ = true;
-        report_(sourceName_ + " stops in a packet");
+        report_(sourceName_ + " stops in a packet", log::Severity::warning);
     }
 }
 
-void Recording::TakePackets(PacketAssembler& assembler, bool isPaced) {
+// Also when the recording is to stop: what has been read from the source does not come again.
+void Recording::TakeAll(PacketAssembler& assembler) {
+    for (auto packets = assembler.Next(); !packets.empty(); packets = assembler.Next()) {
+        Write(packets);
+    }
+}
+
+void Recording::TakeOfFile(PacketAssembler& assembler) {
     for (auto packets = assembler.Next(); !packets.empty() && !stop_.IsSet();
          packets = assembler.Next()) {
-        if (isPaced) {
-            TakeInTime(packets);
+        if (settings_.isFast) {
+            Write(packets);
         } else {
-            writer_.Add(packets);
+            TakeInTime(packets);
         }
     }
 }
@@ -186,9 +212,14 @@ void Recording::TakeInTime(std::span<unsigned char const> packets) {
         if (stop_.IsSet()) {
             return;
         }
-        writer_.Add(packets.first(block.size));
+        Write(packets.first(block.size));
         packets = packets.subspan(block.size);
     }
+}
+
+void Recording::Write(std::span<unsigned char const> packets) {
+    status_.HasPackets(packets.size(), clock_.Now(), clock_.WallNow());
+    writer_.Add(packets);
 }
 
 // Waits, and meanwhile writes what is due to be written.
@@ -222,6 +253,7 @@ int Recording::WaitMs(Source const& source) const {
 
 void Recording::WatchSync(Source const& source, PacketAssembler const& assembler) {
     auto const counts = earlier_ + assembler.Counts() + SyncCounts{0, source.DroppedBytes(), 0};
+    status_.HasDropped(counts.droppedBytes);
     syncReport_.Update(counts, assembler.InSync(), clock_.Now());
     if (assembler.InSync()) {
         droppedWhenInSync_ = counts.droppedBytes;
@@ -229,7 +261,8 @@ void Recording::WatchSync(Source const& source, PacketAssembler const& assembler
         if (counts.packets == 0 && !reportedNoStream_) {
             reportedNoStream_ = true;
             report_("no transport stream in the first " + std::to_string(noStreamSize) +
-                    " bytes of " + sourceName_);
+                        " bytes of " + sourceName_,
+                    log::Severity::warning);
         }
         clock_.WaitUntil(clock_.Now() + noStreamPause);
     }
@@ -237,12 +270,13 @@ void Recording::WatchSync(Source const& source, PacketAssembler const& assembler
 
 void Recording::ReportEnd() {
     if (earlier_.packets == 0) {
-        report_(sourceName_ + " is no transport stream");
+        report_(sourceName_ + " is no transport stream", log::Severity::error);
         return;
     }
     syncReport_.Finish(earlier_);
     report_(sourceName_ + " has ended, " + std::to_string(earlier_.packets) +
-            " packets recorded, " + std::to_string(earlier_.droppedBytes) + " bytes dropped");
+                " packets recorded, " + std::to_string(earlier_.droppedBytes) + " bytes dropped",
+            log::Severity::notice);
 }
 
 } // namespace workstation::service::recording

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -13,7 +12,9 @@
 #include "service/recording/RealTimePacer.h"
 #include "service/recording/RecordingClock.h"
 #include "service/recording/RecordingSettings.h"
+#include "service/recording/RecordingStatus.h"
 #include "service/recording/RecordingTarget.h"
+#include "service/recording/Report.h"
 #include "service/recording/Source.h"
 #include "service/recording/SyncReport.h"
 
@@ -22,12 +23,9 @@ namespace workstation::service::recording {
 // The way from the source to the target, in the thread that calls Run.
 class Recording {
 public:
-    using Report = std::function<void(std::string const& text)>;
-
-    // What is passed by reference outlives the recording. `report` gets what there is to know about
-    // the source, one line a call.
+    // What is passed by reference outlives the recording.
     Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
-              RecordingClock& clock, Report report, StopEvent const& stop);
+              RecordingClock& clock, Report report, StopEvent const& stop, RecordingStatus& status);
 
     // Records until the source ends for good, the recording is to stop, or something fails, which
     // is reported. Throws nothing.
@@ -46,6 +44,7 @@ private:
 
     template <typename Operation>
     void Attempt(std::string const& what, Operation operation);
+    void Fail(std::string const& problem);
     void RecordToEnd(Source& source);
     void RecordLive(Source& source);
     static std::optional<std::string> WhyNotBegun(Source& source);
@@ -53,8 +52,10 @@ private:
     std::optional<Ending> Read(Source& source, PacketAssembler& assembler);
     bool IsSilent(Source const& source) const;
     void Take(Source const& source, PacketAssembler& assembler);
-    void TakePackets(PacketAssembler& assembler, bool isPaced);
+    void TakeAll(PacketAssembler& assembler);
+    void TakeOfFile(PacketAssembler& assembler);
     void TakeInTime(std::span<unsigned char const> packets);
+    void Write(std::span<unsigned char const> packets);
     void WaitUntil(RecordingClock::Time due);
     void FlushWhenDue();
     int WaitMs(Source const& source) const;
@@ -66,6 +67,7 @@ private:
     RecordingClock& clock_;
     Report report_;
     StopEvent const& stop_;
+    RecordingStatus& status_;
     BlockWriter writer_;
     RealTimePacer pacer_;
     SyncReport syncReport_;

@@ -1,4 +1,4 @@
-// What the log shows of a source.
+// What the log and the status show of a source.
 #include "service/recording/SourceName.h"
 
 #include <algorithm>
@@ -26,17 +26,20 @@ std::string ProgramName(std::string_view command) {
     return !name.empty() && std::ranges::all_of(path, IsPlain) ? std::string(name) : "sh";
 }
 
-std::string SourceName(std::string const& source) {
+std::string ShownSource(std::string const& source) {
     if (source == "-") {
         return "standard input";
     }
     if (source.starts_with(execPrefix)) {
         return std::string(execPrefix) + ProgramName(source.substr(execPrefix.size()));
     }
-    if (source.starts_with(udpPrefix)) {
-        return source;
-    }
-    return "'" + source + "'";
+    return source;
+}
+
+std::string SourceName(std::string const& source) {
+    bool const isPath =
+        source != "-" && !source.starts_with(execPrefix) && !source.starts_with(udpPrefix);
+    return isPath ? "'" + source + "'" : ShownSource(source);
 }
 
 } // namespace workstation::service::recording

@@ -1,4 +1,4 @@
-// What the log shows of a source.
+// What the log and the status show of a source.
 #pragma once
 
 #include <string>
@@ -9,8 +9,11 @@ namespace workstation::service::recording {
 // What the argument of --record begins with when the source is a command.
 constexpr std::string_view execPrefix = "exec:";
 
-// A path in quotes; "standard input" for "-"; "exec:" and the name of the program for a command,
-// which may contain a password; a valid UDP address as it is.
+// "standard input" for "-"; "exec:" and the name of the program for a command, which may contain a
+// password; a path and a valid UDP address as they are.
+std::string ShownSource(std::string const& source);
+
+// The same for the log: a path stands in quotes.
 std::string SourceName(std::string const& source);
 
 // The name of the program that a command begins with; "sh" when it begins with anything else, such

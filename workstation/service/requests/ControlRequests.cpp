@@ -34,10 +34,11 @@ void AddControlRequests(RequestRouter& router, ControlContext const& context) {
     router.On(api::pingRequest, "ping", [](ipc::Letter&) {}); // the router has logged it
     router.On(api::quitRequest, "quit", [quit = context.quit](ipc::Letter&) { quit(); });
     router.On(api::reapRequest, "reap", [reap = context.reap](ipc::Letter&) { reap(); });
-    router.On(api::infoRequest, "info",
-              [info = context.info](ipc::Letter&) { log::LogNotification(info()); });
+    router.On(api::infoRequest, "info", [info = context.info](ipc::Letter&) {
+        log::LogNotification(info(), log::Severity::info);
+    });
     router.On(api::storageDumpRequest, "storage dump", [storage = context.storage](ipc::Letter&) {
-        log::LogNotification("storage: " + storage());
+        log::LogNotification("storage: " + storage(), log::Severity::info);
     });
     router.On(api::getLogLevelRequest, "log level",
               [&endpoint](ipc::Letter& request) { GetLogLevel(endpoint, request); });

@@ -14,16 +14,16 @@ void RequestRouter::On(std::uint32_t id, std::string name, Handler handler) {
 void RequestRouter::Handle(ipc::Letter& request) const {
     auto const found = routes_.find(request.id);
     if (found == routes_.end()) {
-        log::LogNotification("unknown request " + std::to_string(request.id) + " from " +
-                             request.sender);
+        log::LogWarning("unknown request " + std::to_string(request.id) + " from " +
+                        request.sender);
         return;
     }
     Route const& route = found->second;
-    log::LogNotification(route.name + " requested by " + request.sender);
+    log::LogNotification(route.name + " requested by " + request.sender, log::Severity::info);
     try {
         route.handler(request);
     } catch (std::exception const& failure) {
-        log::LogNotification(route.name + " failed: " + failure.what());
+        log::LogError(route.name + " failed: " + failure.what());
     }
 }
 

@@ -13,10 +13,11 @@ namespace workstation::service::ring {
 class DatabaseTickSource : public recording::TickSource {
 public:
     // What is passed by reference outlives the object.
-    DatabaseTickSource(int stream, store::EventStore& store, recording::StopEvent const& stop)
+    DatabaseTickSource(int stream, store::EventStore& store, recording::StopEvent const& stop,
+                       recording::RecordingStatus& status)
         : stream_(static_cast<unsigned int>(stream))
         , store_(store)
-        , retry_(stream, stop) {}
+        , retry_(stream, stop, status) {}
 
     std::uint32_t ReserveTicks(std::uint32_t count) override {
         return retry_.Insist("number ticks", [&] { return store_.ReserveTicks(stream_, count); });

@@ -6,24 +6,36 @@
 
 namespace workstation::service::ring {
 
-FileChainWriter::FileChainWriter(int stream, FileAllocator& files, recording::StopEvent const& stop)
+FileChainWriter::FileChainWriter(int stream, FileAllocator& files, recording::StopEvent const& stop,
+                                 recording::RecordingStatus& status)
     : stream_(stream)
     , files_(files)
-    , retry_(stream, stop) {}
+    , status_(status)
+    , retry_(stream, stop, status) {}
 
 bool FileChainWriter::OpenSlot() {
-    file_ = TakeFile();
+    file_ = AwaitFile();
     if (!file_) {
-        LogForStream(stream_, "no file to record into: events hold them all, or others write them");
+        return false;
     }
-    while (!file_) {
-        if (!retry_.WaitForNextTry()) {
-            return false;
-        }
-        file_ = TakeFile();
-    }
-    LogForStream(stream_, "recording into " + pool::StreamFileName(file_->Number()));
+    LogForStream(stream_, "recording into " + pool::StreamFileName(file_->Number()),
+                 log::Severity::info);
+    status_.RecordsInto(file_->Number());
     return true;
+}
+
+// Null when the recording is to stop before there is a file.
+std::unique_ptr<FileBeingRecorded> FileChainWriter::AwaitFile() const {
+    Retry::Problem problem(retry_);
+    auto file = TakeFile();
+    while (!file) {
+        problem.Is("no file to record into: events hold them all, or others write them");
+        if (!retry_.WaitForNextTry()) {
+            return nullptr;
+        }
+        file = TakeFile();
+    }
+    return file;
 }
 
 std::unique_ptr<FileBeingRecorded> FileChainWriter::TakeFile() const {
@@ -47,13 +59,19 @@ recording::TickStamp FileChainWriter::NextTick() const {
 
 void FileChainWriter::CloseSlot() {
     retry_.Insist("finish " + pool::StreamFileName(file_->Number()), [&] { file_->Finish(); });
-    file_.reset();
+    Leave();
 }
 
 void FileChainWriter::AbandonFile() {
     LogForStream(stream_,
-                 pool::StreamFileName(file_->Number()) + " is left for the next start to finish");
+                 pool::StreamFileName(file_->Number()) + " is left for the next start to finish",
+                 log::Severity::warning);
+    Leave();
+}
+
+void FileChainWriter::Leave() {
     file_.reset();
+    status_.RecordsInto(std::nullopt);
 }
 
 } // namespace workstation::service::ring

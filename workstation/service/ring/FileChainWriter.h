@@ -15,7 +15,8 @@ namespace workstation::service::ring {
 class FileChainWriter : public SlotSink {
 public:
     // What is passed by reference outlives the object.
-    FileChainWriter(int stream, FileAllocator& files, recording::StopEvent const& stop);
+    FileChainWriter(int stream, FileAllocator& files, recording::StopEvent const& stop,
+                    recording::RecordingStatus& status);
 
     bool OpenSlot() override;
     std::size_t Room() const override { return file_->Room(); }
@@ -32,9 +33,12 @@ public:
 private:
     recording::TickStamp NextTick() const;
     std::unique_ptr<FileBeingRecorded> TakeFile() const;
+    std::unique_ptr<FileBeingRecorded> AwaitFile() const;
+    void Leave();
 
     int stream_;
     FileAllocator& files_;
+    recording::RecordingStatus& status_;
     Retry retry_;
     std::unique_ptr<FileBeingRecorded> file_;
     std::optional<recording::TickStamp> lastTick_;

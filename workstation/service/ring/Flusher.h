@@ -11,6 +11,7 @@
 
 #include "FileDescriptor.h"
 #include "pool/PoolImage.h"
+#include "service/supervision/Heartbeat.h"
 
 namespace workstation::service::ring {
 
@@ -43,22 +44,32 @@ public:
     // failed.
     void Flush();
 
+    // The thread is stuck when a flush does not come to an end.
+    supervision::Heartbeat const& ThreadsHeartbeat() const { return heartbeat_; }
+
+    // Why recordings are not durable at present; empty if they are. Never waits for a flush.
+    std::string Problem() const;
+
 private:
     void Run(std::stop_token const& stop);
     void FlushFiles();
     void Sync() const;
     void LogFailure(char const* reason, std::size_t lost);
     void LogSuccess();
+    void SetProblem(std::string problem);
 
     FileDescriptor pool_;
     std::chrono::milliseconds period_;
-    std::mutex mutex_; // of what follows
+    supervision::Heartbeat heartbeat_; // of the thread
+    std::mutex mutex_;                 // of what follows
     std::condition_variable_any wake_;
     std::vector<FileBeingRecorded*> files_;
     std::uint64_t lostBytes_ = 0;
     bool isFailing_ = false;
-    bool isWanted_ = false; // soon
-    std::jthread thread_;   // the last member: stops before the others are destroyed
+    bool isWanted_ = false;           // soon
+    mutable std::mutex problemMutex_; // of what follows
+    std::string problem_;
+    std::jthread thread_; // the last member: stops before the others are destroyed
 };
 
 } // namespace workstation::service::ring

@@ -12,13 +12,13 @@ namespace workstation::service::ring {
 
 PoolTarget::PoolTarget(int stream, FileAllocator& files, store::EventStore& store,
                        StartStopQueue& startsAndStops, recording::RecordingClock& clock,
-                       recording::StopEvent const& stop)
+                       recording::StopEvent const& stop, recording::RecordingStatus& status)
     : stream_(stream)
     , store_(store)
     , startsAndStops_(startsAndStops)
     , clock_(clock)
-    , retry_(stream, stop)
-    , writer_(stream, files, stop) {}
+    , retry_(stream, stop, status)
+    , writer_(stream, files, stop, status) {}
 
 void PoolTarget::Begin() {
     std::int64_t const now = WallSeconds();

@@ -15,7 +15,7 @@ public:
     // What is passed by reference outlives the object.
     PoolTarget(int stream, FileAllocator& files, store::EventStore& store,
                StartStopQueue& startsAndStops, recording::RecordingClock& clock,
-               recording::StopEvent const& stop);
+               recording::StopEvent const& stop, recording::RecordingStatus& status);
 
     void Begin() override;
     void Write(recording::TickedPackets const& packets) override;

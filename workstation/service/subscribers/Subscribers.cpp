@@ -71,6 +71,12 @@ std::size_t Subscribers::Count() const {
     return count;
 }
 
+std::size_t Subscribers::LiveCount() const {
+    return static_cast<std::size_t>(std::ranges::count_if(subscribers_, [&](auto const& entry) {
+        return endpoint_.Served(entry.first).has_value();
+    }));
+}
+
 // Only the latest storage figures are kept.
 void Subscribers::Keep(Subscriber& subscriber, Notification notification) {
     if (notification.subscription == Subscription::storage) {
@@ -92,7 +98,7 @@ Subscribers::Subscriptions::iterator Subscribers::Deliver(Subscriptions::iterato
         return subscribers_.erase(subscriber);
     }
     if (state.waiting.size() > maxWaiting) {
-        log::LogNotification("subscriber " + name + " does not read and is dropped");
+        log::LogWarning("subscriber " + name + " does not read and is dropped");
         return subscribers_.erase(subscriber);
     }
     return std::next(subscriber);

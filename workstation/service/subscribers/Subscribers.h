@@ -53,6 +53,9 @@ public:
     // The number of subscriptions.
     std::size_t Count() const;
 
+    // The number of endpoints with a subscription whose process lives.
+    std::size_t LiveCount() const;
+
 private:
     struct Notification {
         Subscription subscription;
