@@ -36,7 +36,7 @@ struct Request {
     std::uint32_t id;
     std::uint32_t reply;
 };
-constexpr std::array<Request, 16> requests{
+constexpr std::array<Request, 17> requests{
     {{api::pingRequest, noReply},
      {api::quitRequest, noReply},
      {api::reapRequest, noReply},
@@ -52,7 +52,8 @@ constexpr std::array<Request, 16> requests{
      {api::splitEventRequest, api::splitEventReply},
      {api::backupDatabaseRequest, api::doneReply},
      {api::updateFileSizeRequest, api::doneReply},
-     {0xFFFFFFFF, noReply}}};
+     {0xFFFFFFFF, noReply},
+     {api::statusRequest, api::statusReply}}};
 
 // All that answers requests, with a pool and a database that have something to be asked for.
 class Service {
@@ -64,8 +65,10 @@ public:
         flusher_.emplace(session_.Pool());
         files_.emplace(session_, store_, *flusher_);
         service::requests::AddControlRequests(
-            router_, {service_, [] {}, [this] { files_->Reap(); }, [] { return "info"; },
-                      [this] { return service::subscribers::DescribeStorage(Storage()); }});
+            router_, {service_, [] {}, [this] { files_->Reap(); },
+                      [] { return std::vector<std::string>{"info"}; },
+                      [this] { return service::subscribers::DescribeStorage(Storage()); },
+                      [] { return status::ServiceStatus(); }});
         service::requests::AddEventRequests(router_, {service_, &session_.Pool(), store_});
         service::requests::AddSubscriptionRequests(
             router_, {service_, subscribers_, [this](std::string const& name) {

@@ -91,6 +91,39 @@ TEST_F(CommandLineTest, PoolIsMadeFilledChangedAndChecked) {
     EXPECT_TRUE(std::filesystem::is_directory(root_.Pool()));
 }
 
+// The header and the table take 8 KiB, from 257 files on 12 KiB.
+TEST_F(CommandLineTest, SizeIsThatOfTheWholeImage) {
+    for (auto const& [size, files] :
+         std::vector<std::pair<std::string, int>>{{"98574336", 1},
+                                                  {"98574336b", 1},
+                                                  {"188M", 1},
+                                                  {"192520K", 2},
+                                                  {"192519k", 1},
+                                                  {"1G", 10},
+                                                  {"1g", 10},
+                                                  {"1GiB", 10},
+                                                  {"24641544K", 256}, // to the byte
+                                                  {"24641543K", 255},
+                                                  {"24737803K", 256},
+                                                  {"24737804K", 257}, // to the byte
+                                                  {"2T", 22310},
+                                                  {"8T", 89240}}) {
+        Expect(0, "", "", {"create", "--force", "--size", size});
+        EXPECT_EQ(pool::PoolImage::Open(root_.Pool())->FileCount(), files) << size;
+    }
+}
+
+TEST_F(CommandLineTest, SizeThatIsTooSmallOrTooLargeIsExplained) {
+    Expect(2, "",
+           "d2b: --size: 98566144 bytes are too few for a stream file: it takes 98574336 (see d2b "
+           "--help)\n",
+           {"create", "--size", "94M"});
+    Expect(2, "",
+           "d2b: --size: 10995116277760 bytes are too many: 100000 stream files take "
+           "9856616005632 (see d2b --help)\n",
+           {"create", "--size", "10T"});
+}
+
 TEST_F(CommandLineTest, LargestValuesAreAccepted) {
     Expect(0, "", "", {"create", "--files", "1"});
     Expect(0, "", "",
@@ -165,6 +198,20 @@ TEST_F(CommandLineTest, MisuseIsOneLineAndStatus2) {
         {"create", "--files", "99999999999"},
         {"create", "--files", "1", "surplus"},
         {"create", "--files", "1", "--bogus"},
+        {"create", "--allocate"},
+        {"create", "--files", "1", "--size", "1G"},
+        {"create", "--files", "1", "--ext4", "--allocate"},
+        {"create", "--size"},
+        {"create", "--size", "x"},
+        {"create", "--size", "-1G"},
+        {"create", "--size", "1.5G"},
+        {"create", "--size", "1X"},
+        {"create", "--size", "0"},
+        {"create", "--size", "94M"},
+        {"create", "--size", "98574335"},
+        {"create", "--size", "9T"},
+        {"create", "--size", "99999999999T"},
+        {"create", "--size", "99999999999999999999"},
         {"load"},
         {"load", "1"},
         {"load", "x", "file"},

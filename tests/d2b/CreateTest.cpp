@@ -8,6 +8,7 @@
 #include "pool/ProcessTable.h"
 #include "pool/RootLock.h"
 #include "support/FailureOf.h"
+#include "support/FileSizeLimit.h"
 #include "support/Files.h"
 #include "support/SyncCalls.h"
 #include "support/TestRoot.h"
@@ -71,6 +72,45 @@ TEST(Create, NamesOfNewDirectoriesAreDurable) {
     SyncCalls const calls;
     EXPECT_EQ(Create({1, false, false}), "");
     EXPECT_EQ(calls.Names(), std::vector<std::string>(3 + 2, "fsync"));
+}
+
+TEST(Create, SpaceIsTakenAtOnceOnlyOnRequest) {
+    TestRoot const root;
+    for (bool const isAllocated : {false, true}) {
+        EXPECT_EQ(Create({1, false, true, isAllocated}), "");
+        struct stat status {};
+        ASSERT_EQ(stat(root.Pool().c_str(), &status), 0);
+        EXPECT_EQ(status.st_size, static_cast<off_t>(pool::PoolImageSize(1)));
+        EXPECT_EQ(status.st_blocks * 512 >= status.st_size, isAllocated);
+        EXPECT_EQ(pool::PoolImage::Open(root.Pool())->Get(1, pool::EntryWord::length), 0U);
+    }
+}
+
+TEST(Create, AllocatedPoolIsDurable) {
+    TestRoot const root;
+    SyncCalls const calls;
+    EXPECT_EQ(Create({1, false, false, true}), "");
+    EXPECT_EQ(calls.Names(), (std::vector<std::string>{"fsync", "fsync"}));
+}
+
+TEST(Create, SpaceThatIsMissingLeavesThePoolThatWasThere) {
+    TestRoot const root;
+    ASSERT_EQ(Create({1, false, false}), "");
+    FileSizeLimit const limit(pool::poolSlotSize);
+    EXPECT_EQ(Create({2, false, true, true}),
+              "cannot allocate 197140480 bytes for '" + root.Pool() + ".new': File too large");
+    EXPECT_EQ(FileCount(root), 1);
+    EXPECT_EQ(Contents(root.Path()), std::vector<std::string>{"pool"});
+}
+
+TEST(Create, FailureLeavesNoneOfTheDirectoriesThatItMade) {
+    TestRoot const root;
+    setenv("STREAMMGR_ROOT", (root.Path() + "/a/b/c").c_str(), 1);
+    FileSizeLimit const limit(pool::poolSlotSize);
+    EXPECT_EQ(Create({2, false, false, true}), "cannot allocate 197140480 bytes for '" +
+                                                   root.Path() +
+                                                   "/a/b/c/pool.new': File too large");
+    EXPECT_TRUE(Contents(root.Path()).empty());
 }
 
 TEST(Create, DiskThatFailsLeavesNoPool) {

@@ -41,7 +41,7 @@ TEST_F(End, KeepsEveryPacketThatWasRead) {
     LivePipe const camera(recorder.Directory() / "camera");
     recorder.CreatePool(1);
     recorder.StartService({"--record", "1=" + camera.Path()});
-    std::string const packets = Clip().substr(0, 100 * packetSize);
+    std::string const packets = FewPackets();
     camera.Write(packets + "\x47 the beginning of a packet");
     camera.AwaitRead();
     ExpectPromptEnd();
@@ -70,7 +70,7 @@ TEST_F(End, DoesNotWaitForAFreeFile) {
     recorder.StartService({"--record", "1=" + camera.Path(), "--record", "2=" + other.Path()});
     camera.Write(Clip());
     recorder.WaitForData(1);
-    other.Write(Clip());
+    other.Write(FewPackets());
     std::string const full = "stream 2: no file to record into";
     ASSERT_TRUE(recorder.Logs(full));
     ExpectPromptEnd();

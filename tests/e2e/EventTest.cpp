@@ -36,8 +36,8 @@ protected:
     // What the service logged, without what differs from run to run.
     std::string ServiceLog() const {
         std::string const log = WithoutReids(recorder.LogOf("StreamMgr"));
-        std::string const timeless =
-            Replaced(log, "20[0-9]{2}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}", "TIME");
+        std::string const timeless = Replaced(
+            log, "20[0-9]{2}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} [A-Z0-9+-]+", "TIME");
         return Replaced(timeless, "StreamMgrCli_[0-9]+", "TOOL");
     }
 

@@ -82,6 +82,10 @@ TEST_F(ForeignService, FailsEveryRequestAndIsNamedInTheLog) {
                                   ++named));
     }
     EXPECT_EQ(outcomes, expected);
+    EXPECT_EQ(recorder.PoolTool({"status"}),
+              (Outcome{4, "",
+                       "d2b: no service: StreamMgr is served by user 'nobody' (uid 65534), not by "
+                       "user 'root' (uid 0): not used\n"}));
     EXPECT_EQ(outcomes.front(), (Outcome{99, "", "Error sending request ping\n"}));
 
     service.Signal(SIGTERM);

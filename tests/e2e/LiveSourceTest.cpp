@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -80,6 +81,23 @@ TEST_F(LiveSource, FifoWhoseWriterGoesIsRecordedFromTheNextWriterIntoTheSameFile
     auto const ticks = TicksIn(stream);
     EXPECT_EQ(Numbers(ticks), NumbersFrom(0, ticks.size()));
     EXPECT_TRUE(std::ranges::is_sorted(ticks, {}, &Tick::time));
+}
+
+// The clip takes 5 s. Ticks follow the clock of the recorder, and are at most a second ahead of it.
+TEST_F(LiveSource, ThatDeliversTooMuchAtOnceHasTheTicksOfTheTimeThatItTook) {
+    recorder.CreatePool(1);
+    std::string const fifo = MakeFifo("camera");
+    recorder.StartService({"--record", "1=" + fifo});
+    std::time_t const before = std::time(nullptr);
+    WriteTo(fifo, Clip());
+    ASSERT_TRUE(recorder.Logs("is gone: it has ended"));
+    std::time_t const after = std::time(nullptr);
+    EXPECT_EQ(recorder.StopService(SIGTERM).status, 0);
+    auto const ticks = TicksIn(Extract(1));
+    ASSERT_FALSE(ticks.empty());
+    EXPECT_GE(ticks.front().time, before);
+    EXPECT_LE(ticks.back().time, after);
+    EXPECT_LE(static_cast<std::time_t>(ticks.size()), 20 * (1 + after - before + 1) + 1);
 }
 
 TEST_F(LiveSource, ThatIsGoneDoesNotDisturbAnother) {

@@ -51,7 +51,7 @@ TEST_F(Supervision, ShowsWhyAStreamIsNotRecorded) {
     recorder.StartService({"--record", "1=" + camera.Path(), "--record", "2=" + other.Path()});
     camera.Write(Clip());
     manager.Await("STATUS=recording 1 of 2 streams, 1 waiting; 0 of 1 slots free");
-    other.Write(Clip());
+    other.Write(FewPackets());
     manager.Await("STATUS=recording 1 of 2 streams; 0 of 1 slots free; stream 2: no file to record "
                   "into: events hold them all, or others write them");
 }
@@ -81,7 +81,7 @@ TEST_F(Supervision, WatchdogIsFedWhileThreadsWait) {
                            "--record", "3=" + silent.Path()});
     camera.Write(Clip());
     recorder.WaitForData(1);
-    full.Write(Clip());
+    full.Write(FewPackets());
     ASSERT_TRUE(recorder.Logs("stream 2: no file to record into"));
     for (int times = 0; times < 20; ++times) { // ten times the limit
         manager.Await("WATCHDOG=1");

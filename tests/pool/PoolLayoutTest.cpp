@@ -147,5 +147,18 @@ TEST(PoolLayout, SizeGivesTheCountOnlyWhenItIsExact) {
     EXPECT_EQ(PoolFileCountOfSize(~std::uint64_t{0}), std::nullopt);
 }
 
+TEST(PoolLayout, CountWithinASizeIsTheLargestThatFits) {
+    EXPECT_EQ(PoolFileCountWithin(0), 0U);
+    for (std::uint32_t const count : {1U, 2U, 256U, 257U, poolMaxFileCount}) {
+        std::uint64_t const size = PoolImageSize(count);
+        EXPECT_EQ(PoolFileCountWithin(size - 1), count - 1);
+        EXPECT_EQ(PoolFileCountWithin(size), count);
+        EXPECT_EQ(PoolFileCountWithin(size + 1), count);
+        EXPECT_EQ(PoolFileCountWithin(std::uint64_t{count} * poolSlotSize), count - 1);
+    }
+    EXPECT_EQ(PoolFileCountWithin(PoolImageSize(poolMaxFileCount + 1)), poolMaxFileCount + 1);
+    EXPECT_EQ(PoolFileCountWithin(~std::uint64_t{0}), poolMaxFileCount + 1);
+}
+
 } // namespace
 } // namespace workstation::pool

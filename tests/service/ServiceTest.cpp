@@ -16,6 +16,7 @@
 #include "ipc/ServerThread.h"
 #include "service/PoolAndStore.h"
 #include "service/recording/TestDirectory.h"
+#include "status/ServiceStatusItem.h"
 
 using namespace workstation;
 using namespace workstation::service;
@@ -58,6 +59,15 @@ protected:
         UIntItem message(messageId);
         Send(api::subscribeRequest, ipc::EncodeItems({&number, &message}));
         EXPECT_EQ(Next(), api::subscribeReply);
+    }
+
+    status::ServiceStatus Status() {
+        Send(api::statusRequest);
+        auto answer = ServerThread::Next(client_);
+        status::ServiceStatusItem item;
+        EXPECT_EQ(answer.id, api::statusReply);
+        EXPECT_TRUE(ipc::DecodeItems(answer.payload, {&item}));
+        return item.Value();
     }
 
     void Quit() {
@@ -133,6 +143,41 @@ TEST_F(ServiceTest, WhatIsNoMessageIsPassedOver) {
     }
 }
 
+TEST_F(ServiceTest, NoiseIsLoggedOnceASecondAndCounted) {
+    std::filesystem::path const ipc = RootDirectory() + "/ipc";
+    RawSocket const stranger(ipc / "Stranger");
+    Start();
+    for (int times = 0; times < 5; ++times) {
+        EXPECT_TRUE(stranger.Send(ipc / "StreamMgr", "noise"));
+        ExpectThatItServes();
+    }
+    std::string const line = "a datagram that is no message is dropped";
+    parts_.AwaitLog(line + ", 4 times more");
+    EXPECT_THAT(Log(), testing::Contains(line).Times(1));
+}
+
+TEST_F(ServiceTest, FloodDoesNotKeepASignal) {
+    std::filesystem::path const ipc = RootDirectory() + "/ipc";
+    RawSocket const stranger(ipc / "Stranger");
+    Start();
+    std::jthread const flood([&](std::stop_token const& stop) {
+        while (!stop.stop_requested() && stranger.Send(ipc / "StreamMgr", "noise")) {
+        }
+    });
+    ExpectThatItServes();
+    kill(getpid(), SIGTERM);
+    thread_.join();
+    EXPECT_THAT(Log(), testing::Contains("told to quit by signal: Terminated"));
+}
+
+TEST_F(ServiceTest, HangUpWithoutAConfigurationEndsNothing) {
+    Start();
+    ExpectThatItServes();
+    kill(getpid(), SIGHUP);
+    parts_.AwaitLog("there is no configuration file to read again");
+    ExpectThatItServes();
+}
+
 TEST_F(ServiceTest, FailureOfTheDatabaseEndsNothing) {
     Start();
     Subscribe(subscribers::Subscription::storage, 100);
@@ -142,7 +187,32 @@ TEST_F(ServiceTest, FailureOfTheDatabaseEndsNothing) {
     parts_.AwaitLog("cannot tell of the storage");
     Send(api::storageDumpRequest);
     parts_.AwaitLog("storage dump failed: ");
+    EXPECT_THAT(Status().problem, HasSubstr("the event database cannot be read: "));
+    EXPECT_EQ(Status().storage, (status::StorageStatus{192512, 0, 192512}));
     ExpectThatItServes();
+}
+
+TEST_F(ServiceTest, StatusHasTheServiceTheStorageAndTheSubscribers) {
+    parts_.Load(1, std::vector<unsigned char>(188));
+    Start();
+    Subscribe(subscribers::Subscription::recordStart, startId);
+    Subscribe(subscribers::Subscription::recordStop, stopId);
+    {
+        ipc::Endpoint other = ipc::Endpoint::Open("Other");
+        UIntItem number(static_cast<unsigned int>(subscribers::Subscription::recordStop));
+        UIntItem message(stopId);
+        EXPECT_TRUE(other.Send("StreamMgr", api::subscribeRequest,
+                               ipc::EncodeItems({&number, &message}), 9, patienceMs));
+        EXPECT_EQ(ServerThread::Next(other).id, api::subscribeReply);
+        EXPECT_EQ(Status().subscribers, 2U);
+    }
+    auto const status = Status();
+    EXPECT_EQ(status.process, static_cast<std::uint32_t>(getpid()));
+    EXPECT_LT(status.upSeconds, 120U);
+    EXPECT_EQ(status.streams, std::vector<status::StreamStatus>());
+    EXPECT_EQ(status.storage, (status::StorageStatus{192512, 96256, 96256}));
+    EXPECT_EQ(status.subscribers, 1U) << "the process of the other one has ended";
+    EXPECT_EQ(status.problem, "");
 }
 
 // Standard input is recorded into stream 2: a pipe, once a process writes into it.
@@ -177,14 +247,19 @@ TEST_F(RecordingServiceTest, SubscribersAreNotifiedOfStartAndStop) {
         std::ofstream pipe(pipe_);
         WritePackets(pipe);
         EXPECT_EQ(Next(), startId);
-        ExpectThatItServes();
+        ASSERT_EQ(Status().streams.size(), 1U);
+        EXPECT_EQ(Status().streams[0].state, status::StreamStatus::State::recording);
     }
     EXPECT_EQ(Next(), stopId);
     auto const chain = parts_.Store().Chain(2, true);
     ASSERT_EQ(chain.size(), 1U);
     EXPECT_TRUE(chain[0].finished);
+    while (Status().streams[0].state != status::StreamStatus::State::ended) {
+        std::this_thread::yield(); // the test's time limit ends this
+    }
     Send(api::infoRequest);
-    parts_.AwaitLog("1 recordings, 2 subscriptions");
+    parts_.AwaitLog("0 recordings, 2 subscriptions");
+    parts_.AwaitLog("stream 2: source standard input, state ended, ");
 }
 
 TEST_F(RecordingServiceTest, SubscriberWithoutRoomIsNotifiedWhenItReads) {

@@ -39,4 +39,8 @@ constexpr unsigned int backupDatabaseRequest = 0x3697;     // StringItem: the pa
 constexpr unsigned int updateFileSizeRequest = 0x3698;     // IntItem: the number of the file
 constexpr unsigned int doneReply = 0x3699;                 // BoolItem: whether it was done
 
+// What the service is doing.
+constexpr unsigned int statusRequest = 0x369A; // no payload
+constexpr unsigned int statusReply = 0x369B;   // status::ServiceStatusItem
+
 } // namespace workstation::api

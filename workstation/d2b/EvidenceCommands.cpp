@@ -1,4 +1,4 @@
-// The evidence verbs of the pool tool.
+// The verbs of the pool tool that only show something.
 #include "d2b/Commands.h"
 
 namespace workstation::d2b {
@@ -8,6 +8,7 @@ void AddEvidenceCommands(CLI::App& tool) {
     AddScanCommand(tool);
     AddExportCommand(tool);
     AddVerifyCommand(tool);
+    AddStatusCommand(tool);
 }
 
 } // namespace workstation::d2b

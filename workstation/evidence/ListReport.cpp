@@ -4,8 +4,8 @@
 #include <iomanip>
 #include <span>
 
+#include "LocalTime.h"
 #include "evidence/Json.h"
-#include "evidence/LocalTime.h"
 
 namespace workstation::evidence {
 namespace {

@@ -5,8 +5,8 @@
 #include <sstream>
 #include <vector>
 
+#include "LocalTime.h"
 #include "evidence/Json.h"
-#include "evidence/LocalTime.h"
 #include "evidence/Plural.h"
 
 namespace workstation::evidence {

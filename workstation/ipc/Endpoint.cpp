@@ -2,7 +2,6 @@
 #include "ipc/Endpoint.h"
 
 #include <poll.h>
-#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -16,6 +15,7 @@
 
 #include "Deadline.h"
 #include "Failure.h"
+#include "UserName.h"
 #include "ipc/MessageHeader.h"
 
 namespace workstation::ipc {
@@ -98,16 +98,6 @@ std::optional<Letter> Decode(RawDatagram const& datagram) {
     auto const payload = datagram.bytes.subspan(messageHeaderSize);
     return Letter{datagram.sender, header->id, header->correlation,
                   std::vector<char>(payload.begin(), payload.end())};
-}
-
-// "user 'daemon' (uid 1)", or "uid 4711" for a user without a name.
-std::string UserName(uid_t user) {
-    std::string const number = "uid " + std::to_string(user);
-    std::array<char, 1024> names{};
-    passwd entry{};
-    passwd* found = nullptr;
-    getpwuid_r(user, &entry, names.data(), names.size(), &found);
-    return found == nullptr ? number : std::string("user '") + entry.pw_name + "' (" + number + ")";
 }
 
 std::string WhyDropped(RawDatagram const& datagram) {

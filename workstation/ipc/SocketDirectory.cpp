@@ -35,6 +35,11 @@ SocketDirectory SocketDirectory::Open() {
     if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
         throw SystemFailure("cannot make " + path);
     }
+    return OpenExisting();
+}
+
+SocketDirectory SocketDirectory::OpenExisting() {
+    std::string const path = IpcDirectory();
     FileDescriptor descriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!descriptor) {
         throw SystemFailure("cannot open " + path);

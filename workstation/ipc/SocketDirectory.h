@@ -38,6 +38,9 @@ public:
     // Failure.
     static SocketDirectory Open();
 
+    // The same, but a missing directory is a Failure too.
+    static SocketDirectory OpenExisting();
+
     sockaddr_un Address(std::string const& name) const { return AddressIn(Descriptor(), name); }
 
     // The socket that a live process serves under `name`; empty when there is none.

@@ -45,6 +45,18 @@ std::uint32_t CheckedFileCount(int descriptor, struct stat const& status,
     return fileCount;
 }
 
+// Gives the file so many bytes of space, as zeros.
+void Allocate(int descriptor, off_t size, std::string const& path) {
+    int error = EINTR;
+    while (error == EINTR) {
+        error = posix_fallocate(descriptor, 0, size);
+    }
+    if (error != 0) {
+        throw Failure(error, "cannot allocate " + std::to_string(size) + " bytes for '" + path +
+                                 "': " + std::strerror(error));
+    }
+}
+
 } // namespace
 
 PoolImage::PoolImage(std::string path, std::uint32_t fileCount, dev_t device, ino_t inode,
@@ -69,13 +81,16 @@ std::unique_ptr<PoolImage> PoolImage::Open(std::string const& path) {
         new PoolImage(path, fileCount, status.st_dev, status.st_ino, std::move(mapping)));
 }
 
-void PoolImage::Create(std::string const& path, std::uint32_t fileCount) {
+void PoolImage::Create(std::string const& path, std::uint32_t fileCount, Blocks blocks) {
     FileDescriptor const file(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     if (!file) {
         throw SystemFailure("cannot create '" + path + "'");
     }
     PoolHeaderPage const header = EncodePoolHeader(fileCount);
     auto const size = static_cast<off_t>(PoolImageSize(fileCount));
+    if (blocks == Blocks::allocated) {
+        Allocate(file.Get(), size, path);
+    }
     if (pwrite(file.Get(), header.data(), header.size(), 0) !=
             static_cast<ssize_t>(header.size()) ||
         ftruncate(file.Get(), size) != 0 || fsync(file.Get()) != 0) {

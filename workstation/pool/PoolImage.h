@@ -23,9 +23,16 @@ public:
     // header and of exactly the right size. The entries of the table are not checked.
     static std::unique_ptr<PoolImage> Open(std::string const& path);
 
-    // Makes an image of empty files, in place of whatever file is there. The image is sparse and,
-    // apart from its name, durable. Throws Failure, after which an unfinished file may be left.
-    static void Create(std::string const& path, std::uint32_t fileCount);
+    // What space an image has from the start.
+    enum class Blocks {
+        sparse,    // only that of the header
+        allocated, // all: the disk is never too full for the pool
+    };
+
+    // Makes an image of empty files, in place of whatever file is there. Apart from its name it is
+    // durable. Throws Failure, after which an unfinished file may be left.
+    static void Create(std::string const& path, std::uint32_t fileCount,
+                       Blocks blocks = Blocks::sparse);
 
     std::string const& Path() const { return path_; }
     int FileCount() const { return static_cast<int>(fileCount_); }

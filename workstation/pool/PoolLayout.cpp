@@ -100,6 +100,13 @@ std::optional<std::uint32_t> PoolFileCountOfSize(std::uint64_t imageSize) {
     return static_cast<std::uint32_t>(fileCount);
 }
 
+std::uint32_t PoolFileCountWithin(std::uint64_t imageSize) {
+    constexpr std::uint64_t tooMany = poolMaxFileCount + 1;
+    auto const slots = static_cast<std::uint32_t>(std::min(imageSize / poolSlotSize, tooMany));
+    bool const isTooLarge = PoolImageSize(slots) > imageSize; // the table is smaller than a slot
+    return isTooLarge && slots > 0 ? slots - 1 : slots;
+}
+
 std::string WrongPoolImageSize(std::uint64_t imageSize, std::uint32_t fileCount) {
     std::uint64_t const needed = PoolImageSize(fileCount);
     return std::string(imageSize < needed ? "truncated" : "too long") + ": " +

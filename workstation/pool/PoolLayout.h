@@ -57,6 +57,10 @@ std::string StreamFileName(int fileNumber);
 // The only number of files that gives an image of this size; empty when no number does.
 std::optional<std::uint32_t> PoolFileCountOfSize(std::uint64_t imageSize);
 
+// The largest number of files whose image is not larger than this; one more than a pool can have
+// when that would fit too.
+std::uint32_t PoolFileCountWithin(std::uint64_t imageSize);
+
 // What is wrong with an image of another size than it must have.
 std::string WrongPoolImageSize(std::uint64_t imageSize, std::uint32_t fileCount);
 

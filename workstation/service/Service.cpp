@@ -13,6 +13,7 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <system_error>
 
 #include "Deadline.h"
@@ -33,6 +34,7 @@
 #include "service/ring/FreeFile.h"
 #include "service/ring/Recovery.h"
 #include "service/supervision/StatusLine.h"
+#include "status/StatusText.h"
 
 namespace workstation::service {
 namespace {
@@ -119,7 +121,8 @@ Service::Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession
     requests::AddControlRequests(router_,
                                  {endpoint_, [this] { isRunning_ = false; }, [this] { Reap(); },
                                   [this] { return Describe(); },
-                                  [this] { return subscribers::DescribeStorage(Storage()); }});
+                                  [this] { return subscribers::DescribeStorage(Storage()); },
+                                  [this] { return Status(); }});
     if (session_.PoolIfLoaded() != nullptr) {
         ring_.emplace(session_, store_);
     }
@@ -254,13 +257,22 @@ void Service::Reap() {
                          log::Severity::info);
 }
 
-std::string Service::Describe() const {
-    using namespace std::chrono;
-    auto const uptime = duration_cast<seconds>(Clock::now() - started_);
-    return "process " + std::to_string(getpid()) + ", up " + std::to_string(uptime.count()) +
-           " s, log level " + std::to_string(LogClient::Instance()->Level()) + ", " +
-           DescribePool() + ", " + std::to_string(recorders_.size()) + " recordings, " +
-           std::to_string(subscribers_.Count()) + " subscriptions";
+std::vector<std::string> Service::Describe() const {
+    using State = status::StreamStatus::State;
+    status::ServiceStatus const status = Status();
+    auto const ended =
+        std::ranges::count(status.streams, State::ended, &status::StreamStatus::state);
+    std::size_t const recordings = status.streams.size() - static_cast<std::size_t>(ended);
+    std::vector<std::string> lines{status::DescribeProcess(status) + ", log level " +
+                                   std::to_string(LogClient::Instance()->Level()) + ", " +
+                                   DescribePool() + ", " + std::to_string(recordings) +
+                                   " recordings, " + std::to_string(subscribers_.Count()) +
+                                   " subscriptions"};
+    for (status::StreamStatus const& stream : status.streams) {
+        lines.push_back(status::Describe(stream));
+    }
+    std::ranges::move(status::DescribeDegradation(status), std::back_inserter(lines));
+    return lines;
 }
 
 std::string Service::DescribePool() const {
@@ -308,12 +320,14 @@ status::ServiceStatus Service::Status() const {
     status.streams = StreamStatuses();
     status.subscribers = static_cast<std::uint32_t>(subscribers_.LiveCount());
     status.problem = ProblemOfThePool();
+    subscribers::StorageFigures storage;
     try {
-        auto const storage = Storage();
-        status.storage = {storage.total, storage.buffer, storage.free};
-    } catch (Failure const& failure) {
-        status.problem = failure.what();
+        storage = Storage();
+    } catch (Failure const& failure) { // counts all files that are not free as buffer
+        status.problem = std::string("the event database cannot be read: ") + failure.what();
+        storage = subscribers::CountStorage(session_.Pool(), {});
     }
+    status.storage = {storage.total, storage.buffer, storage.free};
     return status;
 }
 

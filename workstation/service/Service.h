@@ -103,7 +103,7 @@ private:
     void HandleStartsAndStops();
 
     void Reap();
-    std::string Describe() const;
+    std::vector<std::string> Describe() const;
     std::string DescribePool() const;
     std::vector<status::StreamStatus> StreamStatuses() const;
     status::ServiceStatus Status() const;

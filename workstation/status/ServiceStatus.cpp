@@ -3,6 +3,18 @@
 
 namespace workstation::status {
 
+char const* Name(StreamStatus::State state) {
+    switch (state) {
+    case StreamStatus::State::recording:
+        return "recording";
+    case StreamStatus::State::waiting:
+        return "waiting";
+    case StreamStatus::State::ended:
+        return "ended";
+    }
+    return "";
+}
+
 std::vector<std::string> WhyDegraded(ServiceStatus const& status) {
     std::vector<std::string> reasons;
     if (!status.problem.empty()) {

@@ -8,6 +8,7 @@
 
 namespace workstation::status {
 
+// A stream that is recorded.
 struct StreamStatus {
     enum class State {
         recording, // packets come
@@ -28,6 +29,9 @@ struct StreamStatus {
 
     bool operator==(StreamStatus const&) const = default;
 };
+
+// "recording", "waiting" or "ended".
+char const* Name(StreamStatus::State state);
 
 // Sizes in KiB, whole slots each.
 struct StorageStatus {

@@ -185,6 +185,14 @@ TEST_F(LocalUdpSource, NoiseIsDroppedAndCounted) {
     EXPECT_EQ(source_.DroppedBytes(), 1010U);
 }
 
+// The status shows what was dropped, also while nothing else comes.
+TEST_F(LocalUdpSource, NoiseAloneIsCountedAtOnce) {
+    sender_.Send(Bytes(1000, 1));
+    std::array<unsigned char, ts::tsPacketSize> room{};
+    EXPECT_EQ(source_.Read(room, -1).outcome, Source::Outcome::timeout);
+    EXPECT_EQ(source_.DroppedBytes(), 1000U);
+}
+
 // Numbers 0 to 9: 3 comes late, 5 twice, and 7 not at all.
 TEST_F(LocalUdpSource, DatagramsOfRtpAreDeliveredInOrderAndOnce) {
     for (unsigned int const number : {0U, 1U, 2U, 4U, 5U, 5U, 3U, 6U, 8U, 9U}) {
@@ -234,6 +242,22 @@ TEST_F(UdpSourceTest, GroupMayBeHeardTwice) {
     Sender(address).Send(NumberedPackets(0, 7));
     EXPECT_EQ(Read(first, 7 * ts::tsPacketSize), NumberedPackets(0, 7));
     EXPECT_EQ(Read(second, 7 * ts::tsPacketSize), NumberedPackets(0, 7));
+}
+
+// The packets that wait for their turn, and those for which there was no room yet.
+TEST_F(LocalUdpSource, WhatWasReceivedIsDeliveredThoughItIsToStop) {
+    for (unsigned int const number : {0U, 1U, 3U}) {
+        sender_.Send(RtpDatagram(static_cast<std::uint16_t>(number), NumberedPackets(number, 1)));
+    }
+    Bytes room(ts::tsPacketSize);
+    EXPECT_EQ(source_.Read(room, endless).size, ts::tsPacketSize);
+    EXPECT_EQ(room, NumberedPackets(0, 1));
+    stop_.Set();
+    EXPECT_EQ(source_.Read(room, endless).size, ts::tsPacketSize);
+    EXPECT_EQ(room, NumberedPackets(1, 1));
+    EXPECT_EQ(source_.Read(room, endless).size, ts::tsPacketSize);
+    EXPECT_EQ(room, NumberedPackets(3, 1));
+    EXPECT_EQ(source_.Read(room, endless).outcome, Outcome::stopped);
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 #include "api/ServiceMessages.h"
 #include "ipc/Endpoint.h"
 #include "ipc/Payload.h"
+#include "log/LogLevels.h"
+#include "status/ServiceStatusItem.h"
 #include "support/LogFile.h"
 #include "support/TemporaryRoot.h"
 
@@ -17,12 +19,17 @@ using testing::ElementsAre;
 
 namespace {
 
+using Lines = std::vector<std::string>;
+
 class ControlRequestsTest : public testing::Test {
 protected:
     ControlRequestsTest() {
         AddControlRequests(router_, {service_, [this] { calls_.emplace_back("quit"); },
                                      [this] { calls_.emplace_back("reap"); },
-                                     [] { return "all about me"; }, [] { return "half full"; }});
+                                     [] {
+                                         return Lines{"all about me", "and more"};
+                                     },
+                                     [] { return "half full"; }, [this] { return status_; }});
     }
 
     void Ask(std::uint32_t id, std::vector<char> payload = {}) {
@@ -49,6 +56,7 @@ protected:
     ipc::Endpoint client_ = ipc::Endpoint::Open("Client");
     RequestRouter router_;
     std::vector<std::string> calls_;
+    status::ServiceStatus status_;
 };
 
 TEST_F(ControlRequestsTest, PingIsLogged) {
@@ -69,8 +77,25 @@ TEST_F(ControlRequestsTest, InfoAndStorageGoToTheLog) {
     Ask(0x360F);
     Ask(0x363A);
     EXPECT_THAT(log_.Entries(),
-                ElementsAre("info requested by Client", "all about me",
+                ElementsAre("info requested by Client", "all about me", "and more",
                             "storage dump requested by Client", "storage: half full"));
+}
+
+// Whatever the request contains.
+TEST_F(ControlRequestsTest, StatusIsAnsweredAndOnlyANoteInTheLog) {
+    status_.process = 4711;
+    status_.streams = {
+        {3, "a.ts", false, status::StreamStatus::State::recording, 1, 2, 3, 4, 5, ""}};
+    for (std::size_t const size : {0U, 1U, 70000U}) {
+        Ask(api::statusRequest, std::vector<char>(size, '\xFF'));
+        status::ServiceStatusItem item;
+        EXPECT_EQ(Answer(item), api::statusReply);
+        EXPECT_EQ(item.Value(), status_);
+    }
+    EXPECT_EQ(log_.Entries().size(), 3U);
+    LogClient::Instance()->Level(log::errorsAndNotifications);
+    Ask(api::statusRequest);
+    EXPECT_EQ(log_.Entries().size(), 3U);
 }
 
 TEST_F(ControlRequestsTest, LogLevelIsReported) {

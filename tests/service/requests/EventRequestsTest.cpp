@@ -111,8 +111,8 @@ TEST_F(EventRequestsTest, IntervalOfWhichNothingIsHeldMakesNoEvent) {
     EXPECT_EQ(AfterTheFact(1001, 1000, 3), "");
     EXPECT_THAT(parts_.Store().Events(), IsEmpty());
     EXPECT_THAT(parts_.Log(),
-                testing::Contains("nothing is held of the interval from 1970-01-01 00:33:20 to "
-                                  "1970-01-01 00:50:00"));
+                testing::Contains("nothing is held of the interval from 1970-01-01 00:33:20 UTC to "
+                                  "1970-01-01 00:50:00 UTC"));
 }
 
 TEST_F(EventRequestsTest, RecordingIsNoEventAndTheLogSaysSo) {
@@ -152,12 +152,12 @@ TEST_F(EventRequestsTest, FileChainIsLoggedWithOrWithoutTheWiped) {
     withWiped.Value(false);
     Tell(api::logFileChainRequest, ipc::EncodeItems({&stream, &withWiped}));
     std::string const second =
-        "  file 2, 188 bytes, ticks 1 to 1, 1970-01-01 00:16:41 to 1970-01-01 00:16:41";
+        "  file 2, 188 bytes, ticks 1 to 1, 1970-01-01 00:16:41 UTC to 1970-01-01 00:16:41 UTC";
     EXPECT_THAT(parts_.Log(),
                 ElementsAre("file chain requested by Client",
                             "file chain of stream 2 (requested as 1): 2 files",
-                            "  file 1, 188 bytes, ticks 0 to 0, 1970-01-01 00:16:40 to "
-                            "1970-01-01 00:16:40, wiped",
+                            "  file 1, 188 bytes, ticks 0 to 0, 1970-01-01 00:16:40 UTC to "
+                            "1970-01-01 00:16:40 UTC, wiped",
                             second, "file chain requested by Client",
                             "file chain of stream 2 (requested as 1): 1 files", second));
 }

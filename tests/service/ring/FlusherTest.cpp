@@ -184,13 +184,16 @@ TEST_F(FlusherTest, FlushThatFailsForAWhileLosesNothing) {
     Append(6);
     {
         SyncCalls const calls("fdatasync", EIO);
+        EXPECT_EQ(flusher_.Problem(), "");
         flusher_.Flush();
         Append(7);
         flusher_.Flush();
+        EXPECT_EQ(flusher_.Problem(), "cannot make recordings durable: Input/output error");
     }
     EXPECT_EQ(parts_.Length(1), 188U);
     Append(8);
     flusher_.Flush();
+    EXPECT_EQ(flusher_.Problem(), "");
     EXPECT_EQ(parts_.Contents(1), TickPackets({5, 6, 7, 8}));
     EXPECT_THAT(parts_.Log(), ElementsAre("cannot make recordings durable: Input/output error",
                                           "recordings are durable again, 0 bytes were lost"));

@@ -1,15 +1,13 @@
 // Recordings that fill stream files, wait for one, and continue.
 #include "service/ring/PoolTarget.h"
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <thread>
 
 #include "service/PoolAndStore.h"
 #include "service/recording/Fakes.h"
 #include "service/ring/DatabaseTickSource.h"
 #include "store/Database.h"
+#include "support/FileSizeLimit.h"
 #include "ts/TsPacket.h"
 
 using namespace workstation;
@@ -26,28 +24,6 @@ namespace {
 
 constexpr std::size_t blockSize = ts::tsBlockSize; // a slot holds 512 of them
 constexpr std::size_t blocksPerSlot = pool::poolSlotSize / blockSize;
-
-// While it lives, nothing can be written beyond a place in any file.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t limit)
-        : formerHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &former_);
-        rlimit limits = former_;
-        limits.rlim_cur = limit;
-        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limits), 0);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &former_);
-        std::signal(SIGXFSZ, formerHandler_);
-    }
-    FileSizeLimit(FileSizeLimit const&) = delete;
-    FileSizeLimit& operator=(FileSizeLimit const&) = delete;
-
-private:
-    rlimit former_{};
-    void (*formerHandler_)(int);
-};
 
 class PoolTargetTest : public testing::Test {
 protected:
@@ -73,6 +49,15 @@ protected:
 
     std::vector<std::string> Log() const { return parts_.Log(); }
 
+    std::optional<int> Slot() const { return status_.At({}).slot; }
+    std::string Problem() const { return status_.At({}).problem; }
+    std::string AwaitProblem() const {
+        while (Problem().empty()) { // the test's time limit ends this
+            std::this_thread::yield();
+        }
+        return Problem();
+    }
+
     // Makes an event of everything that is there.
     std::string HoldAll() {
         auto const event = parts_.Store().RecordAfterTheFact(0, 100000, 0xF, 100000);
@@ -95,9 +80,12 @@ TEST_F(PoolTargetTest, StartAndStopArePosted) {
     target_.Begin();
     auto const started = Posted();
     ASSERT_THAT(started, ElementsAre(testing::StartsWith("+")));
+    EXPECT_EQ(Slot(), std::nullopt);
     Write(7);
+    EXPECT_EQ(Slot(), 1);
     clock_.Advance(std::chrono::seconds(5));
     target_.End();
+    EXPECT_EQ(Slot(), std::nullopt);
     auto const posted = startsAndStops_.Take();
     ASSERT_THAT(posted, SizeIs(1));
     std::string const reid = started[0].substr(1);
@@ -149,7 +137,9 @@ TEST_F(PoolTargetTest, GoesOnInTheOldestFileAtTheEndOfASlot) {
     for (std::uint32_t tick = 2; tick < 2 + blocksPerSlot - 1; ++tick) {
         Write(tick);
     }
+    EXPECT_EQ(Slot(), 1);
     Write(1000, 2 * blockSize); // half of it no longer fits
+    EXPECT_EQ(Slot(), 2);
     flusher_.Flush();
     EXPECT_THAT(parts_.Lengths(), ElementsAre(pool::poolSlotSize, blockSize));
     EXPECT_TRUE(parts_.IsKnown(1));
@@ -188,8 +178,12 @@ TEST_F(HeldPoolTest, RecordingSaysSoAndGoesOnWhenAFileIsFree) {
         std::jthread const writer([this] { Write(2); });
         parts_.AwaitLog(waits_);
         EXPECT_THAT(parts_.Lengths(), Each(188));
+        EXPECT_EQ("stream 1: " + AwaitProblem(), waits_);
+        EXPECT_EQ(Slot(), std::nullopt);
         EXPECT_TRUE(parts_.Store().DeleteEvent(reid_));
     }
+    EXPECT_EQ(Problem(), "");
+    EXPECT_EQ(Slot(), 1);
     target_.End();
     EXPECT_THAT(parts_.Lengths(), ElementsAre(blockSize, 188));
     EXPECT_EQ(std::ranges::count(Log(), waits_), 1);
@@ -225,8 +219,10 @@ TEST_F(FullFileSystemTest, WriteThatFailsIsRepeatedUntilThereIsRoom) {
         std::jthread const writer([this] { Write(5); });
         parts_.AwaitLog(fails_);
         EXPECT_THAT(parts_.Lengths(), ElementsAre(188, 0));
+        EXPECT_EQ("stream 1: " + AwaitProblem(), fails_);
         limit_.reset();
     }
+    EXPECT_EQ(Problem(), "");
     target_.End();
     EXPECT_EQ(parts_.Contents(2), std::vector<unsigned char>(blockSize, 5));
     EXPECT_EQ(std::ranges::count(Log(), fails_), 1);

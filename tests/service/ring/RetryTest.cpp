@@ -41,6 +41,18 @@ TEST_F(RetryTest, FailureIsRepeatedAndItsFirstReasonIsLogged) {
     EXPECT_THAT(log_.Entries(), ElementsAre("stream 3: cannot count: reason 1"));
 }
 
+TEST_F(RetryTest, LatestReasonIsTheProblemUntilTheOperationSucceeds) {
+    std::vector<std::string> problems;
+    retry_.Insist("count", [&] {
+        problems.push_back(status_.At({}).problem);
+        if (problems.size() < 3) {
+            throw std::runtime_error("reason " + std::to_string(problems.size()));
+        }
+    });
+    problems.push_back(status_.At({}).problem);
+    EXPECT_THAT(problems, ElementsAre("", "cannot count: reason 1", "cannot count: reason 2", ""));
+}
+
 TEST_F(RetryTest, StopEndsTheRepetitionWithTheFailure) {
     int tries = 0;
     EXPECT_THROW(retry_.Insist("count",

@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "Failure.h"
-#include "evidence/LocalTime.h"
+#include "LocalTime.h"
 
 namespace workstation::evidence::exporting {
 namespace {

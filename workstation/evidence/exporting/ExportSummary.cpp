@@ -1,7 +1,7 @@
 // What an export prints at its end.
 #include "evidence/exporting/ExportSummary.h"
 
-#include "evidence/LocalTime.h"
+#include "LocalTime.h"
 #include "evidence/Plural.h"
 
 namespace workstation::evidence::exporting {

@@ -1,8 +1,6 @@
 // Collects the packets of a recording and writes them to its target in blocks.
 #include "service/recording/BlockWriter.h"
 
-#include <utility>
-
 #include "ts/TsPacket.h"
 
 namespace workstation::service::recording {
@@ -12,9 +10,9 @@ constexpr std::chrono::milliseconds longestWait(100);
 
 } // namespace
 
-BlockWriter::BlockWriter(RecordingTarget& target, TickStamper stamper, RecordingClock& clock)
+BlockWriter::BlockWriter(RecordingTarget& target, TickStamper const& stamper, RecordingClock& clock)
     : target_(target)
-    , stamper_(std::move(stamper))
+    , stamper_(stamper)
     , clock_(clock) {}
 
 void BlockWriter::Add(std::span<unsigned char const> packets) {
@@ -22,8 +20,8 @@ void BlockWriter::Add(std::span<unsigned char const> packets) {
         target_.Begin();
         hasBegun_ = true;
     }
-    stamper_.Pass(packets, clock_.WallNow(), block_);
-    auto const now = clock_.Now();
+    stamper_.Pass(packets, clock_.Now(), clock_.WallNow(), block_);
+    auto const now = clock_.Now(); // numbering ticks may have taken time
     if (!due_) {
         due_ = now + longestWait;
     }

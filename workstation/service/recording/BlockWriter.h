@@ -16,11 +16,14 @@ class BlockWriter {
 public:
     using Time = RecordingClock::Time;
 
-    BlockWriter(RecordingTarget& target, TickStamper stamper, RecordingClock& clock);
+    BlockWriter(RecordingTarget& target, TickStamper const& stamper, RecordingClock& clock);
 
     // Takes the next packets, and writes a block when one is due. The first call begins the
     // recording.
     void Add(std::span<unsigned char const> packets);
+
+    // Ticks follow the clock of the stream alone. To be called before the first packets.
+    void FollowStream() { stamper_.FollowStream(); }
 
     // The next packets come from a source that was begun again.
     void SourceRestarts() { stamper_.SourceRestarts(); }

@@ -55,12 +55,16 @@ void Recording::Run() {
     Attempt("cannot open " + sourceName_, [&] { source = MakeSource(settings_.source, stop_); });
     if (source) {
         Run(*source);
+    } else {
+        status_.HasEnded();
     }
-    status_.HasEnded();
 }
 
 void Recording::Run(Source& source) {
     Attempt("recording failed", [&] {
+        if (IsFast(source)) {
+            writer_.FollowStream();
+        }
         if (source.GetKind() == Source::Kind::live) {
             RecordLive(source);
         } else {
@@ -69,6 +73,7 @@ void Recording::Run(Source& source) {
         writer_.Complete();
     });
     Attempt("recording failed", [&] { writer_.End(); });
+    status_.HasEnded();
 }
 
 void Recording::RecordToEnd(Source& source) {
@@ -168,6 +173,11 @@ std::optional<Recording::Ending> Recording::Read(Source& source, PacketAssembler
     return Ending{Ending::Cause::stop, ""};
 }
 
+// Only a file can be read fast.
+bool Recording::IsFast(Source const& source) const {
+    return source.GetKind() == Source::Kind::file && settings_.isFast;
+}
+
 bool Recording::IsSilent(Source const& source) const {
     return source.GetKind() == Source::Kind::live && clock_.Now() >= absence_.SilentAt();
 }
@@ -175,7 +185,7 @@ bool Recording::IsSilent(Source const& source) const {
 void Recording::Take(Source const& source, PacketAssembler& assembler) {
     bool const isFile = source.GetKind() == Source::Kind::file;
     if (isFile) {
-        TakeOfFile(assembler);
+        TakeOfFile(source, assembler);
     } else {
         TakeAll(assembler);
     }
@@ -194,10 +204,10 @@ void Recording::TakeAll(PacketAssembler& assembler) {
     }
 }
 
-void Recording::TakeOfFile(PacketAssembler& assembler) {
+void Recording::TakeOfFile(Source const& source, PacketAssembler& assembler) {
     for (auto packets = assembler.Next(); !packets.empty() && !stop_.IsSet();
          packets = assembler.Next()) {
-        if (settings_.isFast) {
+        if (IsFast(source)) {
             Write(packets);
         } else {
             TakeInTime(packets);

@@ -50,10 +50,11 @@ private:
     static std::optional<std::string> WhyNotBegun(Source& source);
     Ending RecordOnce(Source& source);
     std::optional<Ending> Read(Source& source, PacketAssembler& assembler);
+    bool IsFast(Source const& source) const;
     bool IsSilent(Source const& source) const;
     void Take(Source const& source, PacketAssembler& assembler);
     void TakeAll(PacketAssembler& assembler);
-    void TakeOfFile(PacketAssembler& assembler);
+    void TakeOfFile(Source const& source, PacketAssembler& assembler);
     void TakeInTime(std::span<unsigned char const> packets);
     void Write(std::span<unsigned char const> packets);
     void WaitUntil(RecordingClock::Time due);

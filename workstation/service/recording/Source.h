@@ -34,8 +34,9 @@ public:
     };
 
     // Waits until the source has bytes, for at most `timeoutMs` milliseconds (-1: without limit),
-    // and reads what is there, at most as much as there is room for. Reads nothing once the
-    // recording is to stop. To be called after Begin. Throws a Failure as Begin does.
+    // and reads what is there, at most as much as there is room for. When it has to drop all that
+    // came, that is a timeout. Reads nothing once the recording is to stop. To be called after
+    // Begin. Throws a Failure as Begin does.
     virtual Result Read(std::span<unsigned char> room, int timeoutMs) = 0;
 
     // How many bytes of all that came were no packets and have not been delivered.

@@ -10,11 +10,15 @@ namespace workstation::service::recording {
 constexpr std::string_view execPrefix = "exec:";
 
 // "standard input" for "-"; "exec:" and the name of the program for a command, which may contain a
-// password; a path and a valid UDP address as they are.
+// password; a path and a valid UDP address as they are. What follows "://" in anything else is left
+// out: it may be an address with a password, given by mistake.
 std::string ShownSource(std::string const& source);
 
 // The same for the log: a path stands in quotes.
 std::string SourceName(std::string const& source);
+
+// A text without what follows "://" in it.
+std::string WithoutAddress(std::string const& text);
 
 // The name of the program that a command begins with; "sh" when it begins with anything else, such
 // as an assignment.

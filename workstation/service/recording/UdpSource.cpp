@@ -125,6 +125,7 @@ void UdpSource::Begin() {
 
 Source::Result UdpSource::Read(std::span<unsigned char> room, int timeoutMs) {
     Deadline const deadline(timeoutMs);
+    std::uint64_t const droppedBefore = droppedBytes_;
     while (true) {
         std::array<pollfd, 2> watched{{{}, {socket_.Get(), POLLIN, 0}}};
         bool const isReady = stop_.Poll(watched, WaitMs(deadline.RemainingMs()));
@@ -142,7 +143,7 @@ Source::Result UdpSource::Read(std::span<unsigned char> room, int timeoutMs) {
         if (!ready_.empty()) {
             return Deliver(room);
         }
-        if (deadline.Passed()) {
+        if (deadline.Passed() || droppedBytes_ != droppedBefore) {
             return {Outcome::timeout};
         }
     }

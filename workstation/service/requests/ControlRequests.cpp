@@ -1,4 +1,5 @@
-// The requests about the service itself: ping, quit, reap, info, storage dump and log level.
+// The requests about the service itself: ping, quit, reap, info, status, storage dump and log
+// level.
 #include "service/requests/ControlRequests.h"
 
 #include "Item.h"
@@ -8,6 +9,7 @@
 #include "log/LogLevels.h"
 #include "log/PlatformLog.h"
 #include "service/requests/SendReply.h"
+#include "status/ServiceStatusItem.h"
 
 namespace workstation::service::requests {
 namespace {
@@ -35,8 +37,15 @@ void AddControlRequests(RequestRouter& router, ControlContext const& context) {
     router.On(api::quitRequest, "quit", [quit = context.quit](ipc::Letter&) { quit(); });
     router.On(api::reapRequest, "reap", [reap = context.reap](ipc::Letter&) { reap(); });
     router.On(api::infoRequest, "info", [info = context.info](ipc::Letter&) {
-        log::LogNotification(info(), log::Severity::info);
+        for (std::string const& line : info()) {
+            log::LogNotification(line, log::Severity::info);
+        }
     });
+    router.OnRoutine(api::statusRequest, "status",
+                     [&endpoint, status = context.serviceStatus](ipc::Letter const& request) {
+                         status::ServiceStatusItem item(status());
+                         SendReply(endpoint, request, api::statusReply, {&item});
+                     });
     router.On(api::storageDumpRequest, "storage dump", [storage = context.storage](ipc::Letter&) {
         log::LogNotification("storage: " + storage(), log::Severity::info);
     });

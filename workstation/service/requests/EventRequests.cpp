@@ -11,6 +11,7 @@
 
 #include "Failure.h"
 #include "Item.h"
+#include "LocalTime.h"
 #include "Root.h"
 #include "StreamMgrApi.h"
 #include "api/ServiceMessages.h"
@@ -23,17 +24,6 @@
 
 namespace workstation::service::requests {
 namespace {
-
-std::string LocalTime(std::int64_t seconds) {
-    auto const time = static_cast<std::time_t>(seconds);
-    std::tm local{};
-    char text[] = "YYYY-MM-DD hh:mm:ss";
-    if (localtime_r(&time, &local) == nullptr ||
-        std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local) == 0) {
-        return std::to_string(seconds);
-    }
-    return text;
-}
 
 std::string Describe(store::RecordedFile const& file) {
     std::string const state = file.wiped ? ", wiped" : file.finished ? "" : ", being recorded";

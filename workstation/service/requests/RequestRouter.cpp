@@ -8,7 +8,11 @@
 namespace workstation::service::requests {
 
 void RequestRouter::On(std::uint32_t id, std::string name, Handler handler) {
-    routes_[id] = Route{std::move(name), std::move(handler)};
+    routes_[id] = Route{std::move(name), std::move(handler), false};
+}
+
+void RequestRouter::OnRoutine(std::uint32_t id, std::string name, Handler handler) {
+    routes_[id] = Route{std::move(name), std::move(handler), true};
 }
 
 void RequestRouter::Handle(ipc::Letter& request) const {
@@ -19,7 +23,12 @@ void RequestRouter::Handle(ipc::Letter& request) const {
         return;
     }
     Route const& route = found->second;
-    log::LogNotification(route.name + " requested by " + request.sender, log::Severity::info);
+    std::string const line = route.name + " requested by " + request.sender;
+    if (route.isRoutine) {
+        log::LogNote(line);
+    } else {
+        log::LogNotification(line, log::Severity::info);
+    }
     try {
         route.handler(request);
     } catch (std::exception const& failure) {

@@ -2,23 +2,18 @@
 #include "service/subscribers/StorageFigures.h"
 
 #include <algorithm>
-#include <iomanip>
 #include <limits>
-#include <sstream>
 
 #include "Item.h"
 #include "ipc/Payload.h"
 #include "pool/PoolLayout.h"
 #include "service/ring/FreeFile.h"
+#include "status/StatusText.h"
 
 namespace workstation::service::subscribers {
 namespace {
 
 using pool::poolSlotSizeKiB;
-
-double Percentage(std::uint64_t part, std::uint64_t whole) {
-    return whole == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
-}
 
 unsigned int Saturated(std::uint64_t sizeKiB) {
     constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
@@ -44,17 +39,11 @@ StorageFigures CountStorage(pool::PoolImage const& image, store::HeldFiles const
 }
 
 std::string DescribeStorage(StorageFigures const& figures) {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(1) << "total " << figures.total << " KiB";
-    auto const add = [&](char const* name, std::uint64_t sizeKiB) {
-        text << ", " << name << " " << sizeKiB << " KiB (" << Percentage(sizeKiB, figures.total)
-             << " %)";
-    };
-    add("buffer", figures.buffer);
-    add("event untransferred in buffer", figures.untransferredInBuffer);
-    add("event untransferred not in buffer", figures.untransferredNotInBuffer);
-    add("free", figures.free);
-    return text.str();
+    return status::DescribeStorage(
+        figures.total, {{"buffer", figures.buffer},
+                        {"event untransferred in buffer", figures.untransferredInBuffer},
+                        {"event untransferred not in buffer", figures.untransferredNotInBuffer},
+                        {"free", figures.free}});
 }
 
 std::vector<char> EncodeStorage(StorageFigures const& figures) {

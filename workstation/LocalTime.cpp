@@ -1,10 +1,10 @@
 // Times as people read them.
-#include "evidence/LocalTime.h"
+#include "LocalTime.h"
 
 #include <array>
 #include <ctime>
 
-namespace workstation::evidence {
+namespace workstation {
 
 std::string LocalTime(std::int64_t seconds) {
     auto const time = static_cast<std::time_t>(seconds);
@@ -17,4 +17,4 @@ std::string LocalTime(std::int64_t seconds) {
     return text.data();
 }
 
-} // namespace workstation::evidence
+} // namespace workstation
