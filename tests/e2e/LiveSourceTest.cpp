@@ -1,9 +1,7 @@
 // Live sources that go and come back, as the service records them.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
@@ -12,10 +10,9 @@
 #include <csignal>
 #include <ctime>
 #include <fstream>
-#include <iomanip>
-#include <sstream>
 
 #include "Events.h"
+#include "RtpSender.h"
 #include "TransportStream.h"
 
 namespace e2e {
@@ -216,59 +213,6 @@ TEST_F(StubbornCommand, EndsWhenTheServiceIsKilled) {
 }
 
 // --- datagrams -----------------------------------------------------------------------------------
-
-// Sends datagrams with RTP headers to a port of this machine.
-class RtpSender {
-public:
-    RtpSender()
-        : socket_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in any{};
-        any.sin_family = AF_INET;
-        any.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        FileDescriptor const probe(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-        socklen_t size = sizeof any;
-        EXPECT_EQ(bind(probe.Get(), reinterpret_cast<sockaddr const*>(&any), size), 0);
-        EXPECT_EQ(getsockname(probe.Get(), reinterpret_cast<sockaddr*>(&any), &size), 0);
-        port_ = ntohs(any.sin_port);
-        EXPECT_EQ(connect(socket_.Get(), reinterpret_cast<sockaddr const*>(&any), size), 0);
-    }
-
-    // That no other process used a moment ago.
-    std::string Source() const { return "udp://127.0.0.1:" + std::to_string(port_); }
-
-    // Waits until a process receives from the port: before that datagrams are lost.
-    bool AwaitReceiver() const {
-        std::ostringstream port; // of a socket that is not connected
-        port << ':' << std::hex << std::uppercase << std::setw(4) << std::setfill('0') << port_
-             << " 00000000:0000";
-        auto const deadline = std::chrono::steady_clock::now() + patience;
-        while (std::chrono::steady_clock::now() < deadline) {
-            std::ifstream sockets("/proc/net/udp");
-            for (std::string line; std::getline(sockets, line);) {
-                if (line.find(port.str()) != std::string::npos) {
-                    return true;
-                }
-            }
-            poll(nullptr, 0, 5); // binding a port notifies no other process
-        }
-        return false;
-    }
-
-    void Send(int number, std::string const& payload) const {
-        std::string datagram(12, '\0');
-        datagram[0] = '\x80';
-        datagram[2] = static_cast<char>(number >> 8);
-        datagram[3] = static_cast<char>(number);
-        datagram += payload;
-        EXPECT_EQ(send(socket_.Get(), datagram.data(), datagram.size(), 0),
-                  static_cast<ssize_t>(datagram.size()));
-    }
-    void SendNoise() const { EXPECT_EQ(send(socket_.Get(), "noise", 5, 0), 5); }
-
-private:
-    FileDescriptor socket_;
-    int port_ = 0;
-};
 
 // Of 100 datagrams of the clip, each tenth is lost, the others come in pairs that are exchanged,
 // each of them twice and with noise between them. After ten seconds of silence others come.
