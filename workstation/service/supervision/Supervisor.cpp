@@ -19,9 +19,10 @@ int MsUntil(Heartbeat::Time time, Heartbeat::Time now) {
 
 } // namespace
 
-Supervisor::Supervisor(ServiceManager manager, std::function<std::vector<WatchedThread>()> threads,
+Supervisor::Supervisor(ServiceManager const& manager,
+                       std::function<std::vector<WatchedThread>()> threads,
                        std::function<std::string()> status)
-    : manager_(std::move(manager))
+    : manager_(manager)
     , threads_(std::move(threads))
     , status_(std::move(status)) {}
 

@@ -29,7 +29,7 @@ public:
 
     // `threads` are those that run; `status` says what the service does, in one line. Neither is
     // called when no service manager listens.
-    Supervisor(ServiceManager manager, std::function<std::vector<WatchedThread>()> threads,
+    Supervisor(ServiceManager const& manager, std::function<std::vector<WatchedThread>()> threads,
                std::function<std::string()> status);
 
     ServiceManager const& Manager() const { return manager_; }
