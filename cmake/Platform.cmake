@@ -17,6 +17,8 @@ if(STREAMMGR_PLATFORM STREQUAL "recorder")
         message(FATAL_ERROR "Say where the recorder's headers and libraries are:"
             " -DSTREAMMGR_PLATFORM_INCLUDE_DIR=... -DSTREAMMGR_PLATFORM_LIBRARY=...")
     endif()
+    include(cmake/Recorder.cmake)
+    streammgr_check_recorder("${STREAMMGR_PLATFORM_INCLUDE_DIR}" "${STREAMMGR_PLATFORM_LIBRARY}")
     target_include_directories(seam SYSTEM INTERFACE ${STREAMMGR_PLATFORM_INCLUDE_DIR})
     target_link_libraries(platform INTERFACE ${STREAMMGR_PLATFORM_LIBRARY})
 else()

@@ -6,14 +6,25 @@ _streammgr_run() {
     timeout 1 "$@" 2>/dev/null </dev/null
 }
 
+# What `d2b list` prints. The recorder of the package's service is shown to the technicians that may see
+# it: sudo asks nobody else.
+_streammgr_list() {
+    local -a as_service=()
+    if [[ ! ${STREAMMGR_ROOT-} && $* != *--pool* && $* != *--db* && -e /usr/share/streammgr/environment &&
+        " $(id -nG) " == *" streammgr-technicians "* ]]; then
+        as_service=(sudo -n -u streammgr)
+    fi
+    _streammgr_run "${as_service[@]}" d2b list "$@"
+}
+
 # The stream files of the pool, of the recorder or of another: [--pool IMAGE]
 _streammgr_numbers() {
-    _streammgr_run d2b list "$@" | awk 'NR > 1 {print $1}'
+    _streammgr_list "$@" | awk 'NR > 1 {print $1}'
 }
 
 # Identifiers of events or of recordings: events|recordings [--db DATABASE]
 _streammgr_reids() {
-    _streammgr_run d2b list "$@" | awk 'NR > 1 && $1 ~ /:/ {print $1}'
+    _streammgr_list "$@" | awk 'NR > 1 && $1 ~ /:/ {print $1}'
 }
 
 # The options in a help text: PROGRAM [VERB]

@@ -11,13 +11,27 @@
 #include "ipc/DecodeRange.h"
 #include "ipc/MessageHeader.h"
 #include "ipc/Payload.h"
+#include "status/ServiceStatusItem.h"
 
 using namespace workstation;
 
 namespace {
 
+std::unique_ptr<Item> AnyStatus(FuzzedDataProvider& plan) {
+    status::ServiceStatus status;
+    status.streams.resize(plan.ConsumeIntegralInRange<std::size_t>(0, 5));
+    for (status::StreamStatus& stream : status.streams) {
+        stream.source = plan.ConsumeRandomLengthString(40);
+        stream.droppedBytes = plan.ConsumeIntegral<std::uint64_t>();
+        if (plan.ConsumeBool()) {
+            stream.slot = plan.ConsumeIntegral<int>();
+        }
+    }
+    return std::make_unique<status::ServiceStatusItem>(status);
+}
+
 std::unique_ptr<Item> AnyItem(FuzzedDataProvider& plan) {
-    switch (plan.ConsumeIntegralInRange(0, 4)) {
+    switch (plan.ConsumeIntegralInRange(0, 5)) {
     case 0:
         return std::make_unique<UIntItem>(plan.ConsumeIntegral<unsigned int>());
     case 1:
@@ -26,6 +40,8 @@ std::unique_ptr<Item> AnyItem(FuzzedDataProvider& plan) {
         return std::make_unique<BoolItem>(plan.ConsumeBool());
     case 3:
         return std::make_unique<StringItem>(plan.ConsumeRandomLengthString(40));
+    case 4:
+        return AnyStatus(plan);
     default:
         auto record = std::make_unique<StreamMgrApi::EventRecordItem>();
         record->reid.Value(plan.ConsumeRandomLengthString(40));

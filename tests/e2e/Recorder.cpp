@@ -147,7 +147,9 @@ void Recorder::Load(int number, std::string const& content) const {
 }
 
 Child& Recorder::StartService(Words const& arguments) {
-    service_ = std::make_unique<Child>(ServiceCommand(arguments));
+    Command command = ServiceCommand(arguments);
+    command.environment.insert(serviceVariables_.begin(), serviceVariables_.end());
+    service_ = std::make_unique<Child>(command);
     if (!service_->Says("StreamMgr: ready\n")) {
         throw std::runtime_error("the service does not start: " + service_->Finish().err);
     }

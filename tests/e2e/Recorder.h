@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <ios>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -69,6 +70,11 @@ public:
     // Makes `content` the data of a stream file.
     void Load(int number, std::string const& content) const;
 
+    // An environment variable for the service only.
+    void SetForService(std::string const& name, std::string const& value) {
+        serviceVariables_[name] = value;
+    }
+
     // Starts the service and waits until it serves.
     Child& StartService(Words const& arguments = {});
     Child& Service() { return *service_; }
@@ -84,6 +90,7 @@ public:
 
 private:
     TemporaryDirectory directory_;
+    std::map<std::string, std::string> serviceVariables_;
     std::unique_ptr<Child> service_; // ends before the directory goes
 };
 

@@ -134,7 +134,7 @@ TEST_F(Status, IsLoggedForTheInfoRequest) {
     ASSERT_TRUE(recorder.Logs("degraded: stream 2: waiting for exec:false\n"));
     std::string const log = recorder.LogOf("StreamMgr");
     EXPECT_THAT(log, HasSubstr("process " + std::to_string(recorder.Service().Pid()) + ", up "));
-    EXPECT_THAT(log, HasSubstr(" of 2 files, 2 recordings, 0 subscriptions\n"));
+    EXPECT_THAT(log, HasSubstr(" of 2 files, 1 recordings, 0 subscriptions\n"));
     EXPECT_THAT(Replaced(log, "[0-9:-]+ [0-9:]+ [A-Z]+, bit rate [0-9.]+", "TIME, bit rate R"),
                 HasSubstr("stream 1: source " CLIP_PATH ", state ended, last packet TIME, bit rate "
                           "R Mbit/s, restarts 0, bytes dropped 0, slot -\n"));
@@ -226,7 +226,7 @@ TEST_F(Status, OfARecordingWithoutASlotIsDegraded) {
 TEST_F(Status, OfAFullDiskIsDegradedAndSaysSo) {
     SmallDisk const disk(recorder.Root(), 4 << 20);
     if (!disk.IsMounted()) {
-        GTEST_SKIP() << "only root can mount";
+        GTEST_SKIP() << "only the superuser may mount a file system";
     }
     recorder.CreatePool(1);
     recorder.StartService({"--record", "1=" CLIP_PATH, "--loop", "--fast"});

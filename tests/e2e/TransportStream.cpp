@@ -34,6 +34,10 @@ std::string Clip() {
     return ReadFile(CLIP_PATH);
 }
 
+std::string FewPackets() {
+    return Clip().substr(0, 100 * packetSize);
+}
+
 std::string TickedClip(Recorder const& recorder, Words const& options) {
     auto const path = recorder.Directory() / "ticked";
     Words words{"tick", CLIP_PATH, path};

@@ -26,6 +26,9 @@ std::ostream& operator<<(std::ostream& stream, Tick const& tick);
 
 std::string Clip();
 
+// The beginning of the clip. Fits into a pipe, also when nothing reads it.
+std::string FewPackets();
+
 // The clip with the ticks that `d2b tick` inserts.
 std::string TickedClip(Recorder const& recorder, Words const& options);
 

@@ -2,6 +2,7 @@
 #include "log/PlatformLog.h"
 
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <syslog.h>
 
 #include "LogClient.h"
@@ -48,10 +49,62 @@ TEST_F(PlatformLogTest, EntriesHaveTheProcessNameAndThePriorityOfTheirKind) {
     SystemLog::entries.clear();
     { LogFile const levels(root_.Path() / "log"); } // names the process
     LogClient::Instance()->Level(3);
+    LogError("error");
+    LogWarning("warning");
     LogNotification("notification");
+    LogNotification("request", Severity::info);
     LogNote("note");
     LogClient::Instance()->Level(1);
-    std::string const prefix = "StreamMgr|" + std::to_string(LOG_USER) + '|';
-    EXPECT_THAT(SystemLog::entries, ElementsAre(prefix + std::to_string(LOG_ERR) + "|notification",
-                                                prefix + std::to_string(LOG_NOTICE) + "|note"));
+    auto const entry = [](int priority, std::string const& text) {
+        return "StreamMgr|" + std::to_string(LOG_USER) + '|' + std::to_string(priority) + '|' +
+               text;
+    };
+    EXPECT_THAT(SystemLog::entries,
+                ElementsAre(entry(LOG_ERR, "error"), entry(LOG_WARNING, "warning"),
+                            entry(LOG_NOTICE, "notification"), entry(LOG_INFO, "request"),
+                            entry(LOG_INFO, "note")));
+}
+
+TEST_F(PlatformLogTest, SeverityDoesNotChangeTheLevel) {
+    LogFile const log(root_.Path() / "log");
+    for (unsigned int const level : {1U, 2U}) {
+        LogClient::Instance()->Level(level);
+        LogError("error at " + std::to_string(level));
+        LogNotification("request at " + std::to_string(level), Severity::info);
+    }
+    EXPECT_THAT(log.Entries(), ElementsAre("error at 1", "request at 1"));
+}
+
+// --- what repeats --------------------------------------------------------------------------------
+
+TEST_F(PlatformLogTest, ErrorsAndWarningsThatRepeatAreCountedAndLoggedASecondLater) {
+    LogFile const log(root_.Path() / "log");
+    HeldBackRepeats held;
+    for (int times = 0; times < 3; ++times) {
+        LogError("error");
+        LogWarning("warning");
+        LogNotification("notification");
+    }
+    EXPECT_THAT(log.Entries(),
+                ElementsAre("error", "warning", "notification", "notification", "notification"));
+    pollfd due{held.Descriptor(), POLLIN, 0};
+    ASSERT_EQ(poll(&due, 1, patienceMs), 1);
+    held.WriteDue();
+    EXPECT_THAT(log.Entries(),
+                ElementsAre("error", "warning", "notification", "notification", "notification",
+                            "error, 2 times more", "warning, 2 times more"));
+    EXPECT_EQ(poll(&due, 1, 0), 0) << "nothing is left to log";
+}
+
+TEST_F(PlatformLogTest, WhatIsHeldBackIsLoggedAtTheEnd) {
+    LogFile const log(root_.Path() / "log");
+    {
+        HeldBackRepeats const held;
+        LogError("error");
+        LogError("error");
+    }
+    EXPECT_THAT(log.Entries(), ElementsAre("error", "error, 1 time more"));
+    LogError("error");
+    LogError("error");
+    EXPECT_THAT(log.Entries(), ElementsAre("error", "error, 1 time more", "error", "error"));
 }

@@ -152,8 +152,8 @@ TEST_F(SysLogMsgTest, WithoutAFileTheSystemLogTakesTheEntry) {
     Log(4, "else");
     std::string const prefix = "StreamMgrCli_1234|" + std::to_string(LOG_USER) + '|';
     EXPECT_THAT(SystemLog::entries,
-                ElementsAre(prefix + std::to_string(LOG_ERR) + "|error",
-                            prefix + std::to_string(LOG_NOTICE) + "|note of %s lines",
+                ElementsAre(prefix + std::to_string(LOG_NOTICE) + "|error",
+                            prefix + std::to_string(LOG_INFO) + "|note of %s lines",
                             prefix + std::to_string(LOG_INFO) + "|else"));
     EXPECT_THAT(SystemLog::ident, IsEmpty())
         << "the system log keeps a pointer to a name that is gone";
@@ -188,8 +188,8 @@ TEST(LogEntryTest, ControlCharactersBecomeBlanksButTheTabStays) {
 }
 
 TEST(LogEntryTest, PriorityFollowsTheLevel) {
-    EXPECT_EQ(workstation::log::SyslogPriority(1), LOG_ERR);
-    EXPECT_EQ(workstation::log::SyslogPriority(2), LOG_NOTICE);
-    EXPECT_EQ(workstation::log::SyslogPriority(3), LOG_ERR);
+    EXPECT_EQ(workstation::log::SyslogPriority(1), LOG_NOTICE);
+    EXPECT_EQ(workstation::log::SyslogPriority(2), LOG_INFO);
+    EXPECT_EQ(workstation::log::SyslogPriority(3), LOG_NOTICE);
     EXPECT_EQ(workstation::log::SyslogPriority(4), LOG_INFO);
 }

@@ -143,6 +143,41 @@ TEST_F(ServiceTest, WhatIsNoMessageIsPassedOver) {
     }
 }
 
+TEST_F(ServiceTest, NoiseIsLoggedOnceASecondAndCounted) {
+    std::filesystem::path const ipc = RootDirectory() + "/ipc";
+    RawSocket const stranger(ipc / "Stranger");
+    Start();
+    for (int times = 0; times < 5; ++times) {
+        EXPECT_TRUE(stranger.Send(ipc / "StreamMgr", "noise"));
+        ExpectThatItServes();
+    }
+    std::string const line = "a datagram that is no message is dropped";
+    parts_.AwaitLog(line + ", 4 times more");
+    EXPECT_THAT(Log(), testing::Contains(line).Times(1));
+}
+
+TEST_F(ServiceTest, FloodDoesNotKeepASignal) {
+    std::filesystem::path const ipc = RootDirectory() + "/ipc";
+    RawSocket const stranger(ipc / "Stranger");
+    Start();
+    std::jthread const flood([&](std::stop_token const& stop) {
+        while (!stop.stop_requested() && stranger.Send(ipc / "StreamMgr", "noise")) {
+        }
+    });
+    ExpectThatItServes();
+    kill(getpid(), SIGTERM);
+    thread_.join();
+    EXPECT_THAT(Log(), testing::Contains("told to quit by signal: Terminated"));
+}
+
+TEST_F(ServiceTest, HangUpWithoutAConfigurationEndsNothing) {
+    Start();
+    ExpectThatItServes();
+    kill(getpid(), SIGHUP);
+    parts_.AwaitLog("there is no configuration file to read again");
+    ExpectThatItServes();
+}
+
 TEST_F(ServiceTest, FailureOfTheDatabaseEndsNothing) {
     Start();
     Subscribe(subscribers::Subscription::storage, 100);
@@ -219,9 +254,12 @@ TEST_F(RecordingServiceTest, SubscribersAreNotifiedOfStartAndStop) {
     auto const chain = parts_.Store().Chain(2, true);
     ASSERT_EQ(chain.size(), 1U);
     EXPECT_TRUE(chain[0].finished);
+    while (Status().streams[0].state != status::StreamStatus::State::ended) {
+        std::this_thread::yield(); // the test's time limit ends this
+    }
     Send(api::infoRequest);
-    parts_.AwaitLog("1 recordings, 2 subscriptions");
-    parts_.AwaitLog("stream 2: source standard input, state ");
+    parts_.AwaitLog("0 recordings, 2 subscriptions");
+    parts_.AwaitLog("stream 2: source standard input, state ended, ");
 }
 
 TEST_F(RecordingServiceTest, SubscriberWithoutRoomIsNotifiedWhenItReads) {

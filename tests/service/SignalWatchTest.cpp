@@ -25,7 +25,7 @@ TEST(SignalWatchTest, SignalsAreTakenInsteadOfEndingTheProcess) {
     SignalWatch signals;
     EXPECT_FALSE(IsReadable(signals));
     EXPECT_FALSE(signals.Take());
-    for (int const signal : {SIGTERM, SIGINT}) {
+    for (int const signal : {SIGTERM, SIGINT, SIGHUP}) {
         raise(signal);
         EXPECT_TRUE(IsReadable(signals));
         EXPECT_EQ(signals.Take(), signal);
@@ -38,10 +38,12 @@ TEST(SignalWatchTest, FormerMaskHoldsAgainAfterwards) {
         SignalWatch const signals;
         EXPECT_TRUE(IsBlocked(SIGINT));
         EXPECT_TRUE(IsBlocked(SIGTERM));
-        EXPECT_FALSE(IsBlocked(SIGHUP));
+        EXPECT_TRUE(IsBlocked(SIGHUP));
+        EXPECT_FALSE(IsBlocked(SIGUSR1));
     }
     EXPECT_FALSE(IsBlocked(SIGINT));
     EXPECT_FALSE(IsBlocked(SIGTERM));
+    EXPECT_FALSE(IsBlocked(SIGHUP));
 }
 
 } // namespace

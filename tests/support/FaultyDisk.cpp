@@ -1,8 +1,10 @@
-// Loaded before the C library: input and output of some files fail with EIO on command.
+// Loaded before the C library: input and output of some files fail with EIO, or take long, on
+// command.
 //
 // STREAMMGR_FAULTY_FILES is the beginning of the paths of these files. STREAMMGR_FAULTS is a file
-// of one byte, which says what fails at the moment: the sum of 1 for reading, 2 for writing and 4
-// for flushing. With STREAMMGR_FAULTY_BYTES=FROM-TO only these bytes of the files cannot be read,
+// of one byte, which says what fails at the moment: the sum of 1 for reading, 2 for writing, 4 for
+// flushing, 8 for a flush that takes a tenth of a second, and 16 for one that hangs until the byte
+// changes. With STREAMMGR_FAULTY_BYTES=FROM-TO only these bytes of the files cannot be read,
 // the last one not included.
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -21,6 +23,8 @@ namespace {
 constexpr unsigned char reading = 1;
 constexpr unsigned char writing = 2;
 constexpr unsigned char flushing = 4;
+constexpr unsigned char slowFlush = 8;
+constexpr unsigned char hangingFlush = 16;
 
 unsigned char const* MapFaults() {
     char const* const path = std::getenv("STREAMMGR_FAULTS");
@@ -72,6 +76,24 @@ bool Fails(unsigned char fault, int file) {
     return true;
 }
 
+// Before a flush.
+void TakeTime() {
+    constexpr useconds_t slowUs = 100000;
+    constexpr useconds_t stepUs = 5000;
+    if (Has(slowFlush)) {
+        usleep(slowUs);
+    }
+    while (Has(hangingFlush)) {
+        usleep(stepUs);
+    }
+}
+
+void TakeTime(int file) {
+    if ((Has(slowFlush) || Has(hangingFlush)) && IsFaulty(file)) {
+        TakeTime();
+    }
+}
+
 // Reads what is before the faulty bytes, as a disk does.
 template <typename Read>
 ssize_t ReadSound(Read* original, int file, void* bytes, size_t size, off64_t offset) {
@@ -120,17 +142,20 @@ ssize_t pwrite64(int file, void const* bytes, size_t size, off64_t offset) {
 
 int fsync(int file) {
     static auto* const original = Original<decltype(fsync)>("fsync");
+    TakeTime(file);
     return Fails(flushing, file) ? -1 : original(file);
 }
 
 int fdatasync(int file) {
     static auto* const original = Original<decltype(fdatasync)>("fdatasync");
+    TakeTime(file);
     return Fails(flushing, file) ? -1 : original(file);
 }
 
 // The path of a mapping is not known: the pool's table is the only one that is flushed.
 int msync(void* memory, size_t size, int flags) {
     static auto* const original = Original<decltype(msync)>("msync");
+    TakeTime();
     if (Has(flushing)) {
         errno = EIO;
         return -1;

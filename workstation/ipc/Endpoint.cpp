@@ -21,6 +21,9 @@
 namespace workstation::ipc {
 namespace {
 
+// How many datagrams are dropped before Receive returns.
+constexpr int maxDropped = 32;
+
 // A datagram, with its sender as the kernel reports it.
 struct RawDatagram {
     std::span<unsigned char const> bytes;
@@ -97,6 +100,12 @@ std::optional<Letter> Decode(RawDatagram const& datagram) {
                   std::vector<char>(payload.begin(), payload.end())};
 }
 
+std::string WhyDropped(RawDatagram const& datagram) {
+    bool const isForeign = datagram.credentials && !IsOwner(*datagram.credentials);
+    return isForeign ? "a message from " + UserName(datagram.credentials->uid) + " is dropped"
+                     : "a datagram that is no message is dropped";
+}
+
 // Limits the time of the next blocking send. 0 would be no limit.
 void LimitSending(int socket, int timeoutMs) {
     auto const [seconds, milliseconds] = std::div(timeoutMs, 1000);
@@ -145,7 +154,7 @@ Endpoint::Endpoint(SocketDirectory directory, FileDescriptor socket, SocketFile 
     , buffer_(maxDatagramSize) {}
 
 std::optional<Letter> Endpoint::Receive() {
-    for (;;) {
+    for (int dropped = 0; dropped < maxDropped;) {
         auto const datagram = ReadDatagram(Descriptor(), buffer_);
         if (!datagram && errno != EINTR) {
             return std::nullopt;
@@ -154,8 +163,11 @@ std::optional<Letter> Endpoint::Receive() {
             if (auto letter = Decode(*datagram)) {
                 return letter;
             }
+            reportDropped_(WhyDropped(*datagram));
+            ++dropped;
         }
     }
+    return std::nullopt;
 }
 
 bool Endpoint::Wait(int timeoutMs) const {

@@ -4,9 +4,11 @@
 #include <sys/socket.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "FileDescriptor.h"
@@ -39,8 +41,14 @@ public:
     int Descriptor() const { return socket_.Get(); }
 
     // The next message that has arrived; empty when there is none. Never blocks. Drops datagrams
-    // that are not messages, and those of processes of other users.
+    // that are not messages, and those of processes of other users; after a number of them it
+    // returns empty too, so that a flood of them does not keep the caller.
     std::optional<Letter> Receive();
+
+    // From now on `report` is called with the reason, a line, for each datagram that is dropped.
+    void ReportDropped(std::function<void(std::string const& reason)> report) {
+        reportDropped_ = std::move(report);
+    }
 
     // Waits until Receive may have something; -1 waits without limit. False when the time is over.
     bool Wait(int timeoutMs) const;
@@ -68,6 +76,7 @@ private:
     SocketFile file_;
     mutable SendingSocket sending_;     // takes the place of socket_ when its send buffer is full
     std::vector<unsigned char> buffer_; // one datagram
+    std::function<void(std::string const&)> reportDropped_ = [](std::string const&) {};
 };
 
 } // namespace workstation::ipc

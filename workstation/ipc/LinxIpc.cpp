@@ -20,7 +20,7 @@ using workstation::ipc::CurrentDecodeRange;
 using workstation::ipc::DecodeRange;
 using workstation::ipc::Letter;
 using workstation::ipc::RequestEndpoint;
-using workstation::log::LogNotification;
+using workstation::log::LogError;
 
 namespace {
 
@@ -83,7 +83,7 @@ int LinxIpc::Init() {
         impl_->endpoint.emplace(impl_->name);
         return 0;
     } catch (Failure const& failure) {
-        LogNotification("endpoint " + impl_->name + ": " + failure.what());
+        LogError("endpoint " + impl_->name + ": " + failure.what());
         return ENOTCONN;
     }
 }
@@ -104,7 +104,7 @@ int LinxIpc::Request(std::string const& server, IpcMessage& message, unsigned in
         return 0;
     } catch (Failure const& failure) {
         if (failure.Error() == EACCES) {
-            LogNotification(failure.what()); // errno alone does not say whose the service is
+            LogError(failure.what()); // errno alone does not say whose the service is
         }
         return failure.Error();
     }

@@ -53,7 +53,7 @@ void SendToSyslog(LogEntry const& entry) {
     static std::mutex mutex;
     std::lock_guard const lock(mutex);
     openlog(entry.processName.c_str(), 0, LOG_USER);
-    syslog(SyslogPriority(entry.level), "%s", OnOneLine(entry.text).c_str());
+    syslog(entry.priority, "%s", OnOneLine(entry.text).c_str());
     closelog();
 }
 
@@ -64,11 +64,7 @@ std::string FormatLogLine(LogEntry const& entry, timeval const& time) {
 }
 
 int SyslogPriority(int level) {
-    auto const bits = static_cast<unsigned int>(level);
-    if ((bits & errorsAndNotifications) != 0) {
-        return LOG_ERR;
-    }
-    return (bits & notes) != 0 ? LOG_NOTICE : LOG_INFO;
+    return (static_cast<unsigned int>(level) & errorsAndNotifications) != 0 ? LOG_NOTICE : LOG_INFO;
 }
 
 void WriteLogEntry(LogEntry const& entry) {

@@ -8,7 +8,7 @@
 namespace workstation::log {
 
 struct LogEntry {
-    int level; // bits of LogLevels.h
+    int priority; // of syslog(3); a log file does not show it
     std::string processName;
     std::string text;
 };
@@ -18,7 +18,8 @@ struct LogEntry {
 // replaced by blanks, so that an entry stays on one line.
 std::string FormatLogLine(LogEntry const& entry, timeval const& time);
 
-// The syslog(3) priority of a level.
+// The syslog(3) priority of an entry of which only the level is known. Level 1 does not distinguish
+// errors from notifications.
 int SyslogPriority(int level);
 
 // Appends the entry to the file STREAMMGR_LOG in one write, or sends it to syslog(3) when that

@@ -11,8 +11,9 @@ SysLogMsg::~SysLogMsg() {
     if (level_ == 0) {
         return;
     }
+    using namespace workstation::log;
     try {
-        workstation::log::WriteLogEntry({level_, processName_, text_.str()});
+        WriteLogEntry({SyslogPriority(level_), processName_, text_.str()});
     } catch (...) {
     }
 }

@@ -41,7 +41,7 @@ namespace {
 
 using workstation::AtSeam;
 using workstation::Failure;
-using workstation::log::LogNotification;
+using workstation::log::LogError;
 using workstation::pool::EntryWord;
 using workstation::pool::PoolImage;
 using workstation::pool::PoolName;
@@ -74,7 +74,7 @@ public:
             [&] { return std::unique_ptr<OpenFile>(new OpenFile(open())); },
             [](Failure const& failure) {
                 if (failure.Error() == EUCLEAN) {
-                    LogNotification(failure.what()); // errno alone does not say what is damaged
+                    LogError(failure.what()); // errno alone does not say what is damaged
                 }
             });
     }
@@ -120,7 +120,7 @@ bool StreamFileAccess::InitializeFileAccess(bool atomicRead, bool registerProces
             SeamSession().Load(registerProcess);
             return true;
         },
-        [](Failure const& failure) { LogNotification(failure.what()); });
+        [](Failure const& failure) { LogError(failure.what()); });
 }
 
 void StreamFileAccess::Unload() {

@@ -21,7 +21,7 @@ Failure Invalid(std::string const& text) {
 std::string Shown(std::string const& text) {
     std::size_t const command = text.find(recording::execPrefix);
     return command == std::string::npos
-               ? text
+               ? recording::WithoutAddress(text)
                : text.substr(0, command) + recording::SourceName(text.substr(command));
 }
 

@@ -2,12 +2,15 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "ipc/Endpoint.h"
+#include "log/PlatformLog.h"
 #include "pool/PoolSession.h"
 #include "service/ServiceOptions.h"
 #include "service/SignalWatch.h"
@@ -22,27 +25,42 @@
 #include "service/subscribers/StorageFigures.h"
 #include "service/subscribers/StorageNotifier.h"
 #include "service/subscribers/Subscribers.h"
+#include "service/supervision/Supervisor.h"
 #include "status/ServiceStatus.h"
 
 namespace workstation::service {
 
+// Reads the options from the configuration file again. Null when there is no such file. Throws a
+// Failure that says what is wrong with it.
+using ReadOptionsAgain = std::function<std::optional<ServiceOptions>()>;
+
 // Runs the service until a request or a signal makes it quit. Returns the exit status: 0, or 1
 // after one line on standard error when it could not start.
-int RunService(ServiceOptions const& options);
+int RunService(ServiceOptions const& options, ReadOptionsAgain readAgain);
 
 // One thread serves requests and notifies subscribers. Each recording has a thread of its own.
 class Service {
 public:
     // What is passed by reference outlives the service. Where no pool image is loaded, nothing is
     // recorded. Throws a Failure.
-    Service(SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession& session,
-            store::EventStore& store);
+    Service(
+        SignalWatch& signals, ipc::Endpoint endpoint, pool::PoolSession& session,
+        store::EventStore& store, ReadOptionsAgain readAgain = [] { return std::nullopt; });
 
     Service(Service const&) = delete;
     Service& operator=(Service const&) = delete;
 
-    // Begins to record. Without a pool image it logs that it does not.
-    void Record(ServiceOptions const& options);
+    // Counts of recordings.
+    struct Changes {
+        std::size_t ended = 0;
+        std::size_t begun = 0;
+        std::size_t kept = 0;
+    };
+
+    // Records this and nothing else: ends the recordings that are not among `options`, and begins
+    // those that are new. What is recorded already goes on untouched. Without a pool image it logs
+    // that nothing is recorded.
+    Changes Record(ServiceOptions const& options);
 
     // Serves until it is to quit, then ends the recordings. Throws a Failure.
     void Run();
@@ -57,11 +75,14 @@ private:
 
         Ring(pool::PoolSession& session, store::EventStore& store)
             : flusher(session.Pool())
-            , files(session, store, flusher) {}
+            , files(session, store, flusher) {
+            flusher.Start();
+        }
     };
 
     // One recording with everything that it needs.
     struct Recorder {
+        recording::RecordingSettings const settings;
         recording::StopEvent stop;
         recording::SystemRecordingClock clock{stop};
         recording::RecordingStatus status;
@@ -69,10 +90,14 @@ private:
         ring::DatabaseTickSource ticks;
         recording::RecordingThread thread;
 
-        Recorder(Service& service, Ring& ring, recording::RecordingSettings const& settings);
+        Recorder(Service& service, Ring& ring, recording::RecordingSettings wanted);
     };
 
     int WaitMs() const;
+    bool IsRecorded(recording::RecordingSettings const& settings) const;
+    template <typename Predicate>
+    std::size_t EndRecordings(Predicate isToEnd);
+    void ReadConfigurationAgain();
     void HandleSignal();
     void HandleRequests();
     void HandleStartsAndStops();
@@ -80,7 +105,10 @@ private:
     void Reap();
     std::vector<std::string> Describe() const;
     std::string DescribePool() const;
+    std::vector<status::StreamStatus> StreamStatuses() const;
     status::ServiceStatus Status() const;
+    std::string StatusLine() const;
+    std::vector<supervision::WatchedThread> Threads() const;
     std::string ProblemOfThePool() const;
     subscribers::StorageFigures Storage() const;
 
@@ -93,6 +121,10 @@ private:
     subscribers::Subscribers subscribers_{endpoint_};
     subscribers::StorageNotifier storageNotifier_{subscribers_, [this] { return Storage(); }};
     requests::RequestRouter router_;
+    ReadOptionsAgain readAgain_;
+    supervision::Supervisor supervisor_{supervision::ServiceManager(), [this] { return Threads(); },
+                                        [this] { return StatusLine(); }};
+    log::HeldBackRepeats heldBack_;
     std::vector<std::unique_ptr<Recorder>> recorders_;
     Clock::time_point const started_ = Clock::now();
     bool isMissingPool_ = false; // there is something to record, and no pool image

@@ -1,4 +1,4 @@
-// The signals that end the service, as a descriptor that poll(2) can wait for.
+// The signals for the service, as a descriptor that poll(2) can wait for.
 #include "service/SignalWatch.h"
 
 #include <pthread.h>
@@ -13,6 +13,7 @@ SignalWatch::SignalWatch() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGHUP);
     pthread_sigmask(SIG_BLOCK, &signals, &former_);
     descriptor_.Reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!descriptor_) {

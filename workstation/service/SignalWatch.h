@@ -1,4 +1,4 @@
-// The signals that end the service, as a descriptor that poll(2) can wait for.
+// The signals for the service, as a descriptor that poll(2) can wait for.
 #pragma once
 
 #include <csignal>
@@ -8,8 +8,8 @@
 
 namespace workstation::service {
 
-// While the object lives, SIGINT and SIGTERM are blocked and stay pending until they are taken.
-// Make it before any thread is started: threads inherit the signal mask.
+// While the object lives, SIGINT, SIGTERM and SIGHUP are blocked and stay pending until they are
+// taken. Make it before any thread is started: threads inherit the signal mask.
 class SignalWatch {
 public:
     // Throws a Failure.

@@ -20,6 +20,10 @@ StartStopQueue::StartStopQueue()
 void StartStopQueue::Post(StartOrStop startOrStop) {
     std::lock_guard const lock(mutex_);
     posted_.push_back(std::move(startOrStop));
+    Wake();
+}
+
+void StartStopQueue::Wake() {
     eventfd_write(event_.Get(), 1);
 }
 

@@ -29,6 +29,9 @@ public:
 
     void Post(StartOrStop startOrStop);
 
+    // Makes the descriptor readable until Take is called: something else has changed.
+    void Wake();
+
     // For poll(2): readable while the queue is not empty.
     int Descriptor() const { return event_.Get(); }
 

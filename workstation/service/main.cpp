@@ -9,5 +9,6 @@ int main(int argc, char** argv) {
     if (int const* const status = std::get_if<int>(&parsed)) {
         return *status;
     }
-    return RunService(std::get<ServiceOptions>(parsed));
+    return RunService(std::get<ServiceOptions>(parsed),
+                      [argc, argv] { return ParseServiceOptionsAgain(argc, argv); });
 }

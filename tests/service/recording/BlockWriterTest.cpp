@@ -25,7 +25,7 @@ protected:
     FakeClock clock_;
     FakeTicks ticks_{1};
     FakeTarget target_{stop_};
-    BlockWriter writer_{target_, TickStamper(ticks_), clock_, stop_};
+    BlockWriter writer_{target_, TickStamper(ticks_), clock_};
 };
 
 TEST_F(BlockWriterTest, FullBlockIsWrittenAtOnce) {
@@ -49,13 +49,13 @@ TEST_F(BlockWriterTest, PacketsAreDueATenthOfASecondAfterTheFirst) {
     EXPECT_FALSE(writer_.Due());
 }
 
-TEST_F(BlockWriterTest, NothingIsTakenOnceTheRecordingIsToStop) {
+TEST_F(BlockWriterTest, WhatComesBeforeTheEndIsWrittenThoughTheRecordingIsToStop) {
     Add(1);
     stop_.Set();
     Add(1);
     writer_.Complete();
     writer_.End();
-    EXPECT_THAT(target_.Writes(), ElementsAre(2 * tsPacketSize));
+    EXPECT_THAT(target_.Writes(), ElementsAre(3 * tsPacketSize));
     EXPECT_EQ(target_.Calls(), "begin write end");
     EXPECT_EQ(ticks_.Next(), 2U);
 }

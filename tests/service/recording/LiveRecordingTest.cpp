@@ -34,7 +34,11 @@ protected:
     void Record() {
         Recording(
             {2, "/dev/camera"}, target_, ticks_, clock_,
-            [this](std::string const& text) { lines_.push_back(text); }, stop_, status_)
+            [this](std::string const& text, workstation::log::Severity severity) {
+                lines_.push_back(text);
+                severities_.push_back(severity);
+            },
+            stop_, status_)
             .Run(source_);
     }
     // The ticks are numbered without a gap, and their times never go back.
@@ -60,6 +64,7 @@ protected:
     FakeTarget target_{stop_};
     ScriptedSource source_{clock_, stop_};
     Lines lines_;
+    std::vector<workstation::log::Severity> severities_; // of the lines
 };
 
 TEST_F(LiveRecordingTest, SourceThatEndsGoesOnInTheSameRecording) {
@@ -193,6 +198,15 @@ TEST_F(LiveRecordingTest, FailedWriteEndsTheRecording) {
     source_.Ends(TimedPackets(2000)).Ends(TimedPackets(2000));
     Record();
     EXPECT_EQ(lines_, Lines({"stream 2: recording failed: the disk is gone"}));
+}
+
+TEST_F(LiveRecordingTest, SourceThatGoesIsAWarningAndItsReturnIsNone) {
+    using workstation::log::Severity;
+    source_.Prints({"last words"});
+    source_.Ends(TimedPackets(10)).Ends(TimedPackets(10));
+    Record();
+    EXPECT_EQ(severities_, (std::vector{Severity::warning, Severity::warning, Severity::notice,
+                                        Severity::warning, Severity::warning}));
 }
 
 } // namespace

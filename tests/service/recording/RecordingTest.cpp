@@ -43,7 +43,8 @@ protected:
         settings.stream = 2;
         Recording(
             settings, target_, ticks_, clock_,
-            [this](std::string const& text) { lines_.push_back(text); }, stop_, status_)
+            [this](std::string const& text, workstation::log::Severity) { lines_.push_back(text); },
+            stop_, status_)
             .Run();
     }
     void RecordFast(std::string const& source) { Record({2, source, true}); }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <array>
 #include <atomic>
 #include <thread>
 
@@ -16,8 +17,8 @@ using namespace std::chrono_literals;
 using workstation::service::recording::StopEvent;
 
 bool IsReadable(StopEvent const& stop) {
-    pollfd event{stop.Descriptor(), POLLIN, 0};
-    return poll(&event, 1, 0) == 1;
+    std::array<pollfd, 1> watched{};
+    return stop.Poll(watched, 0) && watched[0].revents == POLLIN;
 }
 
 TEST(StopEvent, IsSetForGood) {
@@ -56,6 +57,51 @@ TEST(StopEvent, SignalsDoNotEndAWait) {
         stop.Set();
     }
     EXPECT_TRUE(isSet);
+}
+
+TEST(StopEvent, IsWaitedForTogetherWithOthers) {
+    StopEvent stop;
+    Event const event;
+    std::array<pollfd, 2> watched{{{}, {event.SignalDescriptor(), POLLOUT, 0}}};
+    EXPECT_TRUE(stop.Poll(watched, -1));
+    EXPECT_EQ(watched[0].revents, 0);
+    EXPECT_EQ(watched[1].revents, POLLOUT);
+    stop.Set();
+    watched[1].events = 0;
+    EXPECT_TRUE(stop.Poll(watched, -1));
+    EXPECT_EQ(watched[0].revents, POLLIN);
+}
+
+// --- whether the thread is stuck -----------------------------------------------------------------
+
+using Heartbeat = workstation::service::supervision::Heartbeat;
+
+bool IsStuckIn(StopEvent const& stop, std::chrono::seconds time) {
+    return stop.ThreadsHeartbeat().IsStuck(Heartbeat::Clock::now() + time, 5s);
+}
+
+TEST(StopEvent, ThreadThatHasNotLookedAtItForLongIsStuck) {
+    StopEvent const stop;
+    EXPECT_FALSE(IsStuckIn(stop, 1h)) << "there is no thread yet";
+    EXPECT_FALSE(stop.IsSet());
+    EXPECT_FALSE(IsStuckIn(stop, 1s));
+    EXPECT_TRUE(IsStuckIn(stop, 6s));
+    EXPECT_FALSE(stop.IsSet());
+    EXPECT_FALSE(IsStuckIn(stop, 1s));
+    stop.ThreadEnds();
+    EXPECT_FALSE(IsStuckIn(stop, 1h));
+}
+
+TEST(StopEvent, ThreadThatWaitsForItIsNotStuckUntilTheWaitIsOver) {
+    StopEvent stop;
+    std::jthread const waiting([&] { stop.WaitFor(60s); });
+    auto const isWaiting = [&] { return IsStuckIn(stop, 1h) && !IsStuckIn(stop, 50s); };
+    while (!isWaiting()) { // a state of the thread, for which there is no event
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(IsStuckIn(stop, 60s));
+    EXPECT_TRUE(IsStuckIn(stop, 70s));
+    stop.Set();
 }
 
 } // namespace

@@ -21,7 +21,8 @@ protected:
     RecordingClock::Time now_;
     SyncCounts counts_;
     Lines lines_;
-    SyncReport report_{[this](std::string const& text) { lines_.push_back(text); }};
+    SyncReport report_{
+        [this](std::string const& text, workstation::log::Severity) { lines_.push_back(text); }};
 };
 
 TEST_F(SyncReportTest, GoodStreamIsNotWorthALine) {
@@ -64,6 +65,26 @@ TEST_F(SyncReportTest, ManyLossesAreOneLineInTenSeconds) {
     report_.Finish(counts_);
     EXPECT_EQ(lines_.back(), "lost sync 4 times, 40 bytes dropped");
     EXPECT_EQ(lines_.size(), 4U);
+}
+
+// Such as datagrams of something else on the same port.
+TEST_F(SyncReportTest, NoiseIsOneLineAMinute) {
+    Update(0, 0, true);
+    for (std::uint64_t second = 0; second < 150; ++second) {
+        Update(0, second * 10, true);
+        now_ += std::chrono::seconds(1);
+    }
+    EXPECT_EQ(lines_, Lines({"610 bytes of noise in a minute, dropped",
+                             "610 bytes of noise in a minute, dropped"}));
+}
+
+TEST_F(SyncReportTest, NoiseThatALineAboutALossCountsIsNotCountedAgain) {
+    Update(0, 0, true);
+    Update(0, 10, true);
+    Update(1, 30, true);
+    now_ += std::chrono::minutes(2);
+    Update(1, 30, true);
+    EXPECT_EQ(lines_, Lines({"lost sync and found it again, 30 bytes dropped"}));
 }
 
 } // namespace

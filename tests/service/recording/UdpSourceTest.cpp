@@ -244,4 +244,20 @@ TEST_F(UdpSourceTest, GroupMayBeHeardTwice) {
     EXPECT_EQ(Read(second, 7 * ts::tsPacketSize), NumberedPackets(0, 7));
 }
 
+// The packets that wait for their turn, and those for which there was no room yet.
+TEST_F(LocalUdpSource, WhatWasReceivedIsDeliveredThoughItIsToStop) {
+    for (unsigned int const number : {0U, 1U, 3U}) {
+        sender_.Send(RtpDatagram(static_cast<std::uint16_t>(number), NumberedPackets(number, 1)));
+    }
+    Bytes room(ts::tsPacketSize);
+    EXPECT_EQ(source_.Read(room, endless).size, ts::tsPacketSize);
+    EXPECT_EQ(room, NumberedPackets(0, 1));
+    stop_.Set();
+    EXPECT_EQ(source_.Read(room, endless).size, ts::tsPacketSize);
+    EXPECT_EQ(room, NumberedPackets(1, 1));
+    EXPECT_EQ(source_.Read(room, endless).size, ts::tsPacketSize);
+    EXPECT_EQ(room, NumberedPackets(3, 1));
+    EXPECT_EQ(source_.Read(room, endless).outcome, Outcome::stopped);
+}
+
 } // namespace

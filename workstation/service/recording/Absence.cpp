@@ -10,26 +10,26 @@ void Absence::HasPackets(Time now) {
     wait_ = shortestWait;
     if (isGone_) {
         isGone_ = false;
-        report_(name_ + " is back");
+        report_(name_ + " is back", log::Severity::notice);
     }
 }
 
 std::chrono::seconds Absence::Gone(std::string const& reason, Words const& lastWords) {
-    Report(reason, lastWords);
+    ReportOnce(reason, lastWords);
     return std::exchange(wait_, std::min(2 * wait_, longestWait));
 }
 
 void Absence::Silent(Words const& lastWords) {
-    Report("no packet for " + std::to_string(longestSilence.count()) + " s", lastWords);
+    ReportOnce("no packet for " + std::to_string(longestSilence.count()) + " s", lastWords);
 }
 
-void Absence::Report(std::string const& reason, Words const& lastWords) {
+void Absence::ReportOnce(std::string const& reason, Words const& lastWords) {
     if (!isGone_) {
         isGone_ = true;
         for (std::string const& words : lastWords) {
-            report_(name_ + ": " + words);
+            report_(name_ + ": " + words, log::Severity::warning);
         }
-        report_(name_ + " is gone: " + reason + "; trying again");
+        report_(name_ + " is gone: " + reason + "; trying again", log::Severity::warning);
     }
 }
 

@@ -1,12 +1,12 @@
 // When a live source is gone, when it is begun again, and what is reported about it.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "service/recording/RecordingClock.h"
+#include "service/recording/Report.h"
 
 namespace workstation::service::recording {
 
@@ -21,7 +21,7 @@ public:
     static constexpr std::chrono::seconds longestSilence{10};
 
     // `name` is how the lines name the source.
-    Absence(std::string name, std::function<void(std::string const&)> report)
+    Absence(std::string name, Report report)
         : name_(std::move(name))
         , report_(std::move(report)) {}
 
@@ -45,10 +45,10 @@ private:
     static constexpr std::chrono::seconds shortestWait{1};
     static constexpr std::chrono::seconds longestWait{8};
 
-    void Report(std::string const& reason, Words const& lastWords);
+    void ReportOnce(std::string const& reason, Words const& lastWords);
 
     std::string name_;
-    std::function<void(std::string const&)> report_;
+    Report report_;
     Time lastSign_;
     std::chrono::seconds wait_ = shortestWait; // before the source is begun the next time
     bool isGone_ = false;

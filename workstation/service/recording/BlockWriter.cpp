@@ -10,20 +10,15 @@ constexpr std::chrono::milliseconds longestWait(100);
 
 } // namespace
 
-BlockWriter::BlockWriter(RecordingTarget& target, TickStamper const& stamper, RecordingClock& clock,
-                         StopEvent const& stop)
+BlockWriter::BlockWriter(RecordingTarget& target, TickStamper const& stamper, RecordingClock& clock)
     : target_(target)
     , stamper_(stamper)
-    , clock_(clock)
-    , stop_(stop) {}
+    , clock_(clock) {}
 
 void BlockWriter::Add(std::span<unsigned char const> packets) {
     if (!hasBegun_) {
         target_.Begin();
         hasBegun_ = true;
-    }
-    if (stop_.IsSet()) {
-        return;
     }
     stamper_.Pass(packets, clock_.Now(), clock_.WallNow(), block_);
     auto const now = clock_.Now(); // numbering ticks may have taken time

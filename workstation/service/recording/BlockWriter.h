@@ -16,8 +16,7 @@ class BlockWriter {
 public:
     using Time = RecordingClock::Time;
 
-    BlockWriter(RecordingTarget& target, TickStamper const& stamper, RecordingClock& clock,
-                StopEvent const& stop);
+    BlockWriter(RecordingTarget& target, TickStamper const& stamper, RecordingClock& clock);
 
     // Takes the next packets, and writes a block when one is due. The first call begins the
     // recording.
@@ -45,7 +44,6 @@ private:
     RecordingTarget& target_;
     TickStamper stamper_;
     RecordingClock& clock_;
-    StopEvent const& stop_;
     bool hasBegun_ = false;
     TickedBlock block_;
     std::optional<Time> due_;

@@ -10,6 +10,8 @@
 #include <array>
 #include <csignal>
 #include <filesystem>
+#include <string_view>
+#include <vector>
 
 #include "Deadline.h"
 #include "service/recording/SourceFailure.h"
@@ -46,6 +48,23 @@ FileDescriptor NotBlocking(FileDescriptor descriptor) {
     return descriptor;
 }
 
+// The environment of a command. What the service manager has passed to the service is for the
+// service only: a command that used it would speak for the service.
+std::vector<char*> CommandsEnvironment() {
+    std::vector<char*> variables;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        std::string_view const text(*variable);
+        bool const isForService = text.starts_with("NOTIFY_SOCKET=") ||
+                                  text.starts_with("WATCHDOG_PID=") ||
+                                  text.starts_with("WATCHDOG_USEC=");
+        if (!isForService) {
+            variables.push_back(*variable);
+        }
+    }
+    variables.push_back(nullptr);
+    return variables;
+}
+
 // Starts a program with these standard descriptors, in a session of its own, with no signal blocked
 // or ignored. Its process.
 pid_t Spawn(std::string const& program, std::string command, Pipe const& life, Pipe const& output,
@@ -69,8 +88,8 @@ pid_t Spawn(std::string const& program, std::string command, Pipe const& life, P
     std::string name = "StreamMgrExec";
     std::array<char*, 3> arguments{name.data(), command.data(), nullptr};
     pid_t pid = -1;
-    int const error =
-        posix_spawn(&pid, program.c_str(), &files, &attributes, arguments.data(), environ);
+    int const error = posix_spawn(&pid, program.c_str(), &files, &attributes, arguments.data(),
+                                  CommandsEnvironment().data());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
     if (error != 0) {

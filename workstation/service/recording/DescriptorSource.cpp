@@ -1,7 +1,6 @@
 // A source that is an open descriptor.
 #include "service/recording/DescriptorSource.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -16,16 +15,12 @@ Source::Result DescriptorSource::Read(std::span<unsigned char> room, int timeout
     Deadline const deadline(timeoutMs);
     while (true) {
         // First wait: reading a pipe that no process has opened for writing yet reports its end.
-        std::array<pollfd, 2> watched{
-            {{stop_.Descriptor(), POLLIN, 0}, {descriptor_.Get(), POLLIN, 0}}};
-        int const ready = poll(watched.data(), watched.size(), deadline.RemainingMs());
-        if (ready == -1 && errno != EINTR) {
-            throw FailureOfErrno();
-        }
-        if (ready > 0 && watched[0].revents != 0) {
+        std::array<pollfd, 2> watched{{{}, {descriptor_.Get(), POLLIN, 0}}};
+        bool const isReady = stop_.Poll(watched, deadline.RemainingMs());
+        if (isReady && watched[0].revents != 0) {
             return {Outcome::stopped};
         }
-        if (ready > 0) {
+        if (isReady) {
             ssize_t const size = read(descriptor_.Get(), room.data(), room.size());
             if (size > 0) {
                 return {Outcome::bytes, static_cast<std::size_t>(size)};

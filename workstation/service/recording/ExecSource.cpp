@@ -1,7 +1,6 @@
 // A command that writes a transport stream to its standard output, as the source of a recording.
 #include "service/recording/ExecSource.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -29,20 +28,16 @@ Source::Result ExecSource::Read(std::span<unsigned char> room, int timeoutMs) {
     Deadline const deadline(timeoutMs);
     while (true) {
         int const errors = hasErrors_ ? command_->Errors().Get() : -1;
-        std::array<pollfd, 3> watched{{{stop_.Descriptor(), POLLIN, 0},
-                                       {command_->Output().Get(), POLLIN, 0},
-                                       {errors, POLLIN, 0}}};
-        int const ready = poll(watched.data(), watched.size(), deadline.RemainingMs());
-        if (ready == -1 && errno != EINTR) {
-            throw FailureOfErrno();
-        }
-        if (ready > 0 && watched[0].revents != 0) {
+        std::array<pollfd, 3> watched{
+            {{}, {command_->Output().Get(), POLLIN, 0}, {errors, POLLIN, 0}}};
+        bool const isReady = stop_.Poll(watched, deadline.RemainingMs());
+        if (isReady && watched[0].revents != 0) {
             return {Outcome::stopped};
         }
-        if (ready > 0 && watched[2].revents != 0) {
+        if (isReady && watched[2].revents != 0) {
             hasErrors_ = HearErrors() != 0;
         }
-        if (ready > 0 && watched[1].revents != 0) {
+        if (isReady && watched[1].revents != 0) {
             ssize_t const size = read(command_->Output().Get(), room.data(), room.size());
             if (size > 0) {
                 return {Outcome::bytes, static_cast<std::size_t>(size)};

@@ -25,10 +25,12 @@ Recording::Recording(RecordingSettings settings, RecordingTarget& target, TickSo
     , sourceName_(SourceName(settings_.source))
     , clock_(clock)
     , report_([prefix = "stream " + std::to_string(settings_.stream) + ": ",
-               report = std::move(report)](std::string const& text) { report(prefix + text); })
+               report = std::move(report)](std::string const& text, log::Severity severity) {
+        report(prefix + text, severity);
+    })
     , stop_(stop)
     , status_(status)
-    , writer_(target, TickStamper(ticks), clock, stop)
+    , writer_(target, TickStamper(ticks), clock)
     , syncReport_(report_)
     , absence_(sourceName_, report_) {}
 
@@ -44,7 +46,7 @@ void Recording::Attempt(std::string const& what, Operation operation) {
 
 // Reports what has ended the recording.
 void Recording::Fail(std::string const& problem) {
-    report_(problem);
+    report_(problem, log::Severity::error);
     status_.HasProblem(problem);
 }
 
@@ -165,6 +167,7 @@ std::optional<Recording::Ending> Recording::Read(Source& source, PacketAssembler
         assembler.End();
         return Ending{Ending::Cause::end, "it has ended"};
     case Source::Outcome::stopped:
+        assembler.End(); // the last packet is whole, if no more bytes are to come
         break;
     }
     return Ending{Ending::Cause::stop, ""};
@@ -181,22 +184,33 @@ bool Recording::IsSilent(Source const& source) const {
 
 void Recording::Take(Source const& source, PacketAssembler& assembler) {
     bool const isFile = source.GetKind() == Source::Kind::file;
-    TakePackets(assembler, isFile && !IsFast(source));
+    if (isFile) {
+        TakeOfFile(source, assembler);
+    } else {
+        TakeAll(assembler);
+    }
     WatchSync(source, assembler);
     bool const staysAway = source.GetKind() != Source::Kind::live;
-    if (staysAway && assembler.EndedInPacket() && !reportedEndInPacket_) {
+    if (staysAway && !stop_.IsSet() && assembler.EndedInPacket() && !reportedEndInPacket_) {
         reportedEndInPacket_ = true;
-        report_(sourceName_ + " stops in a packet");
+        report_(sourceName_ + " stops in a packet", log::Severity::warning);
     }
 }
 
-void Recording::TakePackets(PacketAssembler& assembler, bool isPaced) {
+// Also when the recording is to stop: what has been read from the source does not come again.
+void Recording::TakeAll(PacketAssembler& assembler) {
+    for (auto packets = assembler.Next(); !packets.empty(); packets = assembler.Next()) {
+        Write(packets);
+    }
+}
+
+void Recording::TakeOfFile(Source const& source, PacketAssembler& assembler) {
     for (auto packets = assembler.Next(); !packets.empty() && !stop_.IsSet();
          packets = assembler.Next()) {
-        if (isPaced) {
-            TakeInTime(packets);
-        } else {
+        if (IsFast(source)) {
             Write(packets);
+        } else {
+            TakeInTime(packets);
         }
     }
 }
@@ -257,7 +271,8 @@ void Recording::WatchSync(Source const& source, PacketAssembler const& assembler
         if (counts.packets == 0 && !reportedNoStream_) {
             reportedNoStream_ = true;
             report_("no transport stream in the first " + std::to_string(noStreamSize) +
-                    " bytes of " + sourceName_);
+                        " bytes of " + sourceName_,
+                    log::Severity::warning);
         }
         clock_.WaitUntil(clock_.Now() + noStreamPause);
     }
@@ -265,12 +280,13 @@ void Recording::WatchSync(Source const& source, PacketAssembler const& assembler
 
 void Recording::ReportEnd() {
     if (earlier_.packets == 0) {
-        report_(sourceName_ + " is no transport stream");
+        report_(sourceName_ + " is no transport stream", log::Severity::error);
         return;
     }
     syncReport_.Finish(earlier_);
     report_(sourceName_ + " has ended, " + std::to_string(earlier_.packets) +
-            " packets recorded, " + std::to_string(earlier_.droppedBytes) + " bytes dropped");
+                " packets recorded, " + std::to_string(earlier_.droppedBytes) + " bytes dropped",
+            log::Severity::notice);
 }
 
 } // namespace workstation::service::recording

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,6 +14,7 @@
 #include "service/recording/RecordingSettings.h"
 #include "service/recording/RecordingStatus.h"
 #include "service/recording/RecordingTarget.h"
+#include "service/recording/Report.h"
 #include "service/recording/Source.h"
 #include "service/recording/SyncReport.h"
 
@@ -23,10 +23,7 @@ namespace workstation::service::recording {
 // The way from the source to the target, in the thread that calls Run.
 class Recording {
 public:
-    using Report = std::function<void(std::string const& text)>;
-
-    // What is passed by reference outlives the recording. `report` gets what there is to know about
-    // the source, one line a call.
+    // What is passed by reference outlives the recording.
     Recording(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
               RecordingClock& clock, Report report, StopEvent const& stop, RecordingStatus& status);
 
@@ -56,7 +53,8 @@ private:
     bool IsFast(Source const& source) const;
     bool IsSilent(Source const& source) const;
     void Take(Source const& source, PacketAssembler& assembler);
-    void TakePackets(PacketAssembler& assembler, bool isPaced);
+    void TakeAll(PacketAssembler& assembler);
+    void TakeOfFile(Source const& source, PacketAssembler& assembler);
     void TakeInTime(std::span<unsigned char const> packets);
     void Write(std::span<unsigned char const> packets);
     void WaitUntil(RecordingClock::Time due);

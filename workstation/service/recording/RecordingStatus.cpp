@@ -10,7 +10,8 @@ namespace workstation::service::recording {
 
 using State = status::StreamStatus::State;
 
-RecordingStatus::RecordingStatus(RecordingSettings const& settings) {
+RecordingStatus::RecordingStatus(RecordingSettings const& settings, std::function<void()> changed)
+    : changed_(std::move(changed)) {
     status_.stream = static_cast<unsigned int>(settings.stream);
     status_.source = ShownSource(settings.source);
 }
@@ -26,14 +27,13 @@ void RecordingStatus::LiveSourceBegins() {
 }
 
 void RecordingStatus::LiveSourceIsGone() {
-    std::lock_guard const lock(mutex_);
-    status_.state = State::waiting;
+    Change(&status::StreamStatus::state, State::waiting);
 }
 
 void RecordingStatus::HasPackets(std::size_t size, RecordingClock::Time now,
                                  RecordingClock::WallTime wallNow) {
+    Change(&status::StreamStatus::state, State::recording);
     std::lock_guard const lock(mutex_);
-    status_.state = State::recording;
     status_.lastPacket = std::chrono::system_clock::to_time_t(wallNow);
     bitRate_.Add(size, now);
 }
@@ -44,18 +44,27 @@ void RecordingStatus::HasDropped(std::uint64_t bytes) {
 }
 
 void RecordingStatus::HasEnded() {
-    std::lock_guard const lock(mutex_);
-    status_.state = State::ended;
+    Change(&status::StreamStatus::state, State::ended);
 }
 
 void RecordingStatus::RecordsInto(std::optional<int> slot) {
-    std::lock_guard const lock(mutex_);
-    status_.slot = slot;
+    Change(&status::StreamStatus::slot, slot);
 }
 
 void RecordingStatus::HasProblem(std::string problem) {
-    std::lock_guard const lock(mutex_);
-    status_.problem = std::move(problem);
+    Change(&status::StreamStatus::problem, std::move(problem));
+}
+
+template <typename Field, typename Value>
+void RecordingStatus::Change(Field status::StreamStatus::*field, Value value) {
+    {
+        std::lock_guard const lock(mutex_);
+        if (status_.*field == value) {
+            return;
+        }
+        status_.*field = std::move(value);
+    }
+    changed_();
 }
 
 status::StreamStatus RecordingStatus::At(RecordingClock::Time now) const {

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -17,7 +18,10 @@ namespace workstation::service::recording {
 // Set by the recording's thread, read by any other.
 class RecordingStatus {
 public:
-    explicit RecordingStatus(RecordingSettings const& settings);
+    // `changed` is called by the recording's thread when another state, slot or problem is to be
+    // shown.
+    explicit RecordingStatus(
+        RecordingSettings const& settings, std::function<void()> changed = [] {});
 
     // --- For the recording ---
 
@@ -42,6 +46,10 @@ public:
     status::StreamStatus At(RecordingClock::Time now) const;
 
 private:
+    template <typename Field, typename Value>
+    void Change(Field status::StreamStatus::*field, Value value);
+
+    std::function<void()> changed_;
     mutable std::mutex mutex_; // of what follows
     status::StreamStatus status_;
     BitRate bitRate_;

@@ -6,13 +6,16 @@
 namespace workstation::service::recording {
 
 RecordingThread::RecordingThread(RecordingSettings settings, RecordingTarget& target,
-                                 TickSource& ticks, RecordingClock& clock, Recording::Report report,
+                                 TickSource& ticks, RecordingClock& clock, Report report,
                                  StopEvent& stop, RecordingStatus& status)
     : stop_(stop)
     , recording_(std::move(settings), target, ticks, clock, std::move(report), stop, status) {}
 
 void RecordingThread::Start() {
-    thread_ = std::thread([this] { recording_.Run(); });
+    thread_ = std::thread([this] {
+        recording_.Run();
+        stop_.ThreadEnds();
+    });
 }
 
 void RecordingThread::Stop() {

@@ -12,8 +12,7 @@ namespace workstation::service::recording {
 class RecordingThread {
 public:
     RecordingThread(RecordingSettings settings, RecordingTarget& target, TickSource& ticks,
-                    RecordingClock& clock, Recording::Report report, StopEvent& stop,
-                    RecordingStatus& status);
+                    RecordingClock& clock, Report report, StopEvent& stop, RecordingStatus& status);
     ~RecordingThread() { Stop(); }
 
     RecordingThread(RecordingThread const&) = delete;

@@ -26,6 +26,13 @@ std::string ProgramName(std::string_view command) {
     return !name.empty() && std::ranges::all_of(path, IsPlain) ? std::string(name) : "sh";
 }
 
+// An address may contain a user and a password.
+std::string WithoutAddress(std::string const& text) {
+    std::string_view const mark = "://";
+    std::size_t const address = text.find(mark);
+    return address == std::string::npos ? text : text.substr(0, address + mark.size()) + "***";
+}
+
 std::string ShownSource(std::string const& source) {
     if (source == "-") {
         return "standard input";
@@ -33,13 +40,15 @@ std::string ShownSource(std::string const& source) {
     if (source.starts_with(execPrefix)) {
         return std::string(execPrefix) + ProgramName(source.substr(execPrefix.size()));
     }
-    return source;
+    return ParseUdpAddress(source) ? source : WithoutAddress(source);
+}
+
+bool IsPath(std::string const& source) {
+    return source != "-" && !source.starts_with(execPrefix) && !source.starts_with(udpPrefix);
 }
 
 std::string SourceName(std::string const& source) {
-    bool const isPath =
-        source != "-" && !source.starts_with(execPrefix) && !source.starts_with(udpPrefix);
-    return isPath ? "'" + source + "'" : ShownSource(source);
+    return IsPath(source) ? "'" + ShownSource(source) + "'" : ShownSource(source);
 }
 
 } // namespace workstation::service::recording

@@ -4,7 +4,6 @@
 #include <net/if.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -128,16 +127,13 @@ Source::Result UdpSource::Read(std::span<unsigned char> room, int timeoutMs) {
     Deadline const deadline(timeoutMs);
     std::uint64_t const droppedBefore = droppedBytes_;
     while (true) {
-        std::array<pollfd, 2> watched{
-            {{stop_.Descriptor(), POLLIN, 0}, {socket_.Get(), POLLIN, 0}}};
-        int const ready = poll(watched.data(), watched.size(), WaitMs(deadline.RemainingMs()));
-        if (ready == -1 && errno != EINTR) {
-            throw FailureOfErrno();
+        std::array<pollfd, 2> watched{{{}, {socket_.Get(), POLLIN, 0}}};
+        bool const isReady = stop_.Poll(watched, WaitMs(deadline.RemainingMs()));
+        if (isReady && watched[0].revents != 0) {
+            order_.Release(RtpOrder::Time::max(), ready_); // nothing is waited for any more
+            return ready_.empty() ? Result{Outcome::stopped} : Deliver(room);
         }
-        if (ready > 0 && watched[0].revents != 0) {
-            return {Outcome::stopped};
-        }
-        if (ready > 0 && ready_.empty()) {
+        if (isReady && ready_.empty()) {
             if (!wasFull_) {
                 stop_.WaitFor(collectionTime);
             }

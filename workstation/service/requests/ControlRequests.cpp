@@ -38,7 +38,7 @@ void AddControlRequests(RequestRouter& router, ControlContext const& context) {
     router.On(api::reapRequest, "reap", [reap = context.reap](ipc::Letter&) { reap(); });
     router.On(api::infoRequest, "info", [info = context.info](ipc::Letter&) {
         for (std::string const& line : info()) {
-            log::LogNotification(line);
+            log::LogNotification(line, log::Severity::info);
         }
     });
     router.OnRoutine(api::statusRequest, "status",
@@ -47,7 +47,7 @@ void AddControlRequests(RequestRouter& router, ControlContext const& context) {
                          SendReply(endpoint, request, api::statusReply, {&item});
                      });
     router.On(api::storageDumpRequest, "storage dump", [storage = context.storage](ipc::Letter&) {
-        log::LogNotification("storage: " + storage());
+        log::LogNotification("storage: " + storage(), log::Severity::info);
     });
     router.On(api::getLogLevelRequest, "log level",
               [&endpoint](ipc::Letter& request) { GetLogLevel(endpoint, request); });

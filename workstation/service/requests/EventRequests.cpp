@@ -75,7 +75,7 @@ bool EventRequests::Attempt(char const* what, Operation operation) const {
     try {
         return operation();
     } catch (std::exception const& failure) {
-        log::LogNotification(std::string(what) + " failed: " + failure.what());
+        log::LogError(std::string(what) + " failed: " + failure.what());
         return false;
     }
 }
@@ -118,9 +118,10 @@ void EventRequests::LogFileChain(ipc::Letter& request) const {
     }
     auto const chain = context_.store.Chain(static_cast<unsigned int>(number), withWiped.Value());
     log::LogNotification("file chain of stream " + std::to_string(number) + requested + ": " +
-                         std::to_string(chain.size()) + " files");
+                             std::to_string(chain.size()) + " files",
+                         log::Severity::info);
     for (store::RecordedFile const& file : chain) {
-        log::LogNotification("  " + Describe(file));
+        log::LogNotification("  " + Describe(file), log::Severity::info);
     }
 }
 

@@ -18,17 +18,21 @@ void RequestRouter::OnRoutine(std::uint32_t id, std::string name, Handler handle
 void RequestRouter::Handle(ipc::Letter& request) const {
     auto const found = routes_.find(request.id);
     if (found == routes_.end()) {
-        log::LogNotification("unknown request " + std::to_string(request.id) + " from " +
-                             request.sender);
+        log::LogWarning("unknown request " + std::to_string(request.id) + " from " +
+                        request.sender);
         return;
     }
     Route const& route = found->second;
-    auto const log = route.isRoutine ? log::LogNote : log::LogNotification;
-    log(route.name + " requested by " + request.sender);
+    std::string const line = route.name + " requested by " + request.sender;
+    if (route.isRoutine) {
+        log::LogNote(line);
+    } else {
+        log::LogNotification(line, log::Severity::info);
+    }
     try {
         route.handler(request);
     } catch (std::exception const& failure) {
-        log::LogNotification(route.name + " failed: " + failure.what());
+        log::LogError(route.name + " failed: " + failure.what());
     }
 }
 

@@ -18,7 +18,8 @@ bool FileChainWriter::OpenSlot() {
     if (!file_) {
         return false;
     }
-    LogForStream(stream_, "recording into " + pool::StreamFileName(file_->Number()));
+    LogForStream(stream_, "recording into " + pool::StreamFileName(file_->Number()),
+                 log::Severity::info);
     status_.RecordsInto(file_->Number());
     return true;
 }
@@ -63,7 +64,8 @@ void FileChainWriter::CloseSlot() {
 
 void FileChainWriter::AbandonFile() {
     LogForStream(stream_,
-                 pool::StreamFileName(file_->Number()) + " is left for the next start to finish");
+                 pool::StreamFileName(file_->Number()) + " is left for the next start to finish",
+                 log::Severity::warning);
     Leave();
 }
 

@@ -45,10 +45,13 @@ void Flusher::Flush() {
 void Flusher::Run(std::stop_token const& stop) {
     std::unique_lock lock(mutex_);
     while (!stop.stop_requested()) {
+        heartbeat_.WaitsUntil(supervision::Heartbeat::Clock::now() + period_);
         wake_.wait_for(lock, stop, period_, [this] { return isWanted_; });
+        heartbeat_.Works();
         isWanted_ = false;
         FlushFiles();
     }
+    heartbeat_.Rests();
 }
 
 void Flusher::FlushFiles() {
@@ -86,7 +89,7 @@ void Flusher::Sync() const {
 void Flusher::LogFailure(char const* reason, std::size_t lost) {
     lostBytes_ += lost;
     if (!isFailing_) {
-        log::LogNotification(reason);
+        log::LogError(reason);
         SetProblem(reason);
     }
     isFailing_ = true;
@@ -95,7 +98,8 @@ void Flusher::LogFailure(char const* reason, std::size_t lost) {
 void Flusher::LogSuccess() {
     if (isFailing_) {
         log::LogNotification("recordings are durable again, " + std::to_string(lostBytes_) +
-                             " bytes were lost");
+                                 " bytes were lost",
+                             lostBytes_ > 0 ? log::Severity::error : log::Severity::notice);
         SetProblem("");
     }
     isFailing_ = false;

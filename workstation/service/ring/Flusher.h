@@ -11,6 +11,7 @@
 
 #include "FileDescriptor.h"
 #include "pool/PoolImage.h"
+#include "service/supervision/Heartbeat.h"
 
 namespace workstation::service::ring {
 
@@ -43,6 +44,9 @@ public:
     // failed.
     void Flush();
 
+    // The thread is stuck when a flush does not come to an end.
+    supervision::Heartbeat const& ThreadsHeartbeat() const { return heartbeat_; }
+
     // Why recordings are not durable at present; empty if they are. Never waits for a flush.
     std::string Problem() const;
 
@@ -56,7 +60,8 @@ private:
 
     FileDescriptor pool_;
     std::chrono::milliseconds period_;
-    std::mutex mutex_; // of what follows
+    supervision::Heartbeat heartbeat_; // of the thread
+    std::mutex mutex_;                 // of what follows
     std::condition_variable_any wake_;
     std::vector<FileBeingRecorded*> files_;
     std::uint64_t lostBytes_ = 0;

@@ -11,4 +11,12 @@ inline bool IsFree(pool::PoolImage const& image, int fileNumber) {
            image.Get(fileNumber, pool::EntryWord::controller) == 0;
 }
 
+inline int CountFree(pool::PoolImage const& image) {
+    int count = 0;
+    for (int number = 1; number <= image.FileCount(); ++number) {
+        count += IsFree(image, number) ? 1 : 0;
+    }
+    return count;
+}
+
 } // namespace workstation::service::ring

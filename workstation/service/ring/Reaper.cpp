@@ -13,10 +13,7 @@ namespace workstation::service::ring {
 unsigned int Reaper::Reap() {
     pool::PoolImage const& image = session_.Pool();
     int const wanted = (image.FileCount() + 9) / 10;
-    int free = 0;
-    for (int number = 1; number <= image.FileCount(); ++number) {
-        free += IsFree(image, number) ? 1 : 0;
-    }
+    int free = CountFree(image);
     unsigned int wiped = 0;
     while (free < wanted && WipeOldest()) {
         ++free;

@@ -80,7 +80,7 @@ SlotContents Recovery::Restore(store::RecordedFile const& file) {
         return ReadContents(*stream);
     } catch (Failure const& failure) {
         LogForStream(static_cast<int>(file.stream),
-                     std::string("interrupted recording: ") + failure.what());
+                     std::string("interrupted recording: ") + failure.what(), log::Severity::error);
         return {Length(file.fileNumber), std::nullopt};
     }
 }

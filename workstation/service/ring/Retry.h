@@ -56,7 +56,7 @@ public:
         void Is(std::string const& text) {
             if (!isKnown_) {
                 isKnown_ = true;
-                LogForStream(retry_.stream_, text);
+                LogForStream(retry_.stream_, text, log::Severity::error);
             }
             retry_.status_.HasProblem(text);
         }

@@ -18,8 +18,9 @@ std::optional<TickRange> RangeOf(std::span<recording::PlacedTick const> ticks) {
 void SlotCutter::Write(recording::TickedPackets packets) {
     std::size_t begin = 0;
     while (begin < packets.bytes.size()) {
-        isOpen_ = isOpen_ || sink_.OpenSlot();
-        if (!isOpen_) {
+        isOpen_ = isOpen_ || (!isOver_ && sink_.OpenSlot());
+        isOver_ = !isOpen_;
+        if (isOver_) {
             return;
         }
         std::size_t const end = std::min(packets.bytes.size(), begin + sink_.Room());

@@ -46,6 +46,7 @@ public:
 private:
     SlotSink& sink_;
     bool isOpen_ = false;
+    bool isOver_ = false; // the recording is to stop, and there was no slot
 };
 
 } // namespace workstation::service::ring

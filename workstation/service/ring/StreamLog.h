@@ -8,8 +8,9 @@
 namespace workstation::service::ring {
 
 // Logs "stream 1: TEXT". Streams count from 1.
-inline void LogForStream(int stream, std::string const& text) {
-    log::LogNotification("stream " + std::to_string(stream) + ": " + text);
+inline void LogForStream(int stream, std::string const& text,
+                         log::Severity severity = log::Severity::notice) {
+    log::LogNotification("stream " + std::to_string(stream) + ": " + text, severity);
 }
 
 } // namespace workstation::service::ring

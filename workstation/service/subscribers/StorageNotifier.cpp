@@ -49,7 +49,7 @@ std::optional<StorageFigures> StorageNotifier::TryToCount() {
         return storage;
     } catch (std::exception const& failure) {
         if (!std::exchange(hasFailed_, true)) {
-            log::LogNotification(std::string("cannot tell of the storage: ") + failure.what());
+            log::LogError(std::string("cannot tell of the storage: ") + failure.what());
         }
         return std::nullopt;
     }

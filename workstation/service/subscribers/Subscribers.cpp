@@ -98,7 +98,7 @@ Subscribers::Subscriptions::iterator Subscribers::Deliver(Subscriptions::iterato
         return subscribers_.erase(subscriber);
     }
     if (state.waiting.size() > maxWaiting) {
-        log::LogNotification("subscriber " + name + " does not read and is dropped");
+        log::LogWarning("subscriber " + name + " does not read and is dropped");
         return subscribers_.erase(subscriber);
     }
     return std::next(subscriber);
