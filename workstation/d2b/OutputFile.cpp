@@ -41,7 +41,7 @@ void RequireWritable(OutputOptions const& options, PoolOptions const& pool) {
     RefuseOwnFile(options.path, pool);
     struct stat status {};
     if (lstat(options.path.c_str(), &status) != 0) {
-        UnnamedFile(options.path); // fails where no file can be made
+        UnnamedFile const attempt(options.path); // fails where no file can be made
         return;
     }
     if (!S_ISREG(status.st_mode)) {

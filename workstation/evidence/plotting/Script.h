@@ -104,7 +104,7 @@ inline std::string Boxes(int first, int colour = 0) {
 // Draws points of a type and a size.
 inline std::string Points(int type, double size, char const* colour) {
     std::ostringstream text;
-    text << " with points pt " << type << " ps " << size << " lc rgb " << InQuotes(colour);
+    text << " with points pt " << type << " ps " << size << " lw 2 lc rgb " << InQuotes(colour);
     return text.str();
 }
 

@@ -329,13 +329,13 @@ void TimelineBuilder::AddLegend(Look look, std::string const& text, bool isThere
 }
 
 void TimelineBuilder::AddLegend() {
-    for (auto const& [look, text] :
-         {std::pair(Look::finished, "slot"), std::pair(Look::recording, "slot being recorded"),
-          std::pair(Look::unknown, "slot the database does not know")}) {
-        AddLegend(look, text, std::ranges::any_of(timeline_.bars, [&](TimelineBar const& bar) {
-                      return LookOf(bar.slot) == look;
-                  }));
-    }
+    auto const hasBar = [&](Look look) {
+        return std::ranges::any_of(
+            timeline_.bars, [&](TimelineBar const& bar) { return LookOf(bar.slot) == look; });
+    };
+    AddLegend(Look::finished, "slot", hasBar(Look::finished));
+    AddLegend(Look::recording, "slot being recorded", hasBar(Look::recording));
+    AddLegend(Look::unknown, "slot the database does not know", hasBar(Look::unknown));
     AddLegend(Look::gap, "gap", !timeline_.gaps.empty());
     AddLegend(Look::fault, "fault", !timeline_.faults.empty());
     AddLegend(Look::event, "event", !timeline_.events.empty());

@@ -58,9 +58,9 @@ void Table::Add(std::string const& id, std::vector<Cell> const& cells) {
     for (Cell const& cell : cells) {
         std::string const name = isFirst ? "th" : "td";
         char const* const looks[] = {"", " class=\"n\"", " class=\"name\""}; // by kind
-        html_ += "<" + name + (isFirst ? " scope=\"row\"" : "") +
-                 looks[static_cast<std::size_t>(cell.kind)] + ">" + cell.content + "</" + name +
-                 ">";
+        html_.append("<").append(name).append(isFirst ? " scope=\"row\"" : "");
+        html_.append(looks[static_cast<std::size_t>(cell.kind)]).append(">");
+        html_.append(cell.content).append("</").append(name).append(">");
         isFirst = false;
     }
     html_ += "</tr>\n";

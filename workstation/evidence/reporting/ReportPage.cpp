@@ -32,7 +32,6 @@ Markup Paragraph(std::string const& text) {
     return "<p>" + XmlText(text) + "</p>\n";
 }
 
-// "1 slot", or "no slot" in the words of a sentence.
 Markup Heading(std::string const& id, std::string const& text) {
     return "<h2 id=\"" + id + "\">" + text + "</h2>\n";
 }
