@@ -80,7 +80,8 @@ void RecordFile(benchmark::State& state) {
         service::recording::SystemRecordingClock clock(stop);
         service::recording::RecordingStatus status({1, clip.Path()});
         service::recording::Recording(
-            {1, clip.Path(), true}, target, ticks, clock, [](std::string const&) {}, stop, status)
+            {1, clip.Path(), true}, target, ticks, clock, [](std::string const&, log::Severity) {},
+            stop, status)
             .Run();
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(clipSize));

@@ -180,11 +180,14 @@ _streammgr_d2b_operand() {
     local -i before
     before=$(_streammgr_operands | wc -l)
     case $verb:$before in
-    load:0 | set:0 | scan:*)
+    load:0 | set:0 | scan:* | plot:1)
         _streammgr_offer < <(_streammgr_numbers "${places[@]}")
         ;;
     list:0)
         _streammgr_offer < <(printf '%s\n' slots streams events recordings)
+        ;;
+    plot:0)
+        _streammgr_offer < <(printf '%s\n' timeline clock)
         ;;
     export:0)
         _streammgr_offer < <(_streammgr_reids events "${places[@]}")

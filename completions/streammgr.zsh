@@ -163,6 +163,7 @@ _streammgr_d2b_verb() {
     set) specs+=(:number:_streammgr_numbers) ;;
     tick) specs+=(:in:_files :out:_files) ;;
     list) specs+=(':what:(slots streams events recordings)') ;;
+    plot) specs+=(':what:(timeline clock)' :slot:_streammgr_numbers) ;;
     scan) specs+=('*:slot:_streammgr_numbers') ;;
     export) specs+=(:REID:_streammgr_events_and_recordings) ;;
     verify) specs+=(':manifest:_files -g "*.json"') ;;

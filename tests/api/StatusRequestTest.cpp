@@ -116,7 +116,7 @@ TEST_F(StatusRequestTest, OfARecorderWithoutAccessNamesItsOwner) {
     SKIP_UNLESS_ROOT();
     ipc::Endpoint const service = ipc::Endpoint::Open("StreamMgr");
     chmod(root_.Path().c_str(), 0755);
-    ChildProcess stranger([this] {
+    ChildProcess stranger([] {
         EXPECT_TRUE(BecomeUser(otherUser));
         EXPECT_EQ(Reason(), "cannot open " + IpcDirectory() + ": Permission denied; '" +
                                 RootDirectory() + "' belongs to " + UserName(0));

@@ -1,5 +1,6 @@
 // The service ends within two seconds, whatever goes on, and nothing that it has read is lost.
 #include <gmock/gmock.h>
+#include <sqlite3.h>
 
 #include <csignal>
 #include <list>
@@ -112,6 +113,25 @@ TEST_F(End, IsPromptOnASlowDisk) {
     for (int number = 1; number <= 4; ++number) {
         EXPECT_TRUE(Recorded(number) == Clip()) << number;
     }
+}
+
+// What cannot be finished then, the next start finishes.
+TEST_F(End, DoesNotWaitForADatabaseThatAnotherProgramHasLocked) {
+    LivePipe const camera(recorder.Directory() / "camera");
+    recorder.CreatePool(1);
+    recorder.StartService({"--record", "1=" + camera.Path()});
+    camera.Write(Clip());
+    camera.AwaitRead();
+    recorder.WaitForData(1);
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open((recorder.Root() / "events.db").c_str(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    ExpectPromptEnd();
+    sqlite3_close(other);
+    recorder.StartService();
+    EXPECT_THAT(recorder.Log(),
+                testing::HasSubstr("finished the interrupted recording into stream file 1"));
+    EXPECT_TRUE(Recorded(1) == Clip());
 }
 
 TEST_F(End, IsTheSameOnRequest) {

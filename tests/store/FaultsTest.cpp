@@ -67,6 +67,22 @@ TEST_F(LockedDatabaseTest, WriterWaitsForALockThatGoesInTime) {
     other.Execute("ROLLBACK");
 }
 
+TEST_F(LockedDatabaseTest, WriterThatWaitsGivesUpWhenItIsToWaitBriefly) {
+    Database other(Path(), Database::Mode::existing);
+    other.Execute("BEGIN EXCLUSIVE");
+    Stopwatch const stopwatch;
+    {
+        ::Event const isWriting;
+        std::jthread const writer([&] {
+            isWriting.Signal();
+            EXPECT_NE(FailureOf([&] { store_.BeginFile(1, 1, 300, 0); }), "");
+        });
+        EXPECT_TRUE(isWriting.Wait());
+        store_.WaitBriefly();
+    }
+    EXPECT_LT(stopwatch.ElapsedMs(), databaseBusyTimeoutMs);
+}
+
 TEST(LockedDatabase, IsNotOpenedAndIsWhenTheLockIsGone) {
     TemporaryRoot const root;
     std::string const path = root.Path() / "events.db";

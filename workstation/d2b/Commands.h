@@ -19,6 +19,8 @@ void AddTickCommand(CLI::App& tool);
 void AddEvidenceCommands(CLI::App& tool);
 void AddExportCommand(CLI::App& tool);
 void AddListCommand(CLI::App& tool);
+void AddPlotCommand(CLI::App& tool);
+void AddReportCommand(CLI::App& tool);
 void AddScanCommand(CLI::App& tool);
 void AddStatusCommand(CLI::App& tool);
 void AddVerifyCommand(CLI::App& tool);

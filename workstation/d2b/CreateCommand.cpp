@@ -46,7 +46,7 @@ std::vector<fs::path> MissingDirectories(fs::path const& path) {
 // the deepest first.
 std::vector<fs::path> MakeRoot() {
     fs::path const root = RootDirectory();
-    auto const made = MissingDirectories(root);
+    auto made = MissingDirectories(root);
     std::error_code ignored; // a failure shows in mkdir
     fs::create_directories(root.parent_path(), ignored);
     if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) {

@@ -8,6 +8,8 @@ void AddEvidenceCommands(CLI::App& tool) {
     AddScanCommand(tool);
     AddExportCommand(tool);
     AddVerifyCommand(tool);
+    AddPlotCommand(tool);
+    AddReportCommand(tool);
     AddStatusCommand(tool);
 }
 

@@ -17,9 +17,9 @@
 
 #include "Failure.h"
 #include "NewFile.h"
-#include "Root.h"
 #include "d2b/Commands.h"
 #include "d2b/EvidenceOptions.h"
+#include "d2b/OutputFile.h"
 #include "evidence/TimeArgument.h"
 #include "evidence/exporting/ExportRequest.h"
 #include "evidence/exporting/ExportSummary.h"
@@ -128,17 +128,6 @@ std::string PathIn(std::string const& directory, exporting::Asked const& asked) 
     std::string name = *asked.reid + "-" + std::to_string(*asked.stream) + ".ts";
     std::ranges::replace(name, ':', '-');
     return directory + (directory.ends_with('/') ? "" : "/") + name;
-}
-
-// Throws Failure for a file that an export must not replace.
-void RefuseOwnFile(std::string const& path, PoolOptions const& options) {
-    for (std::string const& used : {options.pool.empty() ? PoolPath() : options.pool,
-                                    options.database.empty() ? DatabasePath() : options.database}) {
-        std::error_code ignored;
-        if (std::filesystem::equivalent(path, used, ignored)) {
-            throw Failure(EINVAL, "'" + path + "' is what is exported");
-        }
-    }
 }
 
 // Findings that are only counted.

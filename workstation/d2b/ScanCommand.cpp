@@ -1,6 +1,5 @@
 // d2b scan: shows where the stream files of a pool are damaged.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cerrno>
 #include <iostream>
 #include <memory>
@@ -11,15 +10,13 @@
 #include "Failure.h"
 #include "d2b/Commands.h"
 #include "d2b/EvidenceOptions.h"
+#include "d2b/ScanSlots.h"
 #include "evidence/DamageMap.h"
-#include "evidence/PoolScan.h"
-#include "pool/PoolLayout.h"
 
 namespace workstation::d2b {
 namespace {
 
 using evidence::PoolView;
-using evidence::Progress;
 
 struct ScanOptions {
     PoolOptions pool;
@@ -29,49 +26,18 @@ struct ScanOptions {
     ProgressOptions progress;
 };
 
-// Those asked for, or all that state a length; ascending, each once.
-std::vector<int> SlotsToScan(PoolView const& pool, std::vector<int> slots) {
-    auto const slotCount = static_cast<int>(pool.SlotCount());
-    for (int const slot : slots) {
-        if (slot < 1 || slot > slotCount) {
-            throw Failure(ENOENT, pool::StreamFileName(slot) +
-                                      ": the pool has no such file; it has " +
-                                      std::to_string(slotCount));
-        }
-    }
-    if (slots.empty()) {
-        for (int slot = 1; slot <= slotCount; ++slot) {
-            if (pool.Length(slot) > 0) {
-                slots.push_back(slot);
-            }
-        }
-    }
-    std::ranges::sort(slots);
-    slots.erase(std::unique(slots.begin(), slots.end()), slots.end());
-    return slots;
-}
-
 // Returns the exit status.
 int Scan(ScanOptions const& options) {
     PoolView const pool = OpenPool(options.pool);
     auto const slots = SlotsToScan(pool, options.slots);
-    std::uint64_t total = 0;
-    for (int const slot : slots) {
-        total += pool.Length(slot);
-    }
     auto const report =
         options.json ? evidence::MakeJsonReport(std::cout) : evidence::MakeTextReport(std::cout);
     std::optional<evidence::DamageMap> map;
     if (!options.map.empty()) {
         map.emplace(options.map, pool, *report);
     }
-    std::uint64_t faults = 0;
-    {
-        Progress progress(total, WhenToShow(options.progress));
-        faults = evidence::ScanPool(pool, slots,
-                                    map ? static_cast<evidence::ScanReport&>(*map) : *report,
-                                    [&](std::uint64_t bytes) { progress.Add(bytes); });
-    }
+    std::uint64_t const faults = ScanSlots(
+        pool, slots, map ? static_cast<evidence::ScanReport&>(*map) : *report, options.progress);
     if (map) {
         map->Complete();
     }

@@ -22,13 +22,13 @@ Row const* Find(std::vector<Row> const& rows, auto const& hasReid) {
 
 Catalogue::Catalogue(std::string const& path) {
     store::Database const database = store::OpenCopy(path);
-    auto const version = store::ReadableVersion(database);
-    if (!version) {
+    version_ = store::ReadableVersion(database);
+    if (!version_) {
         return;
     }
     ReadFiles(database);
     ReadEvents(database);
-    if (*version >= firstVersionWithRecordings) {
+    if (*version_ >= firstVersionWithRecordings) {
         recordings_ = store::SelectRecordings(database);
     }
 }

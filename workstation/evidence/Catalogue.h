@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,9 @@ public:
     // Reads a database of the service or a backup of one, of version 1 (which has no recordings) or
     // 2, and changes nothing. Throws Failure, also when there is no such file.
     explicit Catalogue(std::string const& path);
+
+    // Of the database; null when nothing is known.
+    std::optional<std::int64_t> Version() const { return version_; }
 
     // What is recorded in the slots, in the order of recording; at most one link for a slot.
     std::vector<store::RecordedFile> const& Files() const { return files_; }
@@ -57,6 +61,7 @@ private:
     void ReadFiles(store::Database const& database);
     void ReadEvents(store::Database const& database);
 
+    std::optional<std::int64_t> version_;
     std::vector<store::RecordedFile> files_;
     std::vector<std::uint32_t> fileIn_; // by slot: index in files_, plus 1; 0: not known
     std::vector<HeldEvent> events_;

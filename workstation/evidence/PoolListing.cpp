@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 
+#include "evidence/OrderedTasks.h"
 #include "evidence/SlotReader.h"
 
 namespace workstation::evidence {
@@ -37,23 +38,63 @@ void ReadEnds(PoolView const& pool, ListedSlot& slot) {
     } while (pool.Length(slot.slot) < slot.bytes);
 }
 
-void Append(ListedStream& stream, PoolView const& pool, ListedSlot const& slot,
-            std::optional<PlacedTick>& last) {
-    stream.slots.push_back(slot.slot);
-    stream.bytes += slot.bytes;
+// A damaged database may state any number.
+bool HasSlot(PoolView const& pool, store::RecordedFile const& file) {
+    return file.fileNumber >= 1 && file.fileNumber <= static_cast<int>(pool.SlotCount());
+}
+
+// Puts the slots together, in the order of recording.
+class StreamLister {
+public:
+    explicit StreamLister(PoolView const& pool)
+        : pool_(pool) {}
+
+    // A slot that was emptied, or recorded over by another stream, is left out.
+    void Add(store::RecordedFile const& file, ListedSlot const& slot) {
+        if (slot.stream == file.stream) {
+            Append(streams_[file.stream], slot);
+        }
+    }
+
+    std::vector<ListedStream> Take() {
+        std::vector<ListedStream> listed;
+        listed.reserve(streams_.size());
+        for (auto& [number, stream] : streams_) {
+            stream.listed.stream = number;
+            listed.push_back(std::move(stream.listed));
+        }
+        return listed;
+    }
+
+private:
+    struct OpenStream {
+        ListedStream listed;
+        std::optional<PlacedTick> last;
+    };
+
+    void Append(OpenStream& stream, ListedSlot const& slot);
+
+    PoolView const& pool_;
+    std::map<unsigned int, OpenStream> streams_;
+};
+
+void StreamLister::Append(OpenStream& stream, ListedSlot const& slot) {
+    ListedStream& listed = stream.listed;
+    listed.slots.push_back(slot.slot);
+    listed.bytes += slot.bytes;
     if (!slot.ends) {
         return;
     }
-    if (last && IsGap(*last, slot.ends->first)) {
-        stream.gaps.push_back({last->time, slot.ends->first.time});
+    if (stream.last && IsGap(*stream.last, slot.ends->first)) {
+        listed.gaps.push_back({stream.last->time, slot.ends->first.time});
     }
-    if (!last) {
-        stream.from = slot.ends->first.time;
+    if (!stream.last) {
+        listed.from = slot.ends->first.time;
     }
-    SlotReader reader = ReaderOf(pool, slot);
-    AppendTimeGaps(reader, *slot.ends, stream.gaps);
-    stream.to = slot.ends->last.time;
-    last = slot.ends->last;
+    SlotReader reader = ReaderOf(pool_, slot);
+    AppendTimeGaps(reader, *slot.ends, listed.gaps);
+    listed.to = slot.ends->last.time;
+    stream.last = slot.ends->last;
 }
 
 } // namespace
@@ -92,24 +133,41 @@ ListedSlot ListSlot(PoolView const& pool, Catalogue const* catalogue, int slot) 
 }
 
 std::vector<ListedStream> ListStreams(PoolView const& pool, Catalogue const& catalogue) {
-    std::map<unsigned int, ListedStream> streams;
-    std::map<unsigned int, std::optional<PlacedTick>> last; // of each stream
+    StreamLister streams(pool);
     for (store::RecordedFile const& file : catalogue.Files()) {
-        if (file.fileNumber > static_cast<int>(pool.SlotCount())) {
-            continue;
-        }
-        ListedSlot const slot = ListSlot(pool, &catalogue, file.fileNumber);
-        if (slot.stream == file.stream) { // else emptied, or recorded over by another stream
-            streams[file.stream].stream = file.stream;
-            Append(streams[file.stream], pool, slot, last[file.stream]);
+        if (HasSlot(pool, file)) {
+            streams.Add(file, ListSlot(pool, &catalogue, file.fileNumber));
         }
     }
-    std::vector<ListedStream> listed;
-    listed.reserve(streams.size());
-    for (auto& [number, stream] : streams) {
-        listed.push_back(std::move(stream));
+    return streams.Take();
+}
+
+PoolContents ListContents(PoolView const& pool, Catalogue const* catalogue) {
+    PoolContents contents;
+    contents.slots.resize(pool.SlotCount());
+    RunTasks(contents.slots.size(), [&](std::size_t task) {
+        contents.slots[task] = ListSlot(pool, catalogue, static_cast<int>(task) + 1);
+    });
+    if (catalogue != nullptr) {
+        StreamLister streams(pool);
+        for (store::RecordedFile const& file : catalogue->Files()) {
+            if (HasSlot(pool, file)) {
+                streams.Add(file, contents.Slot(file.fileNumber));
+            }
+        }
+        contents.streams = streams.Take();
     }
-    return listed;
+    for (ListedSlot const& slot : contents.slots) {
+        if (!slot.stream && slot.ends) {
+            SlotReader reader = ReaderOf(pool, slot);
+            std::vector<TimeGap> gaps;
+            AppendTimeGaps(reader, *slot.ends, gaps);
+            for (TimeGap const& gap : gaps) {
+                contents.gapsOfUnknown.push_back({slot.slot, gap});
+            }
+        }
+    }
+    return contents;
 }
 
 } // namespace workstation::evidence

@@ -46,4 +46,21 @@ struct ListedStream {
 // The streams that have slots, in ascending order.
 std::vector<ListedStream> ListStreams(PoolView const& pool, Catalogue const& catalogue);
 
+struct SlotGap {
+    int slot;
+    TimeGap gap;
+};
+
+// All that is listed of a pool.
+struct PoolContents {
+    std::vector<ListedSlot> slots; // slot n at index n - 1
+    std::vector<ListedStream> streams;
+    std::vector<SlotGap> gapsOfUnknown; // within slots whose stream is not known
+
+    ListedSlot const& Slot(int number) const { return slots[static_cast<std::size_t>(number) - 1]; }
+};
+
+// Reads several slots at once, each once. `catalogue` as for ListSlot.
+PoolContents ListContents(PoolView const& pool, Catalogue const* catalogue);
+
 } // namespace workstation::evidence

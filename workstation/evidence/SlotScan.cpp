@@ -7,6 +7,7 @@
 
 #include <bitstream/mpeg/ts.h>
 
+#include "StreamMetadata.h"
 #include "TsHelper.h"
 #include "evidence/ContinuityCheck.h"
 #include "evidence/LostBytes.h"
@@ -168,7 +169,7 @@ void SlotScanner::TakeTick(std::uint64_t offset, StreamMetadata const& tick) {
     summary_.lastTick = tick.tick;
     summary_.to = tick.time;
     lastTickOffset_ = offset;
-    observer_.OnTick(tick);
+    observer_.OnTick({offset, tick.tick, tick.time});
 }
 
 bool SlotScanner::IsUnreadable(Range const& range) const {

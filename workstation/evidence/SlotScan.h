@@ -5,9 +5,9 @@
 #include <optional>
 #include <span>
 
-#include "StreamMetadata.h"
 #include "evidence/ByteSource.h"
 #include "evidence/Fault.h"
+#include "evidence/SlotEnds.h"
 
 namespace workstation::evidence {
 
@@ -39,7 +39,7 @@ public:
     virtual void OnFault(Fault const& fault) = 0;
 
     // Each tick, repetitions too.
-    virtual void OnTick(StreamMetadata const& /*tick*/) {}
+    virtual void OnTick(PlacedTick const& /*tick*/) {}
 };
 
 // Reads the slot, or pieces in a row, from end to end. Needs about 3 MiB of memory, whatever the

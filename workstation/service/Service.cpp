@@ -28,6 +28,7 @@
 #include "log/PlatformLog.h"
 #include "pool/PoolImage.h"
 #include "pool/RootLock.h"
+#include "service/recording/SourceName.h"
 #include "service/requests/ControlRequests.h"
 #include "service/requests/EventRequests.h"
 #include "service/requests/SubscriptionRequests.h"
@@ -48,6 +49,13 @@ constexpr int requestsAtOnce = 64;
 bool IsDirectory(std::string const& path) {
     std::error_code ignored;
     return std::filesystem::is_directory(path, ignored);
+}
+
+// The flags are for files only.
+bool IsSame(recording::RecordingSettings const& one, recording::RecordingSettings const& other) {
+    bool const haveSameFlags = one.isFast == other.isFast && one.loops == other.loops;
+    return one.stream == other.stream && one.source == other.source &&
+           (haveSameFlags || !recording::IsPath(one.source));
 }
 
 void Serve(ServiceOptions const& options, ReadOptionsAgain readAgain) {
@@ -140,7 +148,8 @@ Service::Changes Service::Record(ServiceOptions const& options) {
         return {};
     }
     std::size_t const ended = EndRecordings([&](Recorder const& recorder) {
-        return std::ranges::count(options, recorder.settings) == 0;
+        return std::ranges::none_of(
+            options, [&](auto const& wanted) { return IsSame(recorder.settings, wanted); });
     });
     std::size_t const kept = recorders_.size();
     for (recording::RecordingSettings const& settings : options) {
@@ -154,7 +163,7 @@ Service::Changes Service::Record(ServiceOptions const& options) {
 
 bool Service::IsRecorded(recording::RecordingSettings const& settings) const {
     return std::ranges::any_of(
-        recorders_, [&](auto const& recorder) { return recorder->settings == settings; });
+        recorders_, [&](auto const& recorder) { return IsSame(recorder->settings, settings); });
 }
 
 // All of them end at the same time. Returns how many.
@@ -187,6 +196,7 @@ void Service::Run() {
         subscribers_.DeliverWaiting();
     }
     supervisor_.Manager().Stopping();
+    store_.WaitBriefly(); // what cannot be finished is left to the next start
     EndRecordings([](Recorder const&) { return true; });
     HandleStartsAndStops();
     heldBack_.WriteAll();

@@ -23,6 +23,20 @@ int OpenFlags(Database::Mode mode) {
     return mode == Database::Mode::create ? flags | SQLITE_OPEN_CREATE : flags;
 }
 
+// Called again and again while a lock is held, with the number of calls before. False ends the
+// wait. Short locks are waited for in short steps.
+int WaitForLock(void* timeoutMs, int calls) {
+    constexpr int shortSteps = 10;
+    constexpr int stepMs = 10;
+    bool const isShort = calls < shortSteps;
+    int const waitedMs = isShort ? calls : shortSteps + (calls - shortSteps) * stepMs;
+    if (waitedMs >= *static_cast<std::atomic<int> const*>(timeoutMs)) {
+        return 0;
+    }
+    sqlite3_sleep(isShort ? 1 : stepMs);
+    return 1;
+}
+
 bool IsSystemError(int code) {
     int const primary = code & 0xFF;
     return primary == SQLITE_CANTOPEN || primary == SQLITE_IOERR;
@@ -45,7 +59,7 @@ Database::Database(std::string const& path, Mode mode, std::string shownPath)
     if (sqlite3_db_readonly(handle, "main") != 0) {
         throw Failure(EROFS, "database '" + path_ + "': not writable");
     }
-    sqlite3_busy_timeout(handle, databaseBusyTimeoutMs);
+    sqlite3_busy_handler(handle, WaitForLock, busyTimeoutMs_.get());
 }
 
 void Database::Execute(char const* script) {

@@ -1,6 +1,7 @@
 // A connection to an SQLite database.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -37,6 +38,10 @@ public:
     std::int64_t LastRowId() const;
     bool IsInTransaction() const;
 
+    // From now on waits for locks of other connections end after so many milliseconds, those that
+    // are under way too. May be called by another thread.
+    void WaitAtMost(int timeoutMs) { *busyTimeoutMs_ = timeoutMs; }
+
     // For the wrappers of SQLite only.
     sqlite3* Handle() const { return handle_.get(); }
 
@@ -50,6 +55,8 @@ private:
     };
 
     std::string path_;
+    std::unique_ptr<std::atomic<int>> busyTimeoutMs_ =
+        std::make_unique<std::atomic<int>>(databaseBusyTimeoutMs);
     std::unique_ptr<sqlite3, Close> handle_;
 };
 

@@ -119,6 +119,10 @@ public:
     // Makes a consistent copy at `path`, as store/DatabaseBackup.h says. Other threads do not wait.
     void Backup(std::string const& path) const;
 
+    // For the end of the service: from now on no operation waits long for a lock that another
+    // program holds. May be called while other threads wait.
+    void WaitBriefly() { database_.WaitAtMost(100); }
+
 private:
     mutable std::mutex mutex_;
     Database database_;

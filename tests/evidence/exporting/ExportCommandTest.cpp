@@ -203,7 +203,7 @@ TEST_F(ExportCommandTest, FileThatIsThereIsReplacedOnRequestOnly) {
     EXPECT_EQ(Manifest(Out())["held"]["from"], 51);
     EXPECT_TRUE(ChecksumIsRight(Out()));
     EXPECT_EQ(Export(With(Interval(51, 51), "--force"), root_.Pool()).err,
-              "d2b: '" + root_.Pool() + "' is what is exported\n");
+              "d2b: '" + root_.Pool() + "' is what is read\n");
 }
 
 TEST_F(ExportCommandTest, WhatAKilledExportLeftIsReplacedAndOtherFilesAreNot) {

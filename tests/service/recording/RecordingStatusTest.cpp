@@ -20,7 +20,7 @@ class RecordingStatusTest : public testing::Test {
 protected:
     void Record(RecordingSettings const& settings = {2, "/dev/camera"}) {
         recording_.emplace(
-            settings, target_, ticks_, clock_, [](std::string const&) {}, stop_, status_);
+            settings, target_, ticks_, clock_, [](auto const&...) {}, stop_, status_);
         settings.source == "/dev/camera" ? recording_->Run(source_) : recording_->Run();
     }
     status::StreamStatus Now() const { return status_.At(clock_.Now()); }
@@ -75,7 +75,7 @@ TEST_F(RecordingStatusTest, IsWaitingWhileTheSourceIsGone) {
     ScriptedSource source(clock, stop_);
     source.Ends(stream.All()).Ends(stream.All());
     Recording(
-        {2, "/dev/camera"}, target_, ticks_, clock, [](std::string const&) {}, stop_, status_)
+        {2, "/dev/camera"}, target_, ticks_, clock, [](auto const&...) {}, stop_, status_)
         .Run(source);
     ASSERT_FALSE(states.empty());
     for (State const state : states) {

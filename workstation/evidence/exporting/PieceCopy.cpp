@@ -79,13 +79,12 @@ void PieceCopy::OnFault(Fault const& fault) {
     }
 }
 
-void PieceCopy::OnTick(StreamMetadata const& tick) {
-    PlacedTick const next{0, tick.tick, tick.time};
-    if (lastTick_ && IsGap(*lastTick_, next)) {
-        findings_.AddGap(*lastTick_, next);
+void PieceCopy::OnTick(PlacedTick const& tick) {
+    if (lastTick_ && IsGap(*lastTick_, tick)) {
+        findings_.AddGap(*lastTick_, tick);
         ++gaps_;
     }
-    lastTick_ = next;
+    lastTick_ = tick;
 }
 
 } // namespace workstation::evidence::exporting

@@ -46,7 +46,7 @@ public:
 private:
     void OnRead(std::span<unsigned char const> bytes) override;
     void OnFault(Fault const& fault) override;
-    void OnTick(StreamMetadata const& tick) override;
+    void OnTick(PlacedTick const& tick) override;
 
     void CheckSlotsUpTo(std::uint64_t offset);
 

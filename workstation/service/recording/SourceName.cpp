@@ -43,10 +43,12 @@ std::string ShownSource(std::string const& source) {
     return ParseUdpAddress(source) ? source : WithoutAddress(source);
 }
 
+bool IsPath(std::string const& source) {
+    return source != "-" && !source.starts_with(execPrefix) && !source.starts_with(udpPrefix);
+}
+
 std::string SourceName(std::string const& source) {
-    bool const isPath =
-        source != "-" && !source.starts_with(execPrefix) && !source.starts_with(udpPrefix);
-    return isPath ? "'" + ShownSource(source) + "'" : ShownSource(source);
+    return IsPath(source) ? "'" + ShownSource(source) + "'" : ShownSource(source);
 }
 
 } // namespace workstation::service::recording

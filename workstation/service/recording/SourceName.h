@@ -9,6 +9,9 @@ namespace workstation::service::recording {
 // What the argument of --record begins with when the source is a command.
 constexpr std::string_view execPrefix = "exec:";
 
+// Whether the argument of --record names a file, a FIFO or a device.
+bool IsPath(std::string const& source);
+
 // "standard input" for "-"; "exec:" and the name of the program for a command, which may contain a
 // password; a path and a valid UDP address as they are. What follows "://" in anything else is left
 // out: it may be an address with a password, given by mistake.
