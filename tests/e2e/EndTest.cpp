@@ -59,6 +59,9 @@ TEST_F(End, DoesNotWaitForCommandsThatIgnoreItNorForSilentSources) {
                            "3=" + camera.Path(), "--record", "4=udp://127.0.0.1:9"});
     ASSERT_TRUE(AwaitInDirectory(recorder.Directory(), patience,
                                  [&] { return ReadFile(begun) == "\n\n"; }));
+    for (int const number : {1, 2}) {
+        recorder.WaitForData(number, static_cast<std::uint32_t>(Clip().size()));
+    }
     ExpectPromptEnd();
     EXPECT_TRUE(Recorded(1) == Clip());
     EXPECT_TRUE(Recorded(2) == Clip());

@@ -157,11 +157,18 @@ Child& Recorder::StartService(Words const& arguments) {
     return *service_;
 }
 
-void Recorder::WaitForData(int number) const {
+void Recorder::WaitForData(int number, std::uint32_t size) const {
     constexpr std::streamoff firstLength = 4096 + 12; // in the table of files
     constexpr std::streamoff entrySize = 16;
     auto const deadline = std::chrono::steady_clock::now() + patience;
-    while (ReadPiece(Pool(), firstLength + (number - 1) * entrySize, 4) == std::string(4, '\0')) {
+    auto const length = [&] {
+        std::uint32_t word = 0;
+        for (char const byte : ReadPiece(Pool(), firstLength + (number - 1) * entrySize, 4)) {
+            word = word << 8U | static_cast<unsigned char>(byte);
+        }
+        return word;
+    };
+    while (length() < size) {
         if (std::chrono::steady_clock::now() > deadline) {
             throw std::runtime_error("no data in stream file " + std::to_string(number));
         }

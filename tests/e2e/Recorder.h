@@ -1,6 +1,7 @@
 // A recorder of a test's own: its directories, its pool, its service, and the programs run on it.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <ios>
 #include <map>
@@ -79,8 +80,8 @@ public:
     Child& StartService(Words const& arguments = {});
     Child& Service() { return *service_; }
 
-    // Waits until the table states that a stream file has data.
-    void WaitForData(int number) const;
+    // Waits until the table states that a stream file has so many bytes.
+    void WaitForData(int number, std::uint32_t size = 1) const;
 
     // Ends the service with a signal and waits for its end.
     Outcome StopService(int signal);
