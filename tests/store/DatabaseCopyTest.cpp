@@ -120,7 +120,7 @@ TEST_F(DatabaseCopyTest, CopyBesideAWriterIsConsistent) {
     Database database(Path(), Database::Mode::existing);
     Execute(database, "UPDATE file SET start_time = 100, stop_time = 100");
     std::jthread const writer([&](std::stop_token const& stop) {
-        database.Execute("PRAGMA wal_autocheckpoint = 50");
+        database.Execute("PRAGMA wal_autocheckpoint = 400");
         for (std::int64_t time = 1000; !stop.stop_requested(); ++time) {
             Execute(database, "UPDATE file SET start_time = ?1, stop_time = ?1", time);
         }
