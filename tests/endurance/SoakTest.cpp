@@ -195,7 +195,9 @@ protected:
     }
     void Subscribe() const {
         e2e::Child subscriber(recorder.ToolCommand({"-c"}));
-        std::this_thread::sleep_for(200ms);
+        ASSERT_TRUE(recorder.Logs("subscription requested by StreamMgrCli_" +
+                                      std::to_string(subscriber.Pid()) + '\n',
+                                  3));
         subscriber.Signal(SIGINT);
         ExpectStatus({255}, subscriber.Finish());
     }
