@@ -1,4 +1,4 @@
-# What Debian builds its packages with, also where nobody passes its flags: position-independent
+# Hardening as in Debian's packages, also in a build outside a package: position-independent
 # programs whose tables are read-only before main begins, checked calls of the C library, and a guard
 # on the stack. In release builds only: the checked calls need the optimiser, and the sanitizers do
 # more than all of it.

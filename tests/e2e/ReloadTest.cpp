@@ -160,7 +160,7 @@ TEST_F(Reload, StreamsOfTheCommandLineStay) {
 
 // --- the log -------------------------------------------------------------------------------------
 
-// The file is opened for each entry: nothing has to be told to the service.
+// The file is opened for each entry: the service needs no notice.
 TEST_F(Reload, LogFileThatIsMovedAwayIsBegunAgain) {
     recorder.CreatePool(1);
     recorder.StartService();
